@@ -1,0 +1,626 @@
+/**
+ * @file kal.h
+ * @brief The interface of kalclient.dll, the client-side printer communication library.
+ *
+ * An application registers (::KalRegisterApp), opens a printer by its 16-bit handle (::KalOpen), works with it and
+ * closes it again (::KalClose). Usable from C (C11) and C++ (C++11 and later), 64-bit Windows only.
+ *
+ * **Results.** Exports return a signed 32-bit result. ::KAL_OKAY is 0 and ::KAL_FAIL is +1, while every device error is
+ * negative: compare with ::KAL_OKAY, never test "below zero" alone.
+ *
+ * **Before the first registration.** Every export opens a trace first, and the trace needs the logger, which exists
+ * from the first registration to the last unregistration. While no application is registered, every export but
+ * ::Initialize, ::Uninitialize, ::KalRegisterApp, ::KalRegisterWithRpcServer, ::KalUnregisterApp and
+ * ::KalSetClientName lets a C++ exception (Win32Exception, "BasicLogger::getInstance()", code 1) out to its caller.
+ * That holds for the LM aliases of the registration exports too (::KalRegisterAppLM, ::KalUnregisterAppLM). After
+ * ::KalRegisterWithRpcServer answered -12, and until a registration succeeds, those exports answer ::KAL_FAIL instead
+ * (the fixed-answer exports their answer) and log nothing.
+ *
+ * **Threads.** Unless its comment says otherwise, an export may be called from any thread, from several at once, and
+ * runs on the caller's thread. Only registration is serialised: an export that still runs while another thread makes
+ * the last unregistration is the application's error.
+ *
+ * **Blocking.** An export blocks for as long as the communication service takes to answer; the library adds no
+ * time-out of its own.
+ *
+ * **Null pointers.** Where a pointer is needed and null is given, the service is not asked: the export answers
+ * ::KAL_FAIL and logs "NAME() ARGUMENT = NULL". A null client callback is no error.
+ *
+ * **The service.** "The service" below is the communication service, reached through comc.dll beside kalclient.dll.
+ * When comc.dll is missing or cannot be started the service's code counts as 126, when it lacks an entry point as 127;
+ * both reach the application as ::KAL_FAIL wherever a comment does not list them.
+ */
+#ifndef KAL_H
+#define KAL_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(KAL_BUILDING_LIBRARY)
+#define KAL_API
+#else
+#define KAL_API __declspec(dllimport)
+#endif
+
+/** Marks an export that accepts any arguments and reads none of them. */
+#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ > 201710L)
+#define KAL_ARGUMENTS_NOT_READ ...
+#else
+#define KAL_ARGUMENTS_NOT_READ
+#endif
+
+/* ------------------------------------------------------------------------------------------------ Result codes -- */
+
+#define KAL_OKAY 0            /**< the operation succeeded */
+#define KAL_FAIL 1            /**< any failure without a more specific code; positive, unlike all others */
+#define DEVERR_INVHANDLE (-8) /**< the handle is not open, or the service reports an invalid handle */
+#define DEVERR_CONNECT (-10)  /**< the service cannot reach or find the device */
+#define DEVERR_PROTOCOL (-14) /**< the port type does not fit the handle, or the device refused a write */
+#define DEVERR_READFAIL (-17) /**< the device's response could not be read in time */
+#define KAL_MOREDATA (-18)    /**< the caller's buffer is too small; the needed size is reported */
+#define KAL_PRNBUSY (-27)     /**< the printer is busy */
+
+#define KAL_REGISTRATION_REFUSED (-12) /**< ::KalRegisterWithRpcServer: the server cannot be reached */
+#define KAL_INVALID_FUNCTION (-15)     /**< ::KalSendBidi: no request has this function code */
+
+/* ---------------------------------------------------------------------------------- Net types and port-type codes -- */
+
+#define NETTYPE_IP 0x2u              /**< network printer over IPv4 ("IPv4") */
+#define ENUM_P2P 0x10u               /**< mask only: accept a found port of any net type */
+#define NETTYPE_RHOA 0x200u          /**< host-based network printer with a MAC address ("HBN1", "HBN3") */
+#define NETTYPEUSB 0x400u            /**< USB printer ("USB1"), and any printer whose transport cannot be read */
+#define NETTYPE_LOCAL 0x800u         /**< parallel-port printer ("PAR1") */
+#define KAL_DISCOVER_FIRST 0x80000000u /**< mask only, ::KalEnumPrinters: discover devices before enumerating */
+#define KAL_PORT_TYPE_UNSPECIFIED 0u /**< port type that fits every handle */
+#define KAL_PORT_TYPE_ANY 4095u      /**< port type that fits every handle */
+
+/* ----------------------------------------------------------------------------------------------- Window messages -- */
+/* Posted to the window given to KalCaptureAlerts. wParam: printer handle in the low 16 bits; alert id, flag or state  */
+/* in the high 16 bits. Fetch an alert's bytes with KalQueryAlerts and the alert id.                                   */
+
+#define WM_KAL_DSA 0x05F4              /**< WM_USER+500: power-on reset of a CpdPrinter; alert id high */
+#define WM_KAL_TONERPREDICTION 0x0600  /**< WM_USER+512: toner prediction of a BpdPrinter; alert id high */
+#define WM_KAL_ENDOFJOB 0x0601         /**< WM_USER+513: true end of job; flag high; lParam: port-type code */
+#define WM_KAL_PRINTERSTATUS 0x063C    /**< WM_USER+572: printer state (0 idle, 1 printing, 3 error) high */
+#define WM_KAL_JOBOIRALERTEX 0x063D    /**< WM_USER+573: extended alert of type 1; alert id high */
+#define WM_KAL_WARNINGSEX 0x063E       /**< WM_USER+574: extended alert of type 2; alert id high */
+#define WM_KAL_CONFIGCHANGEEX 0x063F   /**< WM_USER+575: extended alert of type 4; alert id high */
+#define WM_KAL_CPD_STATUSCHANGE 0x0640 /**< WM_USER+576: any other valid alert of a CpdPrinter; alert id high */
+
+/* ------------------------------------------------------------------------------------------------------- Records -- */
+
+#define KAL_DEVICE_CLASS_BPD 3 /**< PortInfoRecord::deviceClass of every device that is not a CpdPrinter */
+#define KAL_DEVICE_CLASS_CPD 8 /**< PortInfoRecord::deviceClass of a CpdPrinter */
+
+#define KAL_PORT_NAME_SIZE 80         /**< bytes of PortInfoRecord::portName, terminator included */
+#define KAL_SECOND_NAME_OFFSET 100    /**< where PortInfoRecord::secondName begins */
+#define KAL_SECOND_NAME_MINIMUM 260   /**< bytes that PortInfoRecord::secondName always has room for */
+
+/**
+ * A found printer, handed to a ::KalPortCallback. The library owns the record; it is valid during the callback only.
+ * The second name is as long as it is: its array below shows the least room, a longer name simply goes on behind it.
+ */
+typedef struct PortInfoRecord {
+    uint8_t macAddress[6];                    /**< 0: MAC address when portType is ::NETTYPE_RHOA, else zero */
+    char portName[KAL_PORT_NAME_SIZE];        /**< 6: the service's port name, cut to 79 characters */
+    uint16_t handle;                          /**< 86: printer handle for ::KalOpen */
+    uint16_t deviceClass;                     /**< 88: ::KAL_DEVICE_CLASS_CPD or ::KAL_DEVICE_CLASS_BPD */
+    uint16_t reserved90;                      /**< 90: 0 */
+    uint32_t portType;                        /**< 92: port-type code (a NETTYPE value, 0 for an unknown transport) */
+    uint16_t reserved96;                      /**< 96: 0 */
+    uint16_t isHostBasedNetwork;              /**< 98: 1 when portType is ::NETTYPE_RHOA, else 0 */
+    char secondName[KAL_SECOND_NAME_MINIMUM]; /**< 100: the port name again, or the name the caller asked for */
+} PortInfoRecord;
+
+#define KAL_PRINTER_STATUS_SIZE 1032 /**< bytes of a KalPrinterStatusRecord */
+
+/** What ::KalQueryPrinterStatus fills in. */
+typedef struct KalPrinterStatusRecord {
+    uint32_t size;           /**< 0: 1028, the bytes that follow this member */
+    uint32_t version;        /**< 4: 1 */
+    uint32_t isPrinting;     /**< 8: 1 while the printer prints, else 0 */
+    uint32_t count;          /**< 12: 1 */
+    uint8_t reserved[1016];  /**< 16: zero */
+} KalPrinterStatusRecord;
+
+/**
+ * Receives one found printer.
+ * @param[in] printer  valid during the call only.
+ * Called on the thread on which the service reports (::KalEnumPrinters) or on a worker thread while the caller waits
+ * (::KalEnumSpecificPort); no lock is held. It may call other exports.
+ */
+typedef void (*KalPortCallback)(const PortInfoRecord *printer);
+
+/* ------------------------------------------------------------------------------------------------ Process set-up -- */
+
+/**
+ * Prepares the library and sets the alert id counter back to 0. Loading the library has done this already; an
+ * application need not call it.
+ * @return 1 (true), always.
+ */
+KAL_API int32_t Initialize(void);
+
+/**
+ * Does nothing; kept for applications that call it.
+ * @return 1 (true), always.
+ */
+KAL_API int32_t Uninitialize(void);
+
+/* -------------------------------------------------------------------------------------------------- Registration -- */
+
+/**
+ * Registers the application with the service on this machine. Registrations are counted per process: the first makes
+ * the binding, each needs one ::KalUnregisterApp.
+ * @param first  not read.
+ * @return 1, always; also when the binding could not be made (then nothing is registered).
+ * Serialised with the other registration exports. Starts nothing yet: comc.dll is loaded by the first operation.
+ */
+KAL_API uint16_t KalRegisterApp(uint16_t first);
+
+/**
+ * Registers the application with the service on a named machine and checks that the network knows that machine.
+ * @param[in] serverName  name of the machine, with or without two leading backslashes; null or "" is this machine.
+ *                        Ignored when the process is registered already.
+ * @return 1 on success; ::KAL_REGISTRATION_REFUSED (-12) when the server cannot be reached or the binding could not be
+ *         made: nothing is registered then.
+ * Serialised with the other registration exports. Blocks while the network looks a foreign name up.
+ */
+KAL_API int32_t KalRegisterWithRpcServer(const char *serverName);
+
+/**
+ * Gives one registration back; the last one destroys the binding (open handles included) and the logger.
+ * @param first  not read.
+ * Serialised with the other registration exports. Not guarded against one call too many: the count then wraps and the
+ * next ::KalRegisterApp only brings it back to 0.
+ */
+KAL_API void KalUnregisterApp(uint16_t first);
+
+/**
+ * Stores a name for the client.
+ * @param[in] name  at most 260 characters are kept; null changes nothing. Nothing in the library reads the name.
+ * Never blocks.
+ */
+KAL_API void KalSetClientName(const char *name);
+
+/* ------------------------------------------------------------------------------------------------ Open and close -- */
+
+/**
+ * Opens a printer. Opens are counted: each needs its own ::KalClose.
+ * @param first   not read.
+ * @param handle  printer handle (PortInfoRecord::handle), 0 to 65535.
+ * @param third   not read.
+ * @return ::KAL_OKAY; ::KAL_PRNBUSY (service code 170); ::DEVERR_CONNECT (1168: the device cannot be found);
+ *         ::DEVERR_INVHANDLE (6: no such handle); ::KAL_FAIL for every other code, when no binding exists, and when no
+ *         worker thread could be started.
+ * Works on a thread of its own while the caller waits without time-out.
+ */
+KAL_API int32_t KalOpen(uint16_t first, uint16_t handle, uint16_t third);
+
+/**
+ * Closes a printer once.
+ * @param first   not read.
+ * @param handle  printer handle.
+ * @return ::KAL_OKAY; ::DEVERR_INVHANDLE (the handle is not open); ::KAL_FAIL for every other code of the service and
+ *         when no binding exists.
+ */
+KAL_API int32_t KalClose(uint16_t first, uint16_t handle);
+
+/* ---------------------------------------------------------------------------------------------------- Print jobs -- */
+
+/**
+ * Starts a print job.
+ * @param handle            open printer handle.
+ * @param portType          port-type code (NETTYPE value, 0 or 4095 for any); must fit the handle's bits 11 to 14.
+ * @param[in] documentName  zero-terminated name shown by the service; null for none.
+ * @return ::KAL_OKAY; ::DEVERR_PROTOCOL (the port type does not fit the handle; the service was not asked);
+ *         ::KAL_PRNBUSY (170); ::DEVERR_CONNECT (1168); ::DEVERR_INVHANDLE (6); ::KAL_FAIL for every other code (among
+ *         them 1: the handle was not opened) and when no binding exists.
+ */
+KAL_API int32_t KalStartDoc(uint16_t handle, uint32_t portType, const char *documentName);
+
+/**
+ * Sends document data.
+ * @param first              not read.
+ * @param handle             open printer handle with a started job.
+ * @param portType           as for ::KalStartDoc.
+ * @param[in] data           the bytes, not copied by the library; not null.
+ * @param[in,out] byteCount  in: bytes to send; out: bytes that the service took (may be fewer: send the rest again).
+ * @return ::KAL_OKAY; ::DEVERR_PROTOCOL (port type does not fit, or service code 50); ::DEVERR_CONNECT (1168);
+ *         ::DEVERR_INVHANDLE (6); ::KAL_FAIL for every other code, busy (170) included, for a null pointer and when no
+ *         binding exists.
+ * Blocks for 2000 ms more when the service's buffer is full (122) and then answers ::KAL_FAIL; nothing is retried.
+ */
+KAL_API int32_t KalWrite(uint16_t first, uint16_t handle, uint32_t portType, const void *data, uint32_t *byteCount);
+
+/**
+ * Sends document data exactly as ::KalWrite does: despite its name it returns only when the service took the data.
+ * @param first              not read.
+ * @param handle             open printer handle with a started job.
+ * @param portType           as for ::KalStartDoc.
+ * @param[in] data           the bytes.
+ * @param[in,out] byteCount  in: bytes to send; out: bytes that the service took.
+ * @param sixth              not used.
+ * @return as ::KalWrite.
+ */
+KAL_API int32_t KalWriteOverlapped(uint16_t first, uint16_t handle, uint32_t portType, const void *data,
+                                   uint32_t *byteCount, uint32_t sixth);
+
+/**
+ * Ends the print job; the data is then complete.
+ * @param handle    open printer handle.
+ * @param portType  as for ::KalStartDoc.
+ * @return as ::KalStartDoc.
+ */
+KAL_API int32_t KalEndDoc(uint16_t handle, uint32_t portType);
+
+/**
+ * Cancels the print job on a handle.
+ * @param first   not read.
+ * @param handle  open printer handle.
+ * @return ::KAL_OKAY; ::KAL_FAIL for every other code of the service (an unknown handle too) and when no binding
+ *         exists.
+ */
+KAL_API int32_t KalCancelJob(uint16_t first, uint16_t handle);
+
+/* ------------------------------------------------------------------------------------- Job modes and job strings -- */
+
+/**
+ * Sets how long the service waits for the true end of a job.
+ * @param first    not read.
+ * @param handle   printer handle.
+ * @param third    not read.
+ * @param fourth   not read.
+ * @param seconds  time in seconds, 0 to 65535.
+ * @return ::KAL_OKAY, also when the service refuses the value; ::KAL_FAIL only when no binding exists.
+ */
+KAL_API int32_t KalSetEndOfJobMode(uint16_t first, uint16_t handle, uint16_t third, uint16_t fourth, uint16_t seconds);
+
+/**
+ * Says which job the next cancel refers to.
+ * @param first   not read.
+ * @param handle  printer handle.
+ * @param jobId   job id, 1 or more.
+ * @return ::KAL_OKAY; ::KAL_FAIL for a job id below 1 (the service is not asked), for every code of the service but 0
+ *         and when no binding exists.
+ */
+KAL_API int32_t KalSetJobCancelMode(uint16_t first, uint16_t handle, int32_t jobId);
+
+/**
+ * Switches job notifications (::WM_KAL_PRINTERSTATUS, ::WM_KAL_ENDOFJOB) of a handle on or off.
+ * @param first   not read.
+ * @param handle  printer handle.
+ * @param mode    2: open the handle and start notifications; 1: stop them and close the handle; 128: refused; any
+ *                other value does nothing.
+ * @return ::KAL_OKAY, also for most failures of the service; ::DEVERR_INVHANDLE (mode 2: the handle cannot be opened,
+ *         or the service answers 1); ::DEVERR_CONNECT (service code 2); ::KAL_FAIL for mode 128 and when no binding
+ *         exists.
+ *
+ * Mode 2 keeps its open even when starting the notifications fails: call mode 1 (or ::KalClose) to give it back.
+ * ::KalReleaseAlerts ends notifications too and then closes once more, whoever opened; see there.
+ */
+KAL_API int32_t KalSetJobControlMode(uint16_t first, uint16_t handle, uint32_t mode);
+
+/**
+ * Hands a free key and value for the job to the service.
+ * @param first      not read.
+ * @param handle     printer handle.
+ * @param[in] key    zero-terminated key; not null.
+ * @param[in] value  zero-terminated value; not null.
+ * @return ::KAL_OKAY, also when the service refuses it; ::KAL_FAIL for a null key or value and when no binding exists.
+ */
+KAL_API int32_t KalSetJobStringPrinter(uint16_t first, uint16_t handle, const char *key, const char *value);
+
+/* --------------------------------------------------------------------------------------------------- Enumeration -- */
+
+/**
+ * Reports all printers of the chosen kinds to a callback, one call a printer.
+ * @param first        not read.
+ * @param netTypes     mask: ::NETTYPE_IP, ::NETTYPEUSB, ::NETTYPE_LOCAL; with ::KAL_DISCOVER_FIRST USB and parallel
+ *                     devices are discovered before. Other bits find nothing.
+ * @param[in] callback called for each printer, on a thread of the service; may be null.
+ * @return ::KAL_OKAY once the service was asked, also when it failed (the log tells); ::KAL_FAIL when no binding
+ *         exists.
+ * Two enumerations at the same time both report to the callback that was given last.
+ */
+KAL_API int32_t KalEnumPrinters(uint16_t first, uint32_t netTypes, KalPortCallback callback);
+
+/**
+ * Finds the printer behind one port and reports it to a callback.
+ * @param first         not used.
+ * @param netTypes      mask of net types to accept; any bit of 0xFFF accepts every recognised kind, ::ENUM_P2P also
+ *                      unrecognised ones, 0 none (but a parallel port whose name contains "LPT").
+ * @param[in] portName  zero-terminated port name as the service knows it; not null.
+ * @param[in] callback  called once when the printer was found, on a worker thread; may be null.
+ * @return the port-type code of the printer after the callback was called (0 for an unknown transport); 0 when
+ *         nothing was reported; ::KAL_FAIL (1) for a null name, when no binding exists and when no worker thread could
+ *         be started.
+ * Works on a thread of its own while the caller waits without time-out.
+ */
+KAL_API int32_t KalEnumSpecificPort(uint16_t first, uint32_t netTypes, const char *portName, KalPortCallback callback);
+
+/**
+ * Does what ::KalEnumSpecificPort does, for a UNC name.
+ * @param first         not used.
+ * @param netTypes      as for ::KalEnumSpecificPort.
+ * @param[in] name      zero-terminated name; not null.
+ * @param[in] callback  as for ::KalEnumSpecificPort.
+ * @return as ::KalEnumSpecificPort.
+ */
+KAL_API int32_t KalEnumByUNC(uint16_t first, uint32_t netTypes, const char *name, KalPortCallback callback);
+
+/**
+ * Reads the cached data block of a printer.
+ * @param first          not used.
+ * @param handle         printer handle.
+ * @param[out] buffer    receives the block; a head of eight bytes that begins with 0xA5 is removed. Not null.
+ * @param size           bytes of the buffer.
+ * @param[out] length    receives the bytes in the buffer. Not null.
+ * @return ::KAL_OKAY; ::DEVERR_INVHANDLE (6); ::KAL_FAIL for every other code, for a null pointer, when no binding
+ *         exists and when no worker thread could be started.
+ * Works on a thread of its own while the caller waits without time-out.
+ */
+KAL_API int32_t KalGetCache(uint16_t first, uint16_t handle, void *buffer, uint32_t size, uint32_t *length);
+
+/* -------------------------------------------------------------------------------------------- Alerts and status -- */
+
+/**
+ * Asks for a printer's alerts as window messages. The process has one window: that of the latest successful call
+ * receives every alert and notification, whatever printer it was given for.
+ * @param first      not read.
+ * @param handle     printer handle.
+ * @param[in] mask   the alerts wanted: client alert mask, 32 bits. Not null.
+ * @param window     HWND to post to.
+ * @return ::KAL_OKAY; ::DEVERR_INVHANDLE (the handle cannot be opened, for whatever reason); ::KAL_FAIL when the
+ *         service refuses, for a null mask and when no binding exists.
+ */
+KAL_API int32_t KalCaptureAlerts(uint16_t first, uint16_t handle, const uint32_t *mask, void *window);
+
+/**
+ * Gives one capture back. Captures are counted, but every release ends alerts and notifications of the handle at the
+ * service and closes the handle, once more when notifications were running, whoever opened it: an application that
+ * captured twice captures again, and one that used ::KalSetJobControlMode mode 2 does not call mode 1 after this.
+ * @param first   not read.
+ * @param handle  printer handle.
+ * @return ::KAL_OKAY, also when the service fails; ::DEVERR_INVHANDLE when the handle was not captured; ::KAL_FAIL
+ *         when no binding exists.
+ */
+KAL_API int32_t KalReleaseAlerts(uint16_t first, uint16_t handle);
+
+/**
+ * Fetches the bytes of an alert, from its offset 5 on. The alert stays stored and may be fetched again, until 65536
+ * further alerts were posted.
+ * @param first          not read.
+ * @param alertId        high 16 bits of the message's wParam.
+ * @param third          not read.
+ * @param fourth         not read.
+ * @param[out] buffer    receives the bytes; may be null only when *size is too small anyway.
+ * @param[in,out] size   in: bytes of the buffer; out: bytes of the alert. Not null.
+ * @return ::KAL_OKAY; the number of bytes needed (a positive number, deliberately not a named code) when the buffer is
+ *         too small; ::KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result of 1 with
+ *         *size changed to 1 means one byte is needed.
+ * Never asks the service.
+ */
+KAL_API int32_t KalQueryAlerts(uint16_t first, uint16_t alertId, uint16_t third, uint16_t fourth, void *buffer,
+                               uint16_t *size);
+
+/**
+ * Tells whether a printer prints.
+ * @param first         not read.
+ * @param handle        printer handle.
+ * @param third         not read.
+ * @param[out] buffer   receives a KalPrinterStatusRecord; may be null only when size is too small anyway.
+ * @param size          bytes of the buffer.
+ * @param[out] needed   receives ::KAL_PRINTER_STATUS_SIZE. Not null.
+ * @return ::KAL_OKAY; ::KAL_MOREDATA when the buffer is too small; ::KAL_FAIL when the service fails, for a null
+ *         pointer and when no binding exists.
+ */
+KAL_API int32_t KalQueryPrinterStatus(uint16_t first, uint16_t handle, uint16_t third, void *buffer, uint32_t size,
+                                      uint32_t *needed);
+
+/* ----------------------------------------------------------------------------------------------------------- Bidi -- */
+
+/**
+ * Sends one bidirectional request to a printer and returns its response. Opens and closes the handle by itself.
+ * @param first                not read.
+ * @param handle               printer handle.
+ * @param third                not read.
+ * @param function             0 to 181: the stored request of that code, with the caller's data appended when it fits
+ *                             into 512 bytes together; 170: the caller's data as it stands.
+ * @param[out] response        receives the response, without its five-byte head unless function is 170; may be null.
+ * @param[in,out] responseSize in: bytes of response; out: bytes received; may be null (then nothing is received).
+ * @param[in] data             bytes to append or, for 170, to send; may be null.
+ * @param dataLength           number of those bytes.
+ * @return ::KAL_OKAY; ::KAL_INVALID_FUNCTION (-15: no such request; the service was not asked); ::DEVERR_INVHANDLE (the
+ *         handle cannot be opened, or service code 6); ::KAL_MOREDATA (122; *responseSize is the needed size when the
+ *         service told it); ::KAL_PRNBUSY (1); ::DEVERR_READFAIL (1460); ::KAL_FAIL for every other code and when no
+ *         binding exists. After a failed exchange the whole response buffer is zero.
+ */
+KAL_API int32_t KalSendBidi(uint16_t first, uint16_t handle, uint16_t third, uint16_t function, void *response,
+                            uint32_t *responseSize, const void *data, uint16_t dataLength);
+
+/* ----------------------------------------------------------------------------------------- Fixed-answer exports -- */
+
+/** Nothing is buffered here. @return ::KAL_OKAY, always. Never blocks. */
+KAL_API int32_t KalFlushMWOBuffer(void);
+/** Nothing is uninstalled here. @return ::KAL_OKAY, always. Never blocks. */
+KAL_API int32_t KalUninstallORX(void);
+/** No server is needed. @return 1: a boolean true, not ::KAL_FAIL. Never blocks. */
+KAL_API int32_t KalStartRpcServer(void);
+/** Four arguments, not read; reports no printer. @return ::KAL_OKAY, always. Never blocks. */
+KAL_API int32_t KalEnumSpecific(KAL_ARGUMENTS_NOT_READ);
+/** Does nothing. Never blocks. */
+KAL_API void KalPrepareRhoaForUninstall(void);
+
+/* ------------------------------------------------------------------------------------------ Unsupported exports -- */
+/* Kept so that older applications link and run. Each reads no argument, logs "KAL_FAIL (unsupported)", never blocks    */
+/* and always returns KAL_FAIL.                                                                                        */
+
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalCaptureAlertsEx(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetDeviceIDString(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetDeviceIDStringEx(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrtInfo(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalPing(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalQueryPortType(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalQueryPrintBuffer(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalReceiveShutdownNotification(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalRetrieveData(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalStartTrace(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalStopTrace(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalStoreData(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalWriteUNI(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalDeviceIoControl(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalEnumSpecificEx(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalExchangeNetInfo(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetConnectionNames(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetNetInfo(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalEnumJobs(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetJobAlertInfo(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetNets(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPollingInterval(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrinterAddr(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrinterAddrEx(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrinterName(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetQueueUpdate(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetVersion(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetVersionEx(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetVersionInfoEx(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalIsUserAdmin(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalMonitorPrinter(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalMoveJob(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalReleaseJobs(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalReleasePort(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalReleaseQueues(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalSetJobStatus(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalSetNetInfo(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalSetPollingInterval(KAL_ARGUMENTS_NOT_READ);
+/** Unsupported. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalSetQueueStatus(KAL_ARGUMENTS_NOT_READ);
+
+/* --------------------------------------------------------------------------------------------------- LM aliases -- */
+/* Each writes a trace under its own name (two deliberately under another's), passes its arguments on unchanged and     */
+/* returns what the export without LM returns. Thread rule and blocking are those of that export.                      */
+
+/** Alias of ::KalRegisterApp. Needs a registered application: it opens a trace, which ::KalRegisterApp does not. @return as ::KalRegisterApp. */
+KAL_API uint16_t KalRegisterAppLM(uint16_t first);
+/** Alias of ::KalUnregisterApp. Needs a registered application: it opens a trace, which ::KalUnregisterApp does not. */
+KAL_API void KalUnregisterAppLM(uint16_t first);
+/** Alias of ::KalOpen. @return as ::KalOpen. */
+KAL_API int32_t KalOpenLM(uint16_t first, uint16_t handle, uint16_t third);
+/** Alias of ::KalClose. @return as ::KalClose. */
+KAL_API int32_t KalCloseLM(uint16_t first, uint16_t handle);
+/** Alias of ::KalStartDoc. @return as ::KalStartDoc. */
+KAL_API int32_t KalStartDocLM(uint16_t handle, uint32_t portType, const char *documentName);
+/** Alias of ::KalWrite. @return as ::KalWrite. */
+KAL_API int32_t KalWriteLM(uint16_t first, uint16_t handle, uint32_t portType, const void *data, uint32_t *byteCount);
+/** Alias of ::KalEndDoc. @return as ::KalEndDoc. */
+KAL_API int32_t KalEndDocLM(uint16_t handle, uint32_t portType);
+/** Alias of ::KalEnumPrinters. @return as ::KalEnumPrinters. */
+KAL_API int32_t KalEnumPrintersLM(uint16_t first, uint32_t netTypes, KalPortCallback callback);
+/** Alias of ::KalEnumSpecificPort. @return as ::KalEnumSpecificPort. */
+KAL_API int32_t KalEnumSpecificPortLM(uint16_t first, uint32_t netTypes, const char *portName,
+                                      KalPortCallback callback);
+/** Alias of ::KalEnumByUNC. @return as ::KalEnumByUNC. */
+KAL_API int32_t KalEnumByUNCLM(uint16_t first, uint32_t netTypes, const char *name, KalPortCallback callback);
+/** Alias of ::KalCaptureAlerts. @return as ::KalCaptureAlerts. */
+KAL_API int32_t KalCaptureAlertsLM(uint16_t first, uint16_t handle, const uint32_t *mask, void *window);
+/** Alias of ::KalReleaseAlerts. @return as ::KalReleaseAlerts. */
+KAL_API int32_t KalReleaseAlertsLM(uint16_t first, uint16_t handle);
+/** Alias of ::KalQueryAlerts. @return as ::KalQueryAlerts. */
+KAL_API int32_t KalQueryAlertsLM(uint16_t first, uint16_t alertId, uint16_t third, uint16_t fourth, void *buffer,
+                                 uint16_t *size);
+/** Alias of ::KalSendBidi. @return as ::KalSendBidi. */
+KAL_API int32_t KalSendBidiLM(uint16_t first, uint16_t handle, uint16_t third, uint16_t function, void *response,
+                              uint32_t *responseSize, const void *data, uint16_t dataLength);
+/** Alias of ::KalCaptureAlertsEx. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalCaptureAlertsExLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalReceiveShutdownNotification. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalReceiveShutdownNotificationLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalDeviceIoControl. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalDeviceIoControlLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalEnumSpecific. @return ::KAL_OKAY, always. */
+KAL_API int32_t KalEnumSpecificLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalEnumSpecificEx. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalEnumSpecificExLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalExchangeNetInfo. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalExchangeNetInfoLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetConnectionNames. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetConnectionNamesLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetDeviceIDString. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetDeviceIDStringLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetDeviceIDStringEx. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetDeviceIDStringExLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetNetInfo. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetNetInfoLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetNets. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetNetsLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetPrinterAddr. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrinterAddrLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetPrinterAddrEx. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrinterAddrExLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetPrinterName. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrinterNameLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetPrtInfo. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetPrtInfoLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetVersion. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetVersionLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetVersionEx. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetVersionExLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalGetVersionInfoEx. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalGetVersionInfoExLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalMonitorPrinter. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalMonitorPrinterLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalReleasePort. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalReleasePortLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalSetNetInfo. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalSetNetInfoLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalStartTrace. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalStartTraceLM(KAL_ARGUMENTS_NOT_READ);
+/** Alias of ::KalStopTrace. @return ::KAL_FAIL, always. */
+KAL_API int32_t KalStopTraceLM(KAL_ARGUMENTS_NOT_READ);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#endif

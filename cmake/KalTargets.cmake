@@ -1,0 +1,67 @@
+# The kinds of targets this project has, each made in one way.
+
+# kal_folder(NAME sources...): one folder of the library as a static library that the DLL, tests and benches link.
+function(kal_folder name)
+  add_library(kal_${name} STATIC ${ARGN})
+  target_include_directories(kal_${name} PUBLIC "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(kal_${name} PUBLIC kal_compiler)
+  target_compile_definitions(kal_${name} PUBLIC KAL_BUILDING_LIBRARY)
+endfunction()
+
+# kal_header_package(TARGET HEADER): a header-only package of the machine as a target. Only this package is exposed:
+# the host's /usr/include must never be on the include path of a cross build.
+function(kal_header_package target header)
+  if(TARGET ${target})
+    return()
+  endif()
+  cmake_path(GET header PARENT_PATH folder)
+  set(found "")
+  foreach(root /usr/include ${CMAKE_PREFIX_PATH})
+    foreach(prefix "${root}" "${root}/include")
+      if(EXISTS "${prefix}/${header}")
+        set(found "${prefix}")
+        break()
+      endif()
+    endforeach()
+    if(found)
+      break()
+    endif()
+  endforeach()
+  if(NOT found)
+    message(FATAL_ERROR "${header} was not found; on Debian `./dev build` installs it, elsewhere name its folder in CMAKE_PREFIX_PATH")
+  endif()
+  set(private "${PROJECT_BINARY_DIR}/headers/${target}")
+  file(MAKE_DIRECTORY "${private}")
+  file(CREATE_LINK "${found}/${folder}" "${private}/${folder}" SYMBOLIC COPY_ON_ERROR)
+  add_library(${target} INTERFACE)
+  target_include_directories(${target} SYSTEM INTERFACE "${private}")
+endfunction()
+
+# kal_stage(TARGET file-or-generator-expression...): copies the files beside TARGET's output after it is built, so that
+# a program and the DLLs it loads lie in one folder.
+function(kal_stage target)
+  foreach(file ${ARGN})
+    add_custom_command(TARGET ${target} POST_BUILD
+                       COMMAND ${CMAKE_COMMAND} -E copy_if_different "${file}" "$<TARGET_FILE_DIR:${target}>" VERBATIM)
+  endforeach()
+endfunction()
+
+# kal_test_program(NAME SOURCES ... [LIBRARIES ...] [STAGE files...] [LABELS ...]): a GoogleTest program in a folder of
+# its own under build/<preset>/tests/, run by CTest under Wine.
+function(kal_test_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;STAGE;LABELS;DEPENDS")
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 600)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${name}")
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} kal_compiler gtest_main gmock)
+  if(arg_DEPENDS)
+    add_dependencies(${name} ${arg_DEPENDS})
+  endif()
+  kal_stage(${name} ${arg_STAGE})
+  add_test(NAME ${name} COMMAND ${name} "--gtest_output=xml:${PROJECT_BINARY_DIR}/results/${name}.xml"
+           WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${name}")
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+endfunction()
