@@ -35,6 +35,10 @@
 
 #include <stdint.h>
 
+#define KAL_VERSION_MAJOR 1
+#define KAL_VERSION_MINOR 0
+#define KAL_VERSION_PATCH 0
+
 #ifdef __cplusplus
 extern "C" {
 #endif

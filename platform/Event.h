@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/ScopedHandle.h"
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace kal {
+
+/// A kernel event. Construction yields a valid handle or throws Win32Exception.
+class Event {
+  public:
+    /// @param name            name of the kernel object; empty for an unnamed event
+    /// @param everyoneAccess  whether every user may open it
+    Event(bool manualReset, bool initialState, const std::string &name, bool everyoneAccess);
+
+    /// Signals the event. Throws "Event::set() failed".
+    void set();
+
+    /// Waits; 0xFFFFFFFF waits without time-out. @return true when signalled; false on time-out, on any other result,
+    /// and once when the wait was cancelled. Throws "Event::wait() failed".
+    [[nodiscard]] bool wait(uint32_t timeoutMilliseconds);
+
+    /// Makes the next successful wait report false.
+    void cancelNextWait() noexcept { cancelled_ = true; }
+
+    /// The error code of the last failed set().
+    [[nodiscard]] uint32_t lastError() const noexcept { return lastError_; }
+
+  private:
+    static HANDLE createEvent(SECURITY_ATTRIBUTES *securityAttributes, bool manualReset, bool initialState,
+                              const std::string &name);
+
+    ScopedHandle handle_;
+    std::string name_;
+    std::atomic<bool> cancelled_ = false;
+    uint32_t lastError_ = 0;
+};
+
+} // namespace kal

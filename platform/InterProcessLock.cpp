@@ -1,0 +1,26 @@
+#include "platform/InterProcessLock.h"
+
+#include "platform/Exception.h"
+
+#include <exception>
+
+namespace kal {
+
+InterProcessLock::InterProcessLock(Mutex &mutex) : mutex_(mutex) {
+    if (mutex.name().empty()) {
+        throw Win32Exception("InterProcessLock has no name", 0, ".\\InterProcessLock", 16);
+    }
+    static_cast<void>(mutex.acquire(waitWithoutTimeout));
+}
+
+InterProcessLock::~InterProcessLock() noexcept(false) {
+    try {
+        mutex_.release();
+    } catch (const Win32Exception &) {
+        if (std::uncaught_exceptions() == 0) {
+            throw;
+        }
+    }
+}
+
+} // namespace kal

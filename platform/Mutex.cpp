@@ -1,0 +1,69 @@
+#include "platform/Mutex.h"
+
+#include "platform/Exception.h"
+#include "platform/SecurityEveryone.h"
+
+namespace kal {
+
+Mutex::Mutex(bool initialOwner, const std::string &name, bool everyoneAccess) : name_(name) {
+    if (everyoneAccess) {
+        SecurityEveryone everyone(false);
+        handle_ = ScopedHandle(createMutex(everyone.securityAttributes(), initialOwner, name));
+    } else {
+        handle_ = ScopedHandle(createMutex(nullptr, initialOwner, name));
+    }
+}
+
+HANDLE Mutex::createMutex(SECURITY_ATTRIBUTES *securityAttributes, bool initialOwner, const std::string &name) {
+    const HANDLE handle = CreateMutexA(securityAttributes, initialOwner, name.empty() ? nullptr : name.c_str());
+    if (handle == nullptr) {
+        throwLastError("Mutex::createMutex() CreateMutex failed", ".\\Mutex", 120);
+    }
+    if (initialOwner) {
+        countHold();
+    }
+    return handle;
+}
+
+void Mutex::countHold() noexcept {
+    ownerThread_.store(GetCurrentThreadId(), std::memory_order_relaxed);
+    ++holdCount_;
+}
+
+bool Mutex::acquire(uint32_t timeoutMilliseconds) {
+    if (timeoutMilliseconds == 0) {
+        return false;
+    }
+    switch (WaitForSingleObject(handle_.get(), timeoutMilliseconds)) {
+    case WAIT_OBJECT_0:
+    case WAIT_ABANDONED:
+        countHold();
+        return true;
+    case WAIT_TIMEOUT:
+        return false;
+    default:
+        throwLastError("Mutex::acquire() WaitForSingleObject failed", ".\\Mutex", 103);
+    }
+}
+
+void Mutex::release() {
+    if (ownerThread_.load(std::memory_order_relaxed) != GetCurrentThreadId()) {
+        return;
+    }
+    while (holdCount_ != 0) {
+        --holdCount_;
+        if (!ReleaseMutex(handle_.get())) {
+            throwLastError("Mutex::release() ReleaseMutex failed", ".\\Mutex", 70);
+        }
+    }
+}
+
+ScopedMutex::~ScopedMutex() {
+    try {
+        mutex_.release();
+    } catch (const Win32Exception &) {
+        // Only a broken handle can fail here, and then nothing is held that others could wait for.
+    }
+}
+
+} // namespace kal

@@ -1,0 +1,67 @@
+#include "platform/OsVersion.h"
+
+#include "platform/EntryPoint.h"
+#include "platform/Exception.h"
+
+namespace kal {
+
+namespace {
+
+static_assert(sizeof(OSVERSIONINFOEXA) == 156 && sizeof(OSVERSIONINFOA) == 148);
+
+bool readVersion(OSVERSIONINFOEXA &record) noexcept {
+#if defined(_MSC_VER)
+#pragma warning(suppress : 4996) // deprecated, but it alone reports what the process is told it runs on
+#endif
+    return GetVersionExA(reinterpret_cast<OSVERSIONINFOA *>(&record)) != 0;
+}
+
+[[maybe_unused]] const OsVersion &madeAtLoad = OsVersion::instance();
+
+} // namespace
+
+OsVersion::OsVersion() : record_{} {
+    record_.dwOSVersionInfoSize = sizeof(OSVERSIONINFOA);
+    if (!readVersion(record_)) {
+        throwLastError("OsVersion::OsVersion(): GetVersionEx failed", ".\\OsVersion", 234);
+    }
+    if (isNt5OrLater()) {
+        record_.dwOSVersionInfoSize = sizeof(OSVERSIONINFOEXA);
+        if (!readVersion(record_)) {
+            throwLastError("OsVersion::OsVersion(): GetVersionEx failed with OSVERSIONINFOEX", ".\\OsVersion", 244);
+        }
+    }
+}
+
+bool OsVersion::isNtPlatform() const noexcept {
+    return record_.dwPlatformId == VER_PLATFORM_WIN32_NT;
+}
+
+bool OsVersion::isNt5OrLater() const noexcept {
+    return isNtPlatform() && record_.dwMajorVersion >= 5;
+}
+
+bool OsVersion::isWow64() noexcept {
+    const HMODULE kernel = GetModuleHandleA("kernel32");
+    if (kernel == nullptr) {
+        return false;
+    }
+    auto *const isWow64Process = entryPoint<BOOL WINAPI(HANDLE, BOOL *)>(kernel, "IsWow64Process");
+    if (isWow64Process == nullptr) {
+        return false;
+    }
+    BOOL wow64 = 0;
+    isWow64Process(GetCurrentProcess(), &wow64); // its own result does not matter: a failed call leaves 0
+    return wow64 == 1;
+}
+
+bool OsVersion::is64BitWindows() noexcept {
+    return sizeof(void *) == 8 || isWow64();
+}
+
+const OsVersion &OsVersion::instance() {
+    static const OsVersion version;
+    return version;
+}
+
+} // namespace kal

@@ -1,0 +1,86 @@
+#include "platform/SecurityEveryone.h"
+
+#include "platform/Exception.h"
+
+#include <cstdint>
+#include <span>
+
+namespace kal {
+
+namespace {
+
+static_assert(sizeof(SECURITY_DESCRIPTOR) == 40 && sizeof(SECURITY_ATTRIBUTES) == 24);
+
+constexpr const char *file = ".\\SecurityEveryone";
+// One text for five failing calls, told apart by their lines only: deliberate, support knows the lines.
+constexpr const char *descriptorFailed =
+    "SecurityEveryone::SecurityEveryone() InitializeSecurityDescriptor failed";
+
+/// Bytes of an access list with one access-allowed entry for each SID.
+uint32_t accessListSize(std::span<PSID const> sids) {
+    uint32_t size = sizeof(ACL);
+    for (PSID const sid : sids) {
+        if (!IsValidSid(sid)) {
+            throwLastError("SecurityEveryone::SecurityEveryone() IsValidSid failed", file, 115);
+        }
+        size += static_cast<uint32_t>(sizeof(ACCESS_ALLOWED_ACE) - sizeof(DWORD) + GetLengthSid(sid));
+    }
+    return size;
+}
+
+} // namespace
+
+SecurityEveryone::SecurityEveryone(bool inheritable) {
+    if (enabled_) {
+        makeDescriptor();
+        makeSid();
+        makeAccessList();
+        if (inheritable) {
+            makeInheritable();
+        }
+    }
+    attributes_.lpSecurityDescriptor = descriptor_.get();
+}
+
+void SecurityEveryone::makeDescriptor() {
+    descriptor_ = std::make_unique<SECURITY_DESCRIPTOR>();
+    if (!InitializeSecurityDescriptor(descriptor_.get(), SECURITY_DESCRIPTOR_REVISION)) {
+        throwLastError(descriptorFailed, file, 60);
+    }
+}
+
+void SecurityEveryone::makeSid() {
+    SID_IDENTIFIER_AUTHORITY world = {{0, 0, 0, 0, 0, 1}};
+    PSID sid = nullptr;
+    if (!AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, &sid)) {
+        throwLastError("SecurityEveryone::setSecurityIdEveryone() AllocateAndInitializeSid failed", file, 79);
+    }
+    sid_.reset(sid);
+}
+
+void SecurityEveryone::makeAccessList() {
+    PSID const sids[] = {sid_.get()};
+    const uint32_t size = accessListSize(sids);
+    acl_ = std::make_unique<std::byte[]>(size);
+    ACL *const list = reinterpret_cast<ACL *>(acl_.get());
+    if (!InitializeAcl(list, size, ACL_REVISION)) {
+        throwLastError(descriptorFailed, file, 137);
+    }
+    if (!AddAccessAllowedAce(list, ACL_REVISION, GENERIC_ALL, sid_.get())) {
+        throwLastError(descriptorFailed, file, 143);
+    }
+    if (!SetSecurityDescriptorDacl(descriptor_.get(), TRUE, list, FALSE)) {
+        throwLastError(descriptorFailed, file, 149);
+    }
+}
+
+void SecurityEveryone::makeInheritable() {
+    void *entry = nullptr;
+    if (!GetAce(reinterpret_cast<ACL *>(acl_.get()), 0, &entry)) {
+        throwLastError(descriptorFailed, file, 92);
+    }
+    ACE_HEADER &header = *static_cast<ACE_HEADER *>(entry);
+    header.AceFlags = static_cast<BYTE>(header.AceFlags | CONTAINER_INHERIT_ACE);
+}
+
+} // namespace kal

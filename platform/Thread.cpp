@@ -1,0 +1,42 @@
+#include "platform/Thread.h"
+
+#include "platform/Event.h"
+#include "platform/Exception.h"
+#include "platform/Mutex.h"
+
+#include <process.h>
+
+namespace kal {
+
+unsigned __stdcall Thread::procedure(void *startRecord) {
+    const auto &record = *static_cast<StartRecord *>(startRecord);
+    Runnable &runnable = *record.runnable; // before the signal: the starter closes the event at once
+    record.started->set();
+    return runnable.run();
+}
+
+void Thread::start() {
+    Event started(true, false, "", false);
+    startRecord_ = std::make_unique<StartRecord>(StartRecord{runnable_, &started});
+    const uintptr_t created = _beginthreadex(nullptr, stackSize_, &Thread::procedure, startRecord_.get(), 0, &threadId_);
+    // Only all ones counts as a failure; a null handle is deliberately not tested for.
+    if (created == static_cast<uintptr_t>(-1)) {
+        throwLastError("Thread::start()", ".\\Thread", __LINE__);
+    }
+    handle_ = ScopedHandle(reinterpret_cast<HANDLE>(created));
+    SetThreadPriority(handle_.get(), priority_);
+    static_cast<void>(started.wait(waitWithoutTimeout));
+}
+
+bool Thread::join(uint32_t timeoutMilliseconds) const noexcept {
+    const DWORD result = WaitForSingleObject(handle_.get(), timeoutMilliseconds);
+    return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
+}
+
+Thread::~Thread() {
+    if (handle_.isOpen()) {
+        static_cast<void>(join(waitWithoutTimeout));
+    }
+}
+
+} // namespace kal

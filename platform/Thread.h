@@ -1,0 +1,68 @@
+#pragma once
+
+#include "platform/ScopedHandle.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace kal {
+
+class Event;
+
+/// A piece of work. The order of the virtual operations is part of the binary interface.
+class Runnable {
+  public:
+    virtual ~Runnable() = default;
+    /// @return the exit code of the thread that ran it
+    virtual uint32_t run() = 0;
+};
+
+/// A plain function with one untyped argument as a Runnable; owns neither.
+class RunnableFunction : public Runnable {
+  public:
+    using Function = uint32_t(void *);
+
+    RunnableFunction(Function *function, void *argument) noexcept : function_(function), argument_(argument) {}
+    uint32_t run() override { return function_(argument_); }
+
+  private:
+    Function *function_;
+    void *argument_;
+};
+
+/// Runs one Runnable on a thread of its own. Started once, by its creator; destroying it waits for the thread's end.
+class Thread {
+  public:
+    static constexpr uint32_t defaultStackSize = 4096;
+
+    /// @param runnable  not owned; outlives the thread
+    explicit Thread(Runnable &runnable) noexcept : runnable_(&runnable) {}
+    Thread(const Thread &) = delete;
+    Thread &operator=(const Thread &) = delete;
+    virtual ~Thread();
+
+    /// Returns when the new thread runs. Throws "Thread::start()" when no thread can be made.
+    void start();
+
+    /// @param timeoutMilliseconds  0xFFFFFFFF waits without time-out
+    /// @return whether the thread has ended
+    [[nodiscard]] bool join(uint32_t timeoutMilliseconds) const noexcept;
+
+    [[nodiscard]] uint32_t threadId() const noexcept { return threadId_; }
+
+  private:
+    struct StartRecord {
+        Runnable *runnable;
+        Event *started;
+    };
+    static unsigned __stdcall procedure(void *startRecord);
+
+    std::unique_ptr<StartRecord> startRecord_;
+    uint32_t stackSize_ = defaultStackSize;
+    unsigned threadId_ = 0;
+    int32_t priority_ = THREAD_PRIORITY_NORMAL;
+    ScopedHandle handle_;
+    Runnable *runnable_;
+};
+
+} // namespace kal

@@ -1,0 +1,265 @@
+#include "settings/RegistryKey64.h"
+
+#include "platform/Exception.h"
+#include "platform/OsVersion.h"
+#include "platform/SecurityEveryone.h"
+
+namespace kal {
+
+namespace {
+
+constexpr DWORD nameBufferSize = 260;
+
+[[noreturn]] void fail(const char *message, LSTATUS code, uint32_t line) {
+    throw Win32Exception(message, static_cast<uint32_t>(code), ".\\RegistryKey64", line);
+}
+
+[[noreturn]] void failWrongType(const char *message, LSTATUS code, uint32_t line) {
+    fail(std::string(message).append(" : incorrect value type").c_str(), code, line);
+}
+
+REGSAM withView(REGSAM access) noexcept {
+    return OsVersion::is64BitWindows() ? access | KEY_WOW64_64KEY : access;
+}
+
+/// What a read of a value of any size needs to say when it fails.
+struct ReadFailure {
+    const char *sizeMessage;
+    uint32_t sizeLine;
+    const char *dataMessage;
+    uint32_t dataLine;
+};
+
+/// Reads a value of one of two types: first its type and size, then its bytes.
+bool readBytes(HKEY key, const std::string &name, DWORD type, DWORD otherType, const ReadFailure &failure,
+               std::vector<uint8_t> &bytes) {
+    DWORD foundType = REG_NONE;
+    DWORD size = 0;
+    LSTATUS code = RegQueryValueExA(key, name.c_str(), nullptr, &foundType, nullptr, &size);
+    if (code == ERROR_FILE_NOT_FOUND) {
+        return false;
+    }
+    if (code != ERROR_SUCCESS) {
+        fail(failure.sizeMessage, code, failure.sizeLine);
+    }
+    if (foundType != type && foundType != otherType) {
+        failWrongType(failure.sizeMessage, code, failure.sizeLine);
+    }
+    bytes.assign(size, 0);
+    if (size == 0) {
+        return true;
+    }
+    code = RegQueryValueExA(key, name.c_str(), nullptr, &foundType, bytes.data(), &size);
+    if (code == ERROR_FILE_NOT_FOUND) {
+        return false; // deleted between the two queries
+    }
+    if (code != ERROR_SUCCESS) {
+        fail(failure.dataMessage, code, failure.dataLine);
+    }
+    bytes.resize(size);
+    return true;
+}
+
+/// Reads names by rising index until there are no more.
+template <class EnumerateOne>
+std::vector<std::string> namesByIndex(const char *message, uint32_t line, size_t limit, EnumerateOne enumerateOne) {
+    std::vector<std::string> names;
+    for (DWORD index = 0; names.size() < limit; ++index) {
+        char name[nameBufferSize];
+        DWORD size = nameBufferSize;
+        const LSTATUS code = enumerateOne(index, name, &size);
+        if (code == ERROR_NO_MORE_ITEMS) {
+            break;
+        }
+        if (code != ERROR_SUCCESS) {
+            fail(message, code, line);
+        }
+        names.emplace_back(name, size);
+    }
+    return names;
+}
+
+bool isSoftware(const std::string &subkey) {
+    return lstrcmpiA(subkey.c_str(), "SOFTWARE") == 0;
+}
+
+} // namespace
+
+RegistryKey64::RegistryKey64(REGSAM access) noexcept : access_(withView(access)) {}
+
+RegistryKey64::~RegistryKey64() {
+    close();
+}
+
+void RegistryKey64::close() noexcept {
+    if (handle_ != nullptr) {
+        RegCloseKey(handle_);
+        handle_ = nullptr;
+    }
+}
+
+void RegistryKey64::setAccess(REGSAM access) noexcept {
+    access_ = withView(access);
+}
+
+LSTATUS RegistryKey64::regOpenKeyEx(const char *path, HKEY root) noexcept {
+    HKEY opened = nullptr;
+    const LSTATUS code = RegOpenKeyExA(root, path, 0, access_, &opened);
+    if (code == ERROR_SUCCESS) {
+        handle_ = opened;
+    }
+    return code;
+}
+
+void RegistryKey64::regCreateKeyEx(const std::string &path, HKEY root) {
+    SecurityEveryone everyone(true);
+    HKEY opened = nullptr;
+    const LSTATUS code = RegCreateKeyExA(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, access_,
+                                         everyone.securityAttributes(), &opened, nullptr);
+    if (code != ERROR_SUCCESS) {
+        fail("RegistryKey64::regCreateKeyEx()", code, 591);
+    }
+    handle_ = opened;
+}
+
+LSTATUS RegistryKey64::tryOpen(const char *path, HKEY root) noexcept {
+    close();
+    return regOpenKeyEx(path, root);
+}
+
+void RegistryKey64::open(const std::string &path, bool createIfMissing, HKEY root) {
+    const LSTATUS code = tryOpen(path.c_str(), root);
+    if (code == ERROR_SUCCESS) {
+        return;
+    }
+    if (!createIfMissing) {
+        fail("RegistryKey64::regOpenKeyEx()", code, 566);
+    }
+    regCreateKeyEx(path, root);
+}
+
+bool RegistryKey64::getValue(const std::string &name, uint32_t &value) const {
+    constexpr const char *message = "RegistryKey64::getValue(ulong)";
+    DWORD type = REG_NONE;
+    DWORD number = 0;
+    DWORD size = sizeof number;
+    const LSTATUS code =
+        RegQueryValueExA(handle_, name.c_str(), nullptr, &type, reinterpret_cast<BYTE *>(&number), &size);
+    if (code == ERROR_FILE_NOT_FOUND) {
+        return false;
+    }
+    // A longer value of another type does not fit the number, yet its type is what is wrong with it.
+    if ((code == ERROR_SUCCESS || code == ERROR_MORE_DATA) && type != REG_DWORD) {
+        failWrongType(message, code, 200);
+    }
+    if (code != ERROR_SUCCESS) {
+        fail(message, code, 200);
+    }
+    value = number;
+    return true;
+}
+
+bool RegistryKey64::getValue(const std::string &name, std::string &value) const {
+    constexpr ReadFailure failure = {"RegistryKey64::getValue() ", 234, "RegistryKey64::getValue(string) ", 251};
+    std::vector<uint8_t> bytes;
+    if (!readBytes(handle_, name, REG_SZ, REG_EXPAND_SZ, failure, bytes)) {
+        return false;
+    }
+    // A stored string may lack its terminator.
+    const char *const characters = reinterpret_cast<const char *>(bytes.data());
+    value.assign(characters, bytes.empty() ? 0 : strnlen(characters, bytes.size()));
+    return true;
+}
+
+bool RegistryKey64::getValue(const std::string &name, std::vector<uint8_t> &value) const {
+    constexpr const char *message = "RegistryKey64::getValue(binary)";
+    constexpr ReadFailure failure = {message, 484, message, 484};
+    std::vector<uint8_t> bytes;
+    if (!readBytes(handle_, name, REG_BINARY, REG_BINARY, failure, bytes)) {
+        return false;
+    }
+    value = std::move(bytes);
+    return true;
+}
+
+void RegistryKey64::setValue(const std::string &name, uint32_t value) const {
+    const LSTATUS code = RegSetValueExA(handle_, name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE *>(&value),
+                                        sizeof value);
+    if (code != ERROR_SUCCESS) {
+        fail("RegistryKey64::setValue(ulong): Unable to set ", code, 276);
+    }
+}
+
+void RegistryKey64::setValue(const std::string &name, const std::string &value) const {
+    const LSTATUS code = RegSetValueExA(handle_, name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE *>(value.c_str()),
+                                        static_cast<DWORD>(value.size() + 1));
+    if (code != ERROR_SUCCESS) {
+        fail("RegistryKey64::setValue(string): Unable to set ", code, 298);
+    }
+}
+
+void RegistryKey64::setValue(const std::string &name, const uint8_t *bytes, uint32_t count) const {
+    const LSTATUS code = RegSetValueExA(handle_, name.c_str(), 0, REG_BINARY, bytes, count);
+    if (code != ERROR_SUCCESS) {
+        // The string setter's message: deliberate, the line tells them apart.
+        fail("RegistryKey64::setValue(string): Unable to set ", code, 513);
+    }
+}
+
+void RegistryKey64::deleteValue(const std::string &name) const {
+    const LSTATUS code = RegDeleteValueA(handle_, name.c_str());
+    if (code != ERROR_SUCCESS) {
+        fail("RegistryKey64::deleteValue()", code, 147);
+    }
+}
+
+std::vector<std::string> RegistryKey64::getChildrenNames(size_t limit) const {
+    return namesByIndex("RegistryKey64::getChildrenNames()", 98, limit, [&](DWORD index, char *name, DWORD *size) {
+        return RegEnumKeyExA(handle_, index, name, size, nullptr, nullptr, nullptr, nullptr);
+    });
+}
+
+std::vector<std::string> RegistryKey64::getValueNames() const {
+    // The single colon is deliberate: the text has always been so.
+    return namesByIndex("RegistryKey64:getValueNames()", 131, SIZE_MAX, [&](DWORD index, char *name, DWORD *size) {
+        return RegEnumValueA(handle_, index, name, size, nullptr, nullptr, nullptr, nullptr);
+    });
+}
+
+void RegistryKey64::recurseDeleteKey(const std::string &subkey, HKEY container) {
+    constexpr REGSAM plainAccess = 31; // deliberately without the 64-bit view, unlike every other open here
+    {
+        RegistryKey64 key;
+        key.access_ = plainAccess;
+        const LSTATUS code = key.tryOpen(subkey.c_str(), container);
+        if (code == ERROR_FILE_NOT_FOUND) {
+            return;
+        }
+        if (code != ERROR_SUCCESS) {
+            fail("RegistryKey64::recurseDeleteKey() RegOpenKey()", code, 323);
+        }
+        // The child at the same index is read each time, since the previous one is gone; only a child that is never
+        // deleted makes the index rise.
+        DWORD index = 0;
+        for (;;) {
+            char name[256] = {};
+            DWORD size = sizeof name;
+            if (RegEnumKeyExA(key.get(), index, name, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
+                break;
+            }
+            recurseDeleteKey(name, key.get());
+            if (isSoftware(name)) {
+                ++index;
+            }
+        }
+    }
+    if (isSoftware(subkey)) {
+        return;
+    }
+    const LSTATUS code = RegDeleteKeyA(container, subkey.c_str());
+    if (code != ERROR_SUCCESS) {
+        fail("RegistryKey64::recurseDeleteKey() RegDeleteKey()", code, 347);
+    }
+}
+
+} // namespace kal
