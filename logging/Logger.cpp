@@ -1,0 +1,54 @@
+#include "logging/Logger.h"
+
+#include "settings/KeyPaths.h"
+#include "settings/Localize.h"
+
+namespace kal {
+
+namespace {
+
+constexpr uint32_t widthWhileMade = 25;
+constexpr uint32_t width = 15;
+
+/// "%ALLUSERSPROFILE%\" expanded; empty when it cannot be.
+std::string logDirectory() {
+    constexpr const char *unexpanded = "%ALLUSERSPROFILE%\\";
+    const DWORD size = ExpandEnvironmentStringsA(unexpanded, nullptr, 0);
+    if (size == 0) {
+        return {};
+    }
+    std::string directory(size, '\0');
+    if (ExpandEnvironmentStringsA(unexpanded, directory.data(), size) == 0) {
+        return {};
+    }
+    return directory.c_str();
+}
+
+} // namespace
+
+Logger::Logger()
+    : BasicLogger(logDirectory() + Localize::getInstance().localId() + ".log", widthWhileMade),
+      settings_(Localize::getInstance()) {}
+
+void Logger::readSetting(const std::string &name, uint32_t &value, uint32_t defaultValue) {
+    value = defaultValue;
+    static_cast<void>(settings_.read("Logger", name, value, localRoot));
+}
+
+void Logger::createInstance() {
+    // Registration is serialised, so nobody else can publish one in between.
+    if (BasicLogger::isInstance(nullptr)) {
+        auto logger = std::make_unique<Logger>();
+        logger->setComponentWidth(width);
+        publish(logger.release()); // owned by the process until destroyInstance
+    }
+}
+
+void Logger::destroyInstance() noexcept {
+    if (!BasicLogger::isInstance(nullptr)) {
+        const std::unique_ptr<BasicLogger> logger(&getInstance());
+        publish(nullptr);
+    }
+}
+
+} // namespace kal

@@ -1,0 +1,89 @@
+#include "logging/MessageText.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace kal {
+
+namespace {
+
+constexpr char upperDigits[] = "0123456789ABCDEF";
+
+} // namespace
+
+MessageText &MessageText::operator<<(std::string_view text) {
+    if (overflow_.empty() && text.size() < roomSize - size_) { // one byte stays for the terminator
+        std::memcpy(room_ + size_, text.data(), text.size());
+        size_ += text.size();
+        return *this;
+    }
+    if (overflow_.empty()) {
+        overflow_.reserve(2 * (size_ + text.size()));
+        overflow_.assign(room_, size_);
+    }
+    overflow_.append(text);
+    return *this;
+}
+
+MessageText &MessageText::operator<<(const char *text) {
+    return text == nullptr ? *this : *this << std::string_view(text);
+}
+
+MessageText &MessageText::operator<<(const void *pointer) {
+    if (pointer == nullptr) {
+        return *this;
+    }
+    char text[2 + 2 * sizeof pointer] = {'0', 'x'};
+    uintptr_t rest = reinterpret_cast<uintptr_t>(pointer);
+    for (size_t position = sizeof text; position > 2; rest >>= 4) {
+        text[--position] = upperDigits[rest & 0xF];
+    }
+    return *this << std::string_view(text, sizeof text);
+}
+
+MessageText &MessageText::operator<<(HexBytes hex) {
+    const char *separator = "";
+    for (const uint8_t byte : hex.bytes) {
+        *this << separator << upperDigits[byte >> 4] << upperDigits[byte & 0xF];
+        separator = " ";
+    }
+    return *this;
+}
+
+MessageText &MessageText::operator<<(PaddedNumber padded) {
+    char digits[32];
+    const auto result = std::to_chars(digits, digits + sizeof digits, padded.number, static_cast<int>(padded.base));
+    const size_t count = static_cast<size_t>(result.ptr - digits);
+    if (count < padded.width) {
+        fill('0', padded.width - count);
+    }
+    return *this << std::string_view(digits, count);
+}
+
+void MessageText::fill(char character, size_t count) {
+    for (; count > 0; --count) {
+        *this << character;
+    }
+}
+
+MessageText &MessageText::writeUnsigned(uint64_t number) {
+    char digits[20];
+    const auto result = std::to_chars(digits, digits + sizeof digits, number);
+    return *this << std::string_view(digits, static_cast<size_t>(result.ptr - digits));
+}
+
+MessageText &MessageText::writeSigned(int64_t number) {
+    char digits[20];
+    const auto result = std::to_chars(digits, digits + sizeof digits, number);
+    return *this << std::string_view(digits, static_cast<size_t>(result.ptr - digits));
+}
+
+const char *MessageText::c_str() noexcept {
+    if (!overflow_.empty()) {
+        return overflow_.c_str();
+    }
+    room_[size_] = '\0';
+    return room_;
+}
+
+} // namespace kal

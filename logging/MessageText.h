@@ -1,0 +1,58 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace kal {
+
+/// Bytes to be written as two upper-case hexadecimal digits each, with blanks between.
+struct HexBytes {
+    std::span<const uint8_t> bytes;
+};
+
+/// A number to be written zero-filled to a width.
+struct PaddedNumber {
+    uint32_t number;
+    uint32_t width;
+    uint32_t base = 10; ///< 10, or 16 in lower case
+};
+
+/// Composes a text piece by piece, like a string stream without its locale; needs the heap only beyond its own room.
+class MessageText {
+  public:
+    MessageText() noexcept = default;
+    MessageText(const MessageText &) = delete;
+    MessageText &operator=(const MessageText &) = delete;
+
+    MessageText &operator<<(std::string_view text);
+    MessageText &operator<<(const char *text); ///< null writes nothing
+    MessageText &operator<<(char character) { return *this << std::string_view(&character, 1); }
+    MessageText &operator<<(std::unsigned_integral auto number) { return writeUnsigned(number); }
+    MessageText &operator<<(std::signed_integral auto number) { return writeSigned(number); }
+    /// "0x" and the pointer in 16 upper-case digits; a null pointer writes nothing at all, not even "0x".
+    MessageText &operator<<(const void *pointer);
+    MessageText &operator<<(HexBytes hex);
+    MessageText &operator<<(PaddedNumber padded);
+    void fill(char character, size_t count);
+
+    [[nodiscard]] std::string_view view() const noexcept {
+        return overflow_.empty() ? std::string_view(room_, size_) : std::string_view(overflow_);
+    }
+    /// Zero-terminated.
+    [[nodiscard]] const char *c_str() noexcept;
+    [[nodiscard]] std::string str() const { return std::string(view()); }
+
+  private:
+    MessageText &writeUnsigned(uint64_t number);
+    MessageText &writeSigned(int64_t number);
+
+    static constexpr size_t roomSize = 512;
+    char room_[roomSize];
+    size_t size_ = 0;      ///< bytes used of the room
+    std::string overflow_; ///< the whole text once it is longer than the room
+};
+
+} // namespace kal
