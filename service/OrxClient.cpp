@@ -1,0 +1,192 @@
+#include "service/OrxClient.h"
+
+#include "platform/EntryPoint.h"
+#include "service/OrxPatterns.h"
+#include "service/ServerCheck.h"
+
+#include <mutex>
+
+namespace kal {
+
+namespace {
+
+/// comc.dll in the folder of a module; the bare name, and so the system's search, when that folder cannot be told.
+std::string libraryPathBeside(HMODULE module) {
+    char buffer[261] = {};
+    std::string directory;
+    if (GetModuleFileNameA(module, buffer, sizeof buffer) != 0) {
+        const std::string fileName(buffer, strnlen(buffer, sizeof buffer));
+        directory = fileName.substr(0, fileName.rfind('\\') + 1); // npos + 1 is 0: no directory
+    }
+    return directory + "comc.dll";
+}
+
+/// A failure's code; a failure without one counts as a missing module.
+uint32_t failureCode() noexcept {
+    const DWORD code = GetLastError();
+    return code == ERROR_SUCCESS ? ERROR_MOD_NOT_FOUND : code;
+}
+
+} // namespace
+
+OrxClient::OrxClient(HMODULE libraryModule, const char *serverName, bool keepLoaded)
+    : serverName_(serverName == nullptr ? "" : serverName), libraryPath_(libraryPathBeside(libraryModule)),
+      keepLoaded_(keepLoaded) {}
+
+OrxClient::~OrxClient() {
+    const std::lock_guard guard(loadLock_);
+    if (module_ != nullptr) {
+        unloadNow();
+    }
+}
+
+uint32_t OrxClient::loadService() {
+    const std::lock_guard guard(loadLock_);
+    // A module that was released after a failed OrxInitialize deliberately counts as loaded here: this call counts up
+    // and answers 0 without loading again; the unload that balances it clears the way for a fresh load.
+    if (loadCount_ != 0 || module_ != nullptr) {
+        ++loadCount_;
+        return ERROR_SUCCESS;
+    }
+    const HMODULE loaded = LoadLibraryA(libraryPath_.c_str());
+    if (loaded == nullptr) {
+        return failureCode();
+    }
+    module_ = loaded;
+    auto *const initialize = resolve<>("OrxInitialize");
+    if (initialize != nullptr && initialize() == ERROR_SUCCESS) {
+        ++loadCount_;
+        return ERROR_SUCCESS;
+    }
+    const uint32_t code = failureCode();
+    moduleIsReleased_ = true;
+    FreeLibrary(loaded);
+    return code;
+}
+
+uint32_t OrxClient::unloadService() {
+    const std::lock_guard guard(loadLock_);
+    if (loadCount_ != 0) {
+        --loadCount_;
+    }
+    if (loadCount_ == 0 && module_ != nullptr && !keepLoaded_) {
+        unloadNow();
+    }
+    return ERROR_SUCCESS;
+}
+
+/// Under the load lock.
+void OrxClient::unloadNow() {
+    if (auto *const uninitialize = resolve<>("OrxUninitialize")) {
+        uninitialize();
+    }
+    if (!moduleIsReleased_) {
+        FreeLibrary(module_);
+    }
+    forgetModule();
+    loadCount_ = 0;
+}
+
+void OrxClient::forgetModule() noexcept {
+    module_ = nullptr;
+    moduleIsReleased_ = false;
+}
+
+uint32_t OrxClient::acquireClientId() {
+    const std::lock_guard guard(clientIdLock_);
+    if (const uint32_t code = checkServerByName(serverName_)) {
+        return code;
+    }
+    if (clientIdCount_ == 0) {
+        auto *const getClientId = resolve<uint32_t *, const char *>("OrxGetClientId");
+        if (getClientId == nullptr) {
+            return failureCode();
+        }
+        uint32_t received = 0;
+        if (const uint32_t code = getClientId(&received, serverName_.c_str())) {
+            clientId_ = 0;
+            return code;
+        }
+        clientId_ = received;
+    }
+    ++clientIdCount_;
+    return ERROR_SUCCESS;
+}
+
+uint32_t OrxClient::releaseClientId() {
+    const std::lock_guard guard(clientIdLock_);
+    if (clientIdCount_ != 0 && --clientIdCount_ == 0) {
+        clientId_ = 0; // the service is not told: it has no way to take an identifier back
+    }
+    return ERROR_SUCCESS;
+}
+
+void OrxClient::addHandle(OpenHandles::node_type made) noexcept {
+    made.mapped().clientId = clientId();
+    const std::lock_guard guard(handleLock_);
+    const auto added = openHandles_.insert(std::move(made));
+    if (!added.inserted) {
+        ++added.position->second.openCount;
+    }
+}
+
+std::optional<OrxClient::OpenHandleRecord> OrxClient::findHandle(uint32_t handle) {
+    const std::lock_guard guard(handleLock_);
+    const auto position = openHandles_.find(handle);
+    // A copy: another thread may close the handle while this one calls the service.
+    return position == openHandles_.end() ? std::nullopt : std::optional(position->second);
+}
+
+bool OrxClient::removeHandle(uint32_t handle) {
+    const std::lock_guard guard(handleLock_);
+    const auto position = openHandles_.find(handle);
+    if (position == openHandles_.end()) {
+        return false;
+    }
+    if (--position->second.openCount == 0) {
+        openHandles_.erase(position);
+    }
+    return true;
+}
+
+/// Takes a load reference and an identifier reference. @return 0; or the code for the caller, with nothing taken
+uint32_t OrxClient::bringUp() {
+    if (loadService() != ERROR_SUCCESS) {
+        return ERROR_MOD_NOT_FOUND;
+    }
+    const uint32_t code = acquireClientId();
+    if (code != ERROR_SUCCESS) {
+        unloadService();
+    }
+    return code;
+}
+
+void OrxClient::giveBack() {
+    releaseClientId();
+    unloadService();
+}
+
+uint32_t OrxClient::acquireReferences() {
+    if (const uint32_t code = loadService()) {
+        return code;
+    }
+    return acquireClientId();
+}
+
+uint32_t OrxClient::releaseReferences() {
+    giveBack();
+    return ERROR_SUCCESS;
+}
+
+uint32_t OrxClient::checkServerName() {
+    return checkServerByName(serverName_);
+}
+
+#define ORX_OPERATION(slot, operation, pattern, parameters, arguments)                                                 \
+    uint32_t OrxClient::operation parameters {                                                                         \
+        return pattern arguments;                                                                                      \
+    }
+#include "service/OrxOperations.inc"
+#undef ORX_OPERATION
+
+} // namespace kal

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "platform/CriticalSection.h"
+#include "service/comc.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace kal {
+
+/// The binding to the communication service: loads comc.dll while somebody needs it, holds the client identifier, knows
+/// which handles are open, and offers one virtual operation an entry point.
+///
+/// Every operation returns 0 or a Win32-style code: 126 when comc.dll cannot be brought up, 127 when it lacks the entry
+/// point, 1 for a handle that is not open, else what the service said. Entry points are looked up by name on each call.
+/// Any number of threads may call; the three locks are never held together, and none is held while the service is called
+/// but for OrxInitialize, OrxUninitialize (load lock) and OrxGetClientId (identifier lock).
+///
+/// The order of the virtual operations is part of the binary interface.
+class OrxClient {
+  public:
+    /// Loads nothing yet.
+    /// @param libraryModule  the module beside whose file comc.dll lies
+    /// @param serverName     machine of the service; null or empty for this one
+    /// @param keepLoaded     whether comc.dll stays loaded once nobody needs it
+    OrxClient(HMODULE libraryModule, const char *serverName, bool keepLoaded);
+    OrxClient(const OrxClient &) = delete;
+    OrxClient &operator=(const OrxClient &) = delete;
+    /// Unloads comc.dll whatever still needs it.
+    virtual ~OrxClient();
+
+#define ORX_OPERATION(slot, operation, pattern, parameters, arguments) virtual uint32_t operation parameters;
+#include "service/OrxOperations.inc"
+#undef ORX_OPERATION
+
+    /// The identifier that the service gave this process; 0 while none is held.
+    [[nodiscard]] uint32_t clientId() const noexcept { return clientId_.load(std::memory_order_relaxed); }
+    [[nodiscard]] const std::string &libraryPath() const noexcept { return libraryPath_; }
+
+  private:
+    /// One open handle. The identifier is that of its open: operations on the handle keep using it.
+    struct OpenHandleRecord {
+        uint32_t handle;
+        uint32_t clientId;
+        uint32_t openCount;
+    };
+
+    using OpenHandles = std::map<uint32_t, OpenHandleRecord>; ///< by handle
+
+    [[nodiscard]] uint32_t loadService();
+    uint32_t unloadService();
+    [[nodiscard]] uint32_t acquireClientId();
+    uint32_t releaseClientId();
+    void addHandle(OpenHandles::node_type made) noexcept;
+    [[nodiscard]] std::optional<OpenHandleRecord> findHandle(uint32_t handle);
+    /// Counts one open less and forgets the handle at none. @return whether there was one to count
+    bool removeHandle(uint32_t handle);
+    [[nodiscard]] uint32_t bringUp();
+    void giveBack();
+    void unloadNow();
+    void forgetModule() noexcept;
+
+    /// The entry point, or null (and last error 127) when it is missing or no usable module is loaded.
+    template <class... Arguments>
+    [[nodiscard]] auto resolve(const char *entryPointName) const noexcept -> uint32_t (*)(Arguments...);
+
+    // The patterns, each written once; OrxOperations.inc says which operation follows which.
+    template <class... Arguments>
+    uint32_t clientScoped(const char *entryPointName, Arguments... arguments);
+    uint32_t open(const char *entryPointName, uint32_t handle);
+    uint32_t close(const char *entryPointName, uint32_t handle);
+    template <class... Arguments>
+    uint32_t handleScoped(const char *entryPointName, uint32_t handle, Arguments... arguments);
+    template <class... Arguments>
+    uint32_t serviceControl(const char *entryPointName, Arguments... arguments);
+    template <class... Arguments>
+    uint32_t handleScopedOrClose(const char *entryPointName, uint32_t handle, Arguments... arguments);
+    template <class... Arguments>
+    uint32_t handleScopedWithBackOff(const char *entryPointName, uint32_t handle, Arguments... arguments);
+    template <class... Arguments>
+    uint32_t keepingReferences(const char *entryPointName, Arguments... arguments);
+    uint32_t givingReferencesBack(const char *entryPointName);
+    template <class... Arguments>
+    uint32_t inCurrentModule(const char *entryPointName, Arguments... arguments);
+    uint32_t setClientInfo(const char *entryPointName, const void *name, const void *value);
+    uint32_t closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint32_t));
+    uint32_t acquireReferences();
+    uint32_t releaseReferences();
+    uint32_t installService(const char *entryPointName);
+    uint32_t checkServerName();
+
+    std::atomic<uint32_t> clientId_ = 0;
+    std::string serverName_;
+    std::string libraryPath_;
+    OpenHandles openHandles_;
+    uint32_t clientIdCount_ = 0;
+    CriticalSection clientIdLock_; ///< guards clientId_ (for writing), clientIdCount_ and the server check
+    CriticalSection handleLock_;   ///< guards openHandles_
+    CriticalSection loadLock_;     ///< guards module_ (for writing) and loadCount_
+    std::atomic<HMODULE> module_ = nullptr;
+    uint32_t loadCount_ = 0;
+    bool keepLoaded_;
+    /// Set when module_ was freed because OrxInitialize failed: the binding then deliberately counts as loaded, but nothing
+    /// may be looked up in, called through or freed through that handle.
+    std::atomic<bool> moduleIsReleased_ = false;
+};
+
+} // namespace kal
