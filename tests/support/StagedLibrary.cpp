@@ -1,0 +1,24 @@
+#include "tests/support/StagedLibrary.h"
+
+namespace kal::test {
+
+void stageComc(const TemporaryFolder &folder, ComcFile comc) {
+    if (comc == ComcFile::recording)
+        std::filesystem::copy_file(programFolder() / "comc.dll", folder / "comc.dll");
+    else if (comc == ComcFile::notALibrary)
+        folder.write("comc.dll", "this is not a library");
+}
+
+StagedLibrary::StagedLibrary(ComcFile comc, const std::string &fileName) {
+    stageComc(folder_, comc);
+    std::filesystem::copy_file(programFolder() / "kalclient.dll", folder_ / fileName);
+    module_ = LoadLibraryA((folder_ / fileName).string().c_str());
+    if (module_ == nullptr)
+        throw std::runtime_error("cannot load " + fileName + ": " + std::to_string(GetLastError()));
+}
+
+StagedLibrary::~StagedLibrary() {
+    FreeLibrary(module_);
+}
+
+} // namespace kal::test
