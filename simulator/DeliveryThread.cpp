@@ -1,0 +1,151 @@
+#include "simulator/DeliveryThread.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+namespace simulator {
+
+namespace {
+
+struct Scheduled {
+    PrinterEvent event;
+    std::uint64_t dueMs = 0;
+    std::uint64_t order = 0;
+    std::uint32_t count = 1;
+    std::uint32_t intervalMs = 0;
+};
+
+bool comesLater(const Scheduled &left, const Scheduled &right) noexcept {
+    return left.dueMs != right.dueMs ? left.dueMs > right.dueMs : left.order > right.order;
+}
+
+HMODULE referenceThisModule() noexcept {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&referenceThisModule),
+                       &module);
+    return module;
+}
+
+} // namespace
+
+struct DeliveryThread::State {
+    explicit State(std::shared_ptr<Listeners> who)
+        : listeners(std::move(who)), wake(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+
+    const std::shared_ptr<Listeners> listeners;
+    const Handle wake;
+    std::atomic<bool> isStopping{false};
+    std::atomic<bool> isInCallback{false};
+    std::atomic<DWORD> threadId{0};
+
+    Lock lock; // guards the rest
+    std::vector<Scheduled> queue;
+    std::uint64_t posted = 0;
+
+    void push(Scheduled item) {
+        const std::lock_guard hold(lock);
+        item.order = posted++;
+        queue.push_back(std::move(item));
+        std::push_heap(queue.begin(), queue.end(), comesLater);
+    }
+
+    /** The next event when it is due, else how long that takes. */
+    std::optional<Scheduled> popDue(DWORD &waitMs) {
+        const std::lock_guard hold(lock);
+        if (queue.empty()) {
+            waitMs = INFINITE;
+            return std::nullopt;
+        }
+        const auto now = GetTickCount64();
+        if (queue.front().dueMs > now) {
+            waitMs = static_cast<DWORD>(std::min<std::uint64_t>(queue.front().dueMs - now, 60000));
+            return std::nullopt;
+        }
+        std::pop_heap(queue.begin(), queue.end(), comesLater);
+        auto item = std::move(queue.back());
+        queue.pop_back();
+        return item;
+    }
+};
+
+DeliveryThread::DeliveryThread(std::shared_ptr<Listeners> listeners)
+    : state_(std::make_shared<State>(std::move(listeners))) {}
+
+void DeliveryThread::post(PrinterEvent event, std::uint32_t afterMs, std::uint32_t count, std::uint32_t intervalMs) {
+    if (count == 0) {
+        return;
+    }
+    state_->push({std::move(event), GetTickCount64() + afterMs, 0, count, intervalMs});
+    const std::lock_guard hold(startLock_);
+    if (!thread_ && !state_->isStopping) {
+        const auto module = referenceThisModule();
+        auto argument = std::make_unique<std::shared_ptr<State>>(state_);
+        thread_ = Handle(CreateThread(nullptr, 0, &DeliveryThread::run, argument.get(), 0, nullptr));
+        if (thread_) {
+            static_cast<void>(argument.release()); // the thread's own from here on
+        } else {
+            FreeLibrary(module);
+        }
+    }
+    SetEvent(state_->wake.get());
+}
+
+void DeliveryThread::stop() noexcept {
+    state_->isStopping = true;
+    SetEvent(state_->wake.get());
+    const std::lock_guard hold(startLock_);
+    if (!thread_ || state_->threadId == GetCurrentThreadId()) {
+        return;
+    }
+    constexpr int attempts = 200;
+    for (int attempt = 0; attempt < attempts && !state_->isInCallback; ++attempt) {
+        if (WaitForSingleObject(thread_.get(), 5) == WAIT_OBJECT_0) {
+            return;
+        }
+    }
+}
+
+DWORD WINAPI DeliveryThread::run(void *argument) {
+    {
+        const std::unique_ptr<std::shared_ptr<State>> owned(static_cast<std::shared_ptr<State> *>(argument));
+        const auto state = *owned;
+        state->threadId = GetCurrentThreadId();
+        work(*state);
+    }
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&DeliveryThread::run), &module);
+    FreeLibraryAndExitThread(module, 0); // gives back the reference that was taken for this thread
+}
+
+void DeliveryThread::work(State &state) {
+    while (!state.isStopping) {
+        DWORD waitMs = INFINITE;
+        auto due = state.popDue(waitMs);
+        if (!due) {
+            WaitForSingleObject(state.wake.get(), waitMs);
+            continue;
+        }
+        state.isInCallback = true;
+        if (!state.isStopping) {
+            try {
+                state.listeners->deliver(due->event);
+            } catch (const std::exception &) {
+                // No memory for a copy of the alert: it is lost, as alerts of a busy device are.
+            }
+        }
+        state.isInCallback = false;
+        if (--due->count > 0) {
+            due->dueMs += due->intervalMs;
+            try {
+                state.push(std::move(*due));
+            } catch (const std::bad_alloc &) {
+                // The rest of the burst is lost.
+            }
+        }
+    }
+}
+
+} // namespace simulator

@@ -1,0 +1,44 @@
+#ifndef SIMULATOR_JSON_DOCUMENT_H
+#define SIMULATOR_JSON_DOCUMENT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace simulator {
+
+/** A configuration that cannot be used: what is wrong and where, so that its author finds the place. */
+class ConfigurationError : public std::runtime_error {
+  public:
+    ConfigurationError(std::string_view text, std::size_t offset, const std::string &message);
+
+    /** Both count from 1; the column counts bytes. */
+    [[nodiscard]] std::size_t line() const noexcept { return line_; }
+    [[nodiscard]] std::size_t column() const noexcept { return column_; }
+
+  private:
+    std::size_t line_;
+    std::size_t column_;
+};
+
+/** A JSON value that remembers where it stood: a value of the wrong type is reported as exactly as a missing comma. */
+struct JsonValue {
+    using Array = std::vector<JsonValue>;
+    using Member = std::pair<std::string, JsonValue>;
+    using Object = std::vector<Member>;
+
+    std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Array, Object> content;
+    std::size_t offset = 0;
+};
+
+/** Reads strict JSON. @throws ConfigurationError for text that is no JSON, repeats a key or nests deeper than 64. */
+[[nodiscard]] JsonValue readJson(std::string_view text);
+
+} // namespace simulator
+
+#endif

@@ -1,0 +1,53 @@
+#include "simulator/ProcessMemory.h"
+
+#include "simulator/EntryPointNames.h"
+
+#include <algorithm>
+#include <cwchar>
+#include <mutex>
+
+namespace simulator {
+
+struct ProcessMemory::Content {
+    std::uint64_t identity;
+    std::uint32_t isReported;
+    std::uint32_t calls[128];
+};
+
+ProcessMemory::ProcessMemory(std::uint64_t identity) {
+    wchar_t name[64];
+    std::swprintf(name, sizeof name / sizeof *name, L"Local\\comc-simulator-%lu", GetCurrentProcessId());
+    const HANDLE section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Content), name);
+    const bool isNew = section && GetLastError() != ERROR_ALREADY_EXISTS;
+    content_ =
+        section ? static_cast<Content *>(MapViewOfFile(section, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(Content))) : nullptr;
+    // The first handle stays open on purpose: it keeps the section until the process ends.
+    if (section && !isNew) {
+        CloseHandle(section);
+    }
+    if (content_ && content_->identity != identity) {
+        *content_ = Content{};
+        content_->identity = identity;
+    }
+}
+
+ProcessMemory::~ProcessMemory() {
+    if (content_) {
+        UnmapViewOfFile(content_);
+    }
+}
+
+std::uint32_t ProcessMemory::countCall(std::string_view entryPoint) noexcept {
+    const auto names = entryPointNames();
+    const auto index = static_cast<std::size_t>(std::find(names.begin(), names.end(), entryPoint) - names.begin());
+    static_assert(std::size(Content{}.calls) >= 100, "room for every entry point");
+    const std::lock_guard hold(lock_);
+    return content_ && index < std::size(content_->calls) ? ++content_->calls[index] : 1;
+}
+
+bool ProcessMemory::isFirstReport() noexcept {
+    const std::lock_guard hold(lock_);
+    return !content_ || content_->isReported++ == 0;
+}
+
+} // namespace simulator

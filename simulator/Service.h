@@ -1,0 +1,117 @@
+#ifndef SIMULATOR_SERVICE_H
+#define SIMULATOR_SERVICE_H
+
+#include "simulator/ConfigurationFile.h"
+#include "simulator/DeliveryThread.h"
+#include "simulator/Listeners.h"
+#include "simulator/Log.h"
+#include "simulator/MisbehaviourPlan.h"
+#include "simulator/PrintJob.h"
+#include "simulator/PrinterStore.h"
+#include "simulator/ProcessMemory.h"
+#include "simulator/PropertyDescriptor.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+/** A printer's new job as the entry points hear of it. */
+struct JobRequest {
+    std::string user;
+    std::string host;
+    std::string documentName;
+    std::string options;
+};
+
+/**
+ * The simulated service as one load of the library sees it. Operations answer 0 or a code of the system; handles are
+ * those of the configuration. Safe to use from any thread; no lock is held while a callback runs, while a document is
+ * written or while a real printer is waited for.
+ */
+class Service {
+  public:
+    explicit Service(LoadedConfiguration loaded);
+    ~Service();
+    Service(const Service &) = delete;
+    Service &operator=(const Service &) = delete;
+
+    /** Ends the threads as far as they can be ended now, cancels what is unfinished. */
+    void stop() noexcept;
+
+    [[nodiscard]] bool isUsable() const noexcept { return !loaded_.error; }
+    [[nodiscard]] MisbehaviourDecision decideCall(std::string_view entryPoint);
+    [[nodiscard]] bool logsCalls() const noexcept { return loaded_.configuration.logsCalls; }
+    [[nodiscard]] Log &log() noexcept { return log_; }
+
+    [[nodiscard]] std::uint32_t open(std::uint32_t handle);
+    [[nodiscard]] std::uint32_t close(std::uint32_t handle);
+    [[nodiscard]] std::uint32_t remove(std::uint32_t handle);
+
+    [[nodiscard]] std::uint32_t startJob(std::uint32_t clientId, std::uint32_t handle, const JobRequest &request);
+    [[nodiscard]] std::uint32_t write(std::uint32_t handle, const void *data, std::uint32_t count);
+    [[nodiscard]] std::uint32_t endJob(std::uint32_t handle);
+    [[nodiscard]] std::uint32_t cancelJob(std::uint32_t handle);
+
+    /** Handles of the printers of a transport that can be found; a null transport means all. */
+    [[nodiscard]] std::vector<std::uint16_t> find(const char *transport);
+    [[nodiscard]] std::uint32_t discover(const char *transport);
+    [[nodiscard]] std::uint32_t findPort(std::string_view portName, std::uint32_t &handle);
+
+    /** @param type  "String", "Long" or "ByteArray": what the caller wants. */
+    [[nodiscard]] std::uint32_t property(std::uint32_t handle, const char *descriptor, std::string_view type,
+                                         PropertyValue &value);
+    [[nodiscard]] std::uint32_t setProperty(std::uint32_t handle, const char *descriptor, std::string_view type,
+                                            PropertyValue value);
+    [[nodiscard]] std::uint32_t setJobString(std::uint32_t handle, const char *key, const char *value);
+
+    [[nodiscard]] std::uint32_t cache(std::uint32_t handle, Bytes &block);
+    [[nodiscard]] std::uint32_t state(std::uint32_t handle, std::uint32_t &state);
+    [[nodiscard]] std::uint32_t exchange(std::uint32_t handle, std::span<const std::uint8_t> request, Bytes &response);
+
+    [[nodiscard]] std::uint32_t registerAlerts(std::uint32_t handle, std::uint32_t mask, OrxAlertCallback callback);
+    [[nodiscard]] std::uint32_t unregisterAlerts(std::uint32_t handle);
+    [[nodiscard]] std::uint32_t registerNotifications(std::uint32_t handle, std::uint32_t mask,
+                                                      OrxNotificationCallback callback);
+    [[nodiscard]] std::uint32_t unregisterNotifications(std::uint32_t handle);
+
+  private:
+    struct OpenPrinter {
+        std::uint32_t count = 0;
+        std::shared_ptr<PrintJob> job;
+    };
+
+    [[nodiscard]] const PrinterConfiguration *printer(std::uint32_t handle) const noexcept;
+    [[nodiscard]] bool isPresent(const PrinterConfiguration &printer) const;
+    [[nodiscard]] bool isOpen(std::uint32_t handle);
+    [[nodiscard]] std::shared_ptr<PrintJob> runningJob(std::uint32_t handle);
+    /** The handle's job is over, unless it is another one by now. */
+    void dropJob(std::uint32_t handle, const std::shared_ptr<PrintJob> &job);
+    [[nodiscard]] std::string portOf(const PrinterConfiguration &printer) const;
+    void notify(const PrinterConfiguration &printer, std::uint32_t notification, std::uint32_t afterMs = 0,
+                std::optional<std::uint32_t> flag = std::nullopt);
+    void alert(const PrinterConfiguration &printer, std::string_view cpdAlert, std::string_view bpdAlert,
+               std::uint32_t afterMs = 0);
+    void reportEnd(const PrinterConfiguration &printer);
+    void scheduleTimeline(TimelineStart start, std::optional<std::uint16_t> handle);
+
+    const LoadedConfiguration loaded_;
+    Log log_;
+    ProcessMemory memory_;
+    PrinterStore store_;
+    const std::shared_ptr<Listeners> listeners_;
+    DeliveryThread jobEvents_;
+    DeliveryThread timeline_;
+
+    Lock lock_; // guards the rest
+    std::map<std::uint32_t, OpenPrinter> open_;
+    std::vector<bool> isScheduled_; // by timeline entry
+};
+
+} // namespace simulator
+
+#endif

@@ -1,0 +1,18 @@
+#ifndef SIMULATOR_SERVICE_HOLDER_H
+#define SIMULATOR_SERVICE_HOLDER_H
+
+#include "simulator/Service.h"
+
+#include <memory>
+
+namespace simulator {
+
+/** The service of this load of the library: null before OrxInitialize and after OrxUninitialize. */
+[[nodiscard]] std::shared_ptr<Service> currentService() noexcept;
+
+/** Puts another service, or none, in its place. @return the one that was there. */
+std::shared_ptr<Service> exchangeService(std::shared_ptr<Service> next) noexcept;
+
+} // namespace simulator
+
+#endif
