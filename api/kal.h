@@ -70,20 +70,21 @@ extern "C" {
 #define KAL_REGISTRATION_REFUSED (-12) /**< ::KalRegisterWithRpcServer: the server cannot be reached */
 #define KAL_INVALID_FUNCTION (-15)     /**< ::KalSendBidi: no request has this function code */
 
-/* ---------------------------------------------------------------------------------- Net types and port-type codes -- */
+/* ---------------------------------------------------------------------------------- Net types and port-type codes --
+ */
 
-#define NETTYPE_IP 0x2u              /**< network printer over IPv4 ("IPv4") */
-#define ENUM_P2P 0x10u               /**< mask only: accept a found port of any net type */
-#define NETTYPE_RHOA 0x200u          /**< host-based network printer with a MAC address ("HBN1", "HBN3") */
-#define NETTYPEUSB 0x400u            /**< USB printer ("USB1"), and any printer whose transport cannot be read */
-#define NETTYPE_LOCAL 0x800u         /**< parallel-port printer ("PAR1") */
+#define NETTYPE_IP 0x2u                /**< network printer over IPv4 ("IPv4") */
+#define ENUM_P2P 0x10u                 /**< mask only: accept a found port of any net type */
+#define NETTYPE_RHOA 0x200u            /**< host-based network printer with a MAC address ("HBN1", "HBN3") */
+#define NETTYPEUSB 0x400u              /**< USB printer ("USB1"), and any printer whose transport cannot be read */
+#define NETTYPE_LOCAL 0x800u           /**< parallel-port printer ("PAR1") */
 #define KAL_DISCOVER_FIRST 0x80000000u /**< mask only, ::KalEnumPrinters: discover devices before enumerating */
-#define KAL_PORT_TYPE_UNSPECIFIED 0u /**< port type that fits every handle */
-#define KAL_PORT_TYPE_ANY 4095u      /**< port type that fits every handle */
+#define KAL_PORT_TYPE_UNSPECIFIED 0u   /**< port type that fits every handle */
+#define KAL_PORT_TYPE_ANY 4095u        /**< port type that fits every handle */
 
 /* ----------------------------------------------------------------------------------------------- Window messages -- */
-/* Posted to the window given to KalCaptureAlerts. wParam: printer handle in the low 16 bits; alert id, flag or state  */
-/* in the high 16 bits. Fetch an alert's bytes with KalQueryAlerts and the alert id.                                   */
+/* Posted to the window given to KalCaptureAlerts. wParam: printer handle in the low 16 bits; alert id, flag or state */
+/* in the high 16 bits. Fetch an alert's bytes with KalQueryAlerts and the alert id. */
 
 #define WM_KAL_DSA 0x05F4              /**< WM_USER+500: power-on reset of a CpdPrinter; alert id high */
 #define WM_KAL_TONERPREDICTION 0x0600  /**< WM_USER+512: toner prediction of a BpdPrinter; alert id high */
@@ -99,9 +100,9 @@ extern "C" {
 #define KAL_DEVICE_CLASS_BPD 3 /**< PortInfoRecord::deviceClass of every device that is not a CpdPrinter */
 #define KAL_DEVICE_CLASS_CPD 8 /**< PortInfoRecord::deviceClass of a CpdPrinter */
 
-#define KAL_PORT_NAME_SIZE 80         /**< bytes of PortInfoRecord::portName, terminator included */
-#define KAL_SECOND_NAME_OFFSET 100    /**< where PortInfoRecord::secondName begins */
-#define KAL_SECOND_NAME_MINIMUM 260   /**< bytes that PortInfoRecord::secondName always has room for */
+#define KAL_PORT_NAME_SIZE 80       /**< bytes of PortInfoRecord::portName, terminator included */
+#define KAL_SECOND_NAME_OFFSET 100  /**< where PortInfoRecord::secondName begins */
+#define KAL_SECOND_NAME_MINIMUM 260 /**< bytes that PortInfoRecord::secondName always has room for */
 
 /**
  * A found printer, handed to a ::KalPortCallback. The library owns the record; it is valid during the callback only.
@@ -123,11 +124,11 @@ typedef struct PortInfoRecord {
 
 /** What ::KalQueryPrinterStatus fills in. */
 typedef struct KalPrinterStatusRecord {
-    uint32_t size;           /**< 0: 1028, the bytes that follow this member */
-    uint32_t version;        /**< 4: 1 */
-    uint32_t isPrinting;     /**< 8: 1 while the printer prints, else 0 */
-    uint32_t count;          /**< 12: 1 */
-    uint8_t reserved[1016];  /**< 16: zero */
+    uint32_t size;          /**< 0: 1028, the bytes that follow this member */
+    uint32_t version;       /**< 4: 1 */
+    uint32_t isPrinting;    /**< 8: 1 while the printer prints, else 0 */
+    uint32_t count;         /**< 12: 1 */
+    uint8_t reserved[1016]; /**< 16: zero */
 } KalPrinterStatusRecord;
 
 /**
@@ -403,9 +404,8 @@ KAL_API int32_t KalReleaseAlerts(uint16_t first, uint16_t handle);
  * @param[out] buffer    receives the bytes; may be null only when *size is too small anyway.
  * @param[in,out] size   in: bytes of the buffer; out: bytes of the alert. Not null.
  * @return ::KAL_OKAY; the number of bytes needed (a positive number, deliberately not a named code) when the buffer is
- *         too small; ::KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result of 1 with
- *         *size changed to 1 means one byte is needed.
- * Never asks the service.
+ *         too small; ::KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result of 1
+ * with *size changed to 1 means one byte is needed. Never asks the service.
  */
 KAL_API int32_t KalQueryAlerts(uint16_t first, uint16_t alertId, uint16_t third, uint16_t fourth, void *buffer,
                                uint16_t *size);
@@ -424,7 +424,8 @@ KAL_API int32_t KalQueryAlerts(uint16_t first, uint16_t alertId, uint16_t third,
 KAL_API int32_t KalQueryPrinterStatus(uint16_t first, uint16_t handle, uint16_t third, void *buffer, uint32_t size,
                                       uint32_t *needed);
 
-/* ----------------------------------------------------------------------------------------------------------- Bidi -- */
+/* ----------------------------------------------------------------------------------------------------------- Bidi --
+ */
 
 /**
  * Sends one bidirectional request to a printer and returns its response. Opens and closes the handle by itself.
@@ -459,8 +460,8 @@ KAL_API int32_t KalEnumSpecific(KAL_ARGUMENTS_NOT_READ);
 KAL_API void KalPrepareRhoaForUninstall(void);
 
 /* ------------------------------------------------------------------------------------------ Unsupported exports -- */
-/* Kept so that older applications link and run. Each reads no argument, logs "KAL_FAIL (unsupported)", never blocks    */
-/* and always returns KAL_FAIL.                                                                                        */
+/* Kept so that older applications link and run. Each reads no argument, logs "KAL_FAIL (unsupported)", never blocks */
+/* and always returns KAL_FAIL. */
 
 /** Unsupported. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalCaptureAlertsEx(KAL_ARGUMENTS_NOT_READ);
@@ -542,10 +543,11 @@ KAL_API int32_t KalSetPollingInterval(KAL_ARGUMENTS_NOT_READ);
 KAL_API int32_t KalSetQueueStatus(KAL_ARGUMENTS_NOT_READ);
 
 /* --------------------------------------------------------------------------------------------------- LM aliases -- */
-/* Each writes a trace under its own name (two deliberately under another's), passes its arguments on unchanged and     */
-/* returns what the export without LM returns. Thread rule and blocking are those of that export.                      */
+/* Each writes a trace under its own name (two deliberately under another's), passes its arguments on unchanged and */
+/* returns what the export without LM returns. Thread rule and blocking are those of that export. */
 
-/** Alias of ::KalRegisterApp. Needs a registered application: it opens a trace, which ::KalRegisterApp does not. @return as ::KalRegisterApp. */
+/** Alias of ::KalRegisterApp. Needs a registered application: it opens a trace, which ::KalRegisterApp does not.
+ * @return as ::KalRegisterApp. */
 KAL_API uint16_t KalRegisterAppLM(uint16_t first);
 /** Alias of ::KalUnregisterApp. Needs a registered application: it opens a trace, which ::KalUnregisterApp does not. */
 KAL_API void KalUnregisterAppLM(uint16_t first);

@@ -29,8 +29,8 @@ class BasicLogger {
 
     virtual ~BasicLogger() = default;
     virtual void write(const LoggerComponent &component, uint32_t level, const std::string &text);
-    /// Writes one line: header, depth, text. Waits for the inter-process lock and nothing else, never throws, and leaves
-    /// the thread's last error as it found it.
+    /// Writes one line: header, depth, text. Waits for the inter-process lock and nothing else, never throws, and
+    /// leaves the thread's last error as it found it.
     virtual void write(const LoggerComponent &component, uint32_t level, const char *text);
     /// Deletes the log file under the inter-process lock.
     virtual void deleteLogFile();
@@ -74,9 +74,9 @@ class BasicLogger {
 
     std::unique_ptr<Mutex> lock_; ///< absent only when there was no memory for it
     std::string path_;
-    CriticalSection depthSection_;        ///< guards depths_
-    std::map<uint32_t, int32_t> depths_;  ///< by thread id; an entry is never removed
-    SecurityEveryone security_;           ///< for the log file
+    CriticalSection depthSection_;       ///< guards depths_
+    std::map<uint32_t, int32_t> depths_; ///< by thread id; an entry is never removed
+    SecurityEveryone security_;          ///< for the log file
     std::atomic<uint32_t> componentWidth_;
     SettingCache cache_;
 };

@@ -23,7 +23,8 @@ struct LogHeader {
     int32_t depth = 0;           ///< open calls of the thread, a blank each; below 0 counts as 0
 };
 
-/// Adds the header as it stands in the log: 2012/03/05-14:07:09.042 pid=0a3c tid=0b04 LegacyClient and the depth blanks.
+/// Adds the header as it stands in the log: 2012/03/05-14:07:09.042 pid=0a3c tid=0b04 LegacyClient and the depth
+/// blanks.
 void composeHeader(MessageText &line, const LogHeader &header);
 
 } // namespace kal

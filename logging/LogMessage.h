@@ -8,8 +8,8 @@
 
 namespace kal {
 
-/// Writes one line composed of pieces, if the component logs at the level; nothing is composed otherwise. What goes wrong
-/// while logging is nobody's concern.
+/// Writes one line composed of pieces, if the component logs at the level; nothing is composed otherwise. What goes
+/// wrong while logging is nobody's concern.
 template <class... Pieces>
 void logMessage(const LoggerComponent &component, uint32_t level, const Pieces &...pieces) noexcept {
     try {

@@ -19,8 +19,8 @@ class Data {
     [[nodiscard]] virtual uint32_t remaining() const;
     /// The first unread byte; null when the buffer is empty.
     [[nodiscard]] virtual const uint8_t *current() const;
-    /// Reads over count bytes, or over none when fewer are unread. With compact, the unread bytes then move to the front
-    /// and what was read is gone.
+    /// Reads over count bytes, or over none when fewer are unread. With compact, the unread bytes then move to the
+    /// front and what was read is gone.
     virtual void skip(uint32_t count, bool compact);
     virtual void setFirstAttribute(uint32_t value) { firstAttribute_ = value; }
     virtual void setSecondAttribute(uint32_t value) { secondAttribute_ = value; }

@@ -33,8 +33,8 @@ class Win32Exception : public Exception {
   public:
     using Exception::Exception;
 
-    /// "Win32(", the code and the system's text with nothing between and no closing parenthesis (deliberate: log readers
-    /// know this form); empty when the code is 0.
+    /// "Win32(", the code and the system's text with nothing between and no closing parenthesis (deliberate: log
+    /// readers know this form); empty when the code is 0.
     [[nodiscard]] std::string errorText() const override;
 };
 

@@ -13,8 +13,7 @@ static_assert(sizeof(SECURITY_DESCRIPTOR) == 40 && sizeof(SECURITY_ATTRIBUTES) =
 
 constexpr const char *file = ".\\SecurityEveryone";
 // One text for five failing calls, told apart by their lines only: deliberate, support knows the lines.
-constexpr const char *descriptorFailed =
-    "SecurityEveryone::SecurityEveryone() InitializeSecurityDescriptor failed";
+constexpr const char *descriptorFailed = "SecurityEveryone::SecurityEveryone() InitializeSecurityDescriptor failed";
 
 /// Bytes of an access list with one access-allowed entry for each SID.
 uint32_t accessListSize(std::span<PSID const> sids) {

@@ -18,7 +18,8 @@ unsigned __stdcall Thread::procedure(void *startRecord) {
 void Thread::start() {
     Event started(true, false, "", false);
     startRecord_ = std::make_unique<StartRecord>(StartRecord{runnable_, &started});
-    const uintptr_t created = _beginthreadex(nullptr, stackSize_, &Thread::procedure, startRecord_.get(), 0, &threadId_);
+    const uintptr_t created =
+        _beginthreadex(nullptr, stackSize_, &Thread::procedure, startRecord_.get(), 0, &threadId_);
     // Only all ones counts as a failure; a null handle is deliberately not tested for.
     if (created == static_cast<uintptr_t>(-1)) {
         throwLastError("Thread::start()", ".\\Thread", __LINE__);

@@ -18,8 +18,8 @@ namespace kal {
 ///
 /// Every operation returns 0 or a Win32-style code: 126 when comc.dll cannot be brought up, 127 when it lacks the entry
 /// point, 1 for a handle that is not open, else what the service said. Entry points are looked up by name on each call.
-/// Any number of threads may call; the three locks are never held together, and none is held while the service is called
-/// but for OrxInitialize, OrxUninitialize (load lock) and OrxGetClientId (identifier lock).
+/// Any number of threads may call; the three locks are never held together, and none is held while the service is
+/// called but for OrxInitialize, OrxUninitialize (load lock) and OrxGetClientId (identifier lock).
 ///
 /// The order of the virtual operations is part of the binary interface.
 class OrxClient {
@@ -39,8 +39,12 @@ class OrxClient {
 #undef ORX_OPERATION
 
     /// The identifier that the service gave this process; 0 while none is held.
-    [[nodiscard]] uint32_t clientId() const noexcept { return clientId_.load(std::memory_order_relaxed); }
-    [[nodiscard]] const std::string &libraryPath() const noexcept { return libraryPath_; }
+    [[nodiscard]] uint32_t clientId() const noexcept {
+        return clientId_.load(std::memory_order_relaxed);
+    }
+    [[nodiscard]] const std::string &libraryPath() const noexcept {
+        return libraryPath_;
+    }
 
   private:
     /// One open handle. The identifier is that of its open: operations on the handle keep using it.
@@ -105,8 +109,8 @@ class OrxClient {
     std::atomic<HMODULE> module_ = nullptr;
     uint32_t loadCount_ = 0;
     bool keepLoaded_;
-    /// Set when module_ was freed because OrxInitialize failed: the binding then deliberately counts as loaded, but nothing
-    /// may be looked up in, called through or freed through that handle.
+    /// Set when module_ was freed because OrxInitialize failed: the binding then deliberately counts as loaded, but
+    /// nothing may be looked up in, called through or freed through that handle.
     std::atomic<bool> moduleIsReleased_ = false;
 };
 

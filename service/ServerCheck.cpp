@@ -23,8 +23,8 @@ uint32_t askNetworkProvider(const std::string &serverName) {
     if (!provider) {
         return GetLastError();
     }
-    auto *const getResourceInformation =
-        entryPoint<DWORD WINAPI(NETRESOURCEA *, void *, DWORD *, char **)>(provider.get(), "WNetGetResourceInformationA");
+    auto *const getResourceInformation = entryPoint<DWORD WINAPI(NETRESOURCEA *, void *, DWORD *, char **)>(
+        provider.get(), "WNetGetResourceInformationA");
     if (getResourceInformation == nullptr) {
         return GetLastError();
     }

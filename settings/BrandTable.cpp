@@ -43,8 +43,8 @@ const BrandRow *findBrand(std::string_view brandCode) noexcept {
 }
 
 bool isBrandRecognised(std::string_view brandCode) noexcept {
-    return std::ranges::any_of(
-        rows, [&](const BrandRow &row) { return hasCode(row, brandCode) && row.recognised != 0; });
+    return std::ranges::any_of(rows,
+                               [&](const BrandRow &row) { return hasCode(row, brandCode) && row.recognised != 0; });
 }
 
 } // namespace kal

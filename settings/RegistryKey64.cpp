@@ -183,8 +183,8 @@ bool RegistryKey64::getValue(const std::string &name, std::vector<uint8_t> &valu
 }
 
 void RegistryKey64::setValue(const std::string &name, uint32_t value) const {
-    const LSTATUS code = RegSetValueExA(handle_, name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE *>(&value),
-                                        sizeof value);
+    const LSTATUS code =
+        RegSetValueExA(handle_, name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE *>(&value), sizeof value);
     if (code != ERROR_SUCCESS) {
         fail("RegistryKey64::setValue(ulong): Unable to set ", code, 276);
     }

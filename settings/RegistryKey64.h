@@ -9,7 +9,8 @@
 namespace kal {
 
 /// One open registry key, always in the 64-bit view on 64-bit Windows. Failures are Win32Exceptions with fixed texts; a
-/// value that is not there is no failure for a read. The order of the virtual operations is part of the binary interface.
+/// value that is not there is no failure for a read. The order of the virtual operations is part of the binary
+/// interface.
 class RegistryKey64 {
   public:
     explicit RegistryKey64(REGSAM access = KEY_READ) noexcept;

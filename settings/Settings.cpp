@@ -21,8 +21,8 @@ std::string transportLibraryPath(std::string_view localId, const char *libraryNa
 }
 
 bool canBeRead(const std::string &path) {
-    const ScopedHandle file(
-        CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const ScopedHandle file(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
     return file.isOpen();
 }
 

@@ -1,0 +1,157 @@
+#pragma once
+
+// The two frames on which the exports stand: the inline frame does its work on the caller's thread, the threaded frame
+// on a worker thread while the caller waits.
+
+#include "api/ResultCodes.h"
+#include "api/ServiceBinding.h"
+#include "api/kal.h"
+#include "logging/FunctionTrace.h"
+#include "logging/LogMessage.h"
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <utility>
+
+namespace kal {
+
+/// The component under which the exported interface logs.
+[[nodiscard]] const LoggerComponent &legacyClient() noexcept;
+
+template <class... Pieces>
+void logError(const Pieces &...pieces) noexcept {
+    logMessage(legacyClient(), logLevel::error, pieces...);
+}
+
+template <class... Pieces>
+void logTrace(const Pieces &...pieces) noexcept {
+    logMessage(legacyClient(), logLevel::trace, pieces...);
+}
+
+/// The pieces of a call's description; composed only when somebody logs it. Holds references: for the full expression.
+template <class... Pieces>
+class Description {
+  public:
+    explicit Description(const Pieces &...pieces) noexcept : pieces_(pieces...) {}
+
+    [[nodiscard]] std::string compose() const {
+        MessageText text;
+        std::apply([&](const Pieces &...each) { (text << ... << each); }, pieces_);
+        return text.str();
+    }
+
+  private:
+    std::tuple<const Pieces &...> pieces_;
+};
+
+/// The entry and exit trace of one call.
+class CallTrace {
+  public:
+    /// Raises Win32Exception while no application is registered (see kal.h), but not after a refused registration.
+    template <class... Pieces>
+    explicit CallTrace(const Description<Pieces...> &description) {
+        // Whether the description is built and whether the trace is active are deliberately two tests.
+        open(logEnabled(legacyClient(), logLevel::trace) ? description.compose() : std::string());
+    }
+
+    /// Gives the exit trace its result's text.
+    template <class... Pieces>
+    void setResult(const Pieces &...pieces) {
+        if (trace_ && trace_->isActive()) {
+            MessageText text;
+            (text << ... << pieces);
+            trace_->setResult(text.view());
+        }
+    }
+
+    /// Results on their way out: traced by name, or as a number.
+    int32_t named(int32_t result) {
+        setResult(resultName(result));
+        return result;
+    }
+    int32_t numbered(int32_t result) {
+        setResult(result);
+        return result;
+    }
+    /// For a null pointer where one is needed.
+    int32_t nullArgument(const char *exportName, const char *argument);
+
+  private:
+    void open(std::string description);
+
+    std::optional<FunctionTrace> trace_;
+};
+
+inline constexpr const char *missingBindingMessage = "orxClient=NULL.";
+
+/// The inline frame: trace, binding, then body(trace, client).
+/// @param missingBinding  what is logged when there is no binding
+template <class Body, class... Pieces>
+int32_t inlineCall(const Description<Pieces...> &description, const char *missingBinding, Body body) {
+    CallTrace trace(description);
+    OrxClient *const client = serviceBinding();
+    if (client == nullptr) {
+        logError(missingBinding);
+        return trace.named(KAL_FAIL);
+    }
+    return body(trace, *client);
+}
+
+template <class Body, class... Pieces>
+int32_t inlineCall(const Description<Pieces...> &description, Body body) {
+    return inlineCall(description, missingBindingMessage, std::move(body));
+}
+
+/// Runs worker(record) on a thread of its own and waits for its end. A Win32Exception on the way is logged under the
+/// message with its code. @return whether the worker ran to its end
+bool runWorkerThread(uint32_t (*worker)(void *), void *record, const std::exception_ptr &failure,
+                     const char *exceptionMessage);
+
+/// What goes to a worker thread: where its result goes, the export's arguments, and back what it raised.
+template <class... Arguments>
+struct WorkerRecord {
+    int32_t *result;
+    std::tuple<Arguments...> arguments;
+    std::exception_ptr failure;
+};
+
+/// The worker's side of the threaded frame: trace, binding, then body(client, arguments...).
+template <class Record, class Body>
+uint32_t runWorker(void *argument, const char *name, Body body) noexcept {
+    Record &record = *static_cast<Record *>(argument);
+    try {
+        const CallTrace trace{Description(name)};
+        OrxClient *const client = serviceBinding();
+        if (client == nullptr) {
+            logError(missingBindingMessage);
+            *record.result = KAL_FAIL;
+            return 0;
+        }
+        *record.result =
+            std::apply([&](const auto &...arguments) { return body(*client, arguments...); }, record.arguments);
+    } catch (...) {
+        record.failure = std::current_exception(); // goes on to the caller of the export, on its thread
+    }
+    return 0;
+}
+
+/// The threaded frame: trace, record, worker, result.
+template <class Record, class... Pieces, class... Arguments>
+int32_t threadedCall(const Description<Pieces...> &description, const char *exceptionMessage,
+                     uint32_t (*worker)(void *), Arguments... arguments) {
+    CallTrace trace(description);
+    int32_t result = 0;
+    auto record = std::make_unique<Record>(Record{&result, {arguments...}, nullptr});
+    if (!runWorkerThread(worker, record.get(), record->failure, exceptionMessage)) {
+        // Deliberately never freed: a thread whose start or join failed may still use it.
+        static_cast<void>(record.release());
+        result = KAL_FAIL;
+    }
+    return trace.numbered(result);
+}
+
+} // namespace kal

@@ -1,0 +1,243 @@
+#include "api/CallFrame.h"
+#include "api/DeviceProperties.h"
+#include "api/PortInformation.h"
+#include "api/kal.h"
+#include "service/OrxClient.h"
+#include "service/PropertyDescriptor.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <span>
+
+namespace kal {
+
+namespace {
+
+/// Where KalEnumPrintersCallback reports; deliberately one slot for the process, the latest enumeration's.
+std::atomic<KalPortCallback> enumPrintersCallback = nullptr;
+
+constexpr uint32_t portNameRoom = 260;
+
+/// Which property of a found printer could not be read.
+enum class ReadFailure { none, macAddress, portName };
+
+struct FailureTexts {
+    const char *macAddress;
+    const char *portName;
+};
+
+/// Reads what a printer's record needs; what fails is logged.
+/// @param nameRoom  portNameRoom bytes, where the name is kept
+ReadFailure readPrinter(OrxClient &client, FoundPrinter &printer, char *nameRoom, const FailureTexts &texts) {
+    if (printer.portType == NETTYPE_RHOA) {
+        uint32_t length = 0;
+        const uint32_t code = client.GetByteArrayPrinter(printer.handle, propertyDescriptor::macAddress,
+                                                         printer.macAddress, sizeof printer.macAddress, &length);
+        if (code != 0) {
+            logTrace(texts.macAddress, code);
+            return ReadFailure::macAddress;
+        }
+    }
+    const TextProperty name =
+        readTextProperty(client, printer.handle, propertyDescriptor::portName, nameRoom, portNameRoom);
+    if (name.code != 0) {
+        logTrace(texts.portName, name.code);
+        return ReadFailure::portName;
+    }
+    printer.name = name.text;
+    char deviceRoom[11];
+    const TextProperty device =
+        readTextProperty(client, printer.handle, propertyDescriptor::device, deviceRoom, sizeof deviceRoom);
+    printer.isCpdPrinter = device.text == cpdPrinter; // one that cannot be read is none
+    return ReadFailure::none;
+}
+
+void report(const void *record, KalPortCallback callback) {
+    logTrace("Just before callback");
+    if (callback != nullptr) {
+        callback(static_cast<const PortInfoRecord *>(record));
+    }
+    logTrace("Just after callback");
+}
+
+/// Called by the service for each printer of an enumeration. @return the printer's port-type code
+uint32_t KalEnumPrintersCallback(uint32_t handle) {
+    logTrace("KalEnumPrintersCallback");
+    OrxClient *const client = serviceBinding();
+    if (client == nullptr) {
+        logError(missingBindingMessage);
+        logTrace("KAL_FAIL");
+        return KAL_FAIL;
+    }
+    FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(*client, handle), {}, {}, false};
+    char nameRoom[portNameRoom];
+    // The port name's failure deliberately speaks of the byte array, too.
+    constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getByteArrayPrinter, errorCode="};
+    switch (readPrinter(*client, printer, nameRoom, texts)) {
+    case ReadFailure::macAddress:
+        logTrace("KAL_OKAY");
+        return 0;
+    case ReadFailure::portName:
+        return 0;
+    case ReadFailure::none:
+        break;
+    }
+    PortInfoRecord record;
+    const std::string_view secondName = printer.name.substr(0, sizeof record.secondName - 1);
+    composePortInformation(&record, printer, secondName);
+    report(&record, enumPrintersCallback);
+    return printer.portType;
+}
+
+struct TransportBit {
+    uint32_t bit;
+    const char *transport;
+};
+constexpr TransportBit discoverable[] = {{NETTYPEUSB, "USB1"}, {NETTYPE_LOCAL, "PAR1"}};
+constexpr TransportBit enumerable[] = {{NETTYPE_IP, "IPv4"}, {NETTYPEUSB, "USB1"}, {NETTYPE_LOCAL, "PAR1"}};
+
+/// Asks the service for each transport of the mask in turn, until one fails.
+template <class Ask>
+bool askEach(std::span<const TransportBit> transports, uint32_t netTypes, const char *failure, Ask ask) {
+    for (const TransportBit &each : transports) {
+        if ((netTypes & each.bit) == 0) {
+            continue;
+        }
+        if (const uint32_t code = ask(each.transport)) {
+            logTrace(failure, code);
+            return false;
+        }
+    }
+    return true;
+}
+
+void enumeratePrinters(OrxClient &client, uint32_t netTypes) {
+    const bool discovered = (netTypes & KAL_DISCOVER_FIRST) == 0 ||
+                            askEach(discoverable, netTypes, "discovery() failed, errorCode=",
+                                    [&](const char *transport) { return client.Discovery(transport, "Portname"); });
+    if (discovered) {
+        askEach(enumerable, netTypes, "enumPrinters() failed, errorCode=", [&](const char *transport) {
+            return client.EnumPrinters(transport, nullptr, KalEnumPrintersCallback);
+        });
+    }
+}
+
+/// Whether the caller's mask lets a found printer through; says so in the log.
+bool passesCategory(uint32_t portType, uint32_t netTypes, const char *portName) {
+    if (const auto category = categoryOf(portType, netTypes, portName)) {
+        logTrace(*category);
+        return true;
+    }
+    if ((netTypes & ENUM_P2P) != 0) {
+        logTrace("netType == ENUM_P2P");
+        return true;
+    }
+    logTrace("realNetType is not in netType category. netType:", netTypes, " realNetType:", portType);
+    return false;
+}
+
+int32_t enumerateSpecificPort(OrxClient &client, uint32_t netTypes, const char *portName, KalPortCallback callback) {
+    if (portName == nullptr) {
+        logError("KalEnumSpecificPort() portName = NULL");
+        return KAL_FAIL;
+    }
+    uint32_t handle = 0;
+    if (const uint32_t code = client.EnumSpecificPrinter(portName, &handle)) {
+        logTrace("orxClient->enumSpecificPrinter() failed, error=", code);
+        return 0;
+    }
+    FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(client, handle), {}, {}, false};
+    logTrace("realNetType=", printer.portType);
+    if (!passesCategory(printer.portType, netTypes, portName)) {
+        return 0;
+    }
+    char nameRoom[portNameRoom];
+    constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getStringPrinter, errorCode="};
+    if (readPrinter(client, printer, nameRoom, texts) != ReadFailure::none) {
+        return 0;
+    }
+    const auto record = std::make_unique<std::byte[]>(portInformationSize(portName)); // the name may be of any length
+    composePortInformation(record.get(), printer, portName);
+    report(record.get(), callback);
+    return static_cast<int32_t>(printer.portType);
+}
+
+using SpecificPortRecord = WorkerRecord<uint16_t, uint32_t, const char *, KalPortCallback>;
+
+uint32_t specificPortWorker(void *record) {
+    return runWorker<SpecificPortRecord>(
+        record, "KalEnumSpecificPortRunnable()",
+        [](OrxClient &client, uint16_t, uint32_t netTypes, const char *portName, KalPortCallback callback) {
+            return enumerateSpecificPort(client, netTypes, portName, callback);
+        });
+}
+
+/// Removes the head of a cache block in place. @return the block's length without it
+uint32_t dropCacheHead(uint8_t *block, uint32_t length) noexcept {
+    constexpr uint32_t headSize = 8;
+    constexpr uint8_t leadByte = 0xA5;
+    if (length < headSize || block[0] != leadByte) {
+        return length;
+    }
+    std::copy(block + headSize, block + length, block); // towards the front, so it may overlap
+    return length - headSize;
+}
+
+int32_t getCache(OrxClient &client, uint16_t handle, void *buffer, uint32_t size, uint32_t *length) {
+    if (buffer == nullptr || length == nullptr) {
+        logError("KalGetCache() ", buffer == nullptr ? "buffer" : "length", " = NULL");
+        return KAL_FAIL;
+    }
+    const uint32_t code = client.GetCachePrinter(handle, buffer, size, length);
+    if (code == 0) {
+        auto *const block = static_cast<uint8_t *>(buffer);
+        *length = dropCacheHead(block, std::min(*length, size));
+        logTrace(" returns ", HexBytes{{block, *length}});
+    }
+    return cacheResult(code);
+}
+
+using CacheRecord = WorkerRecord<uint16_t, uint16_t, void *, uint32_t, uint32_t *>;
+
+uint32_t cacheWorker(void *record) {
+    return runWorker<CacheRecord>(record, "KalGetCacheRunnable()",
+                                  [](OrxClient &client, uint16_t, uint16_t handle, void *buffer, uint32_t size,
+                                     uint32_t *length) { return getCache(client, handle, buffer, size, length); });
+}
+
+} // namespace
+
+} // namespace kal
+
+using namespace kal;
+
+extern "C" {
+
+int32_t KalEnumPrinters(uint16_t, uint32_t netTypes, KalPortCallback callback) {
+    return inlineCall(Description("KalEnumPrinters"), [&](CallTrace &trace, OrxClient &client) {
+        enumPrintersCallback = callback;
+        enumeratePrinters(client, netTypes);
+        return trace.named(KAL_OKAY); // whatever the service says: errors are deliberately only logged
+    });
+}
+
+int32_t KalEnumSpecificPort(uint16_t first, uint32_t netTypes, const char *portName, KalPortCallback callback) {
+    return threadedCall<SpecificPortRecord>(Description("KalEnumSpecificPort() port=", portName),
+                                            "KalEnumSpecificPort() exception=", specificPortWorker, first, netTypes,
+                                            portName, callback);
+}
+
+int32_t KalEnumByUNC(uint16_t first, uint32_t netTypes, const char *name, KalPortCallback callback) {
+    // The traced name is deliberately not quite the export's.
+    const CallTrace trace{Description("KalEnumByUnc()  name=", name)};
+    return KalEnumSpecificPort(first, netTypes, name, callback);
+}
+
+int32_t KalGetCache(uint16_t first, uint16_t handle, void *buffer, uint32_t size, uint32_t *length) {
+    return threadedCall<CacheRecord>(Description("KalGetCache() handle =", handle),
+                                     "KalGetCache() exception=", cacheWorker, first, handle, buffer, size, length);
+}
+
+} // extern "C"

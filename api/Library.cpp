@@ -1,0 +1,75 @@
+#include "api/Library.h"
+
+#include "api/Alerts.h"
+#include "api/kal.h"
+#include "platform/CriticalSection.h"
+#include "platform/Exception.h"
+#include "settings/Localize.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <mutex>
+
+namespace kal {
+
+namespace {
+
+HMODULE libraryModuleHandle = nullptr; ///< written once, at process attach
+CriticalSection initializeLock;
+std::atomic<bool> initialized = false;
+
+void makeLocalize() {
+    if (initialized) {
+        return;
+    }
+    const std::lock_guard guard(initializeLock);
+    if (!initialized) {
+        Localize::createInstance(libraryModuleHandle);
+        initialized = true;
+    }
+}
+
+} // namespace
+
+HMODULE libraryModule() noexcept {
+    return libraryModuleHandle;
+}
+
+} // namespace kal
+
+using namespace kal;
+
+extern "C" {
+
+int32_t Initialize(void) {
+    try {
+        makeLocalize();
+    } catch (const Win32Exception &) {
+        // Nothing is made then; the next call tries again.
+    }
+    resetAlertIds();
+    return 1;
+}
+
+int32_t Uninitialize(void) {
+    return 1;
+}
+
+BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+    switch (reason) {
+    case DLL_PROCESS_ATTACH:
+        DisableThreadLibraryCalls(instance);
+        libraryModuleHandle = instance;
+        Initialize();
+        break;
+    case DLL_PROCESS_DETACH:
+        Uninitialize();
+        break;
+    default:
+        break;
+    }
+    return TRUE;
+}
+
+} // extern "C"

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <windows.h>
+
+namespace kal {
+
+/// The module of this library.
+[[nodiscard]] HMODULE libraryModule() noexcept;
+
+} // namespace kal
