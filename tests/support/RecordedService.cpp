@@ -74,6 +74,9 @@ RecordedService::RecordedService() {
 }
 
 RecordedService::~RecordedService() {
+    // What a test left loaded would hide the next test's first load.
+    for (auto left = modules_; !left.empty(); left = modules_)
+        FreeLibrary(left.front());
     const std::lock_guard guard(instanceLock);
     instance = nullptr;
 }
@@ -223,8 +226,8 @@ void RecordedService::detached(HMODULE module) {
     if (instance == nullptr)
         return;
     const std::lock_guard guard(instance->lock_);
-    ++instance->unloads_;
-    std::erase(instance->modules_, module);
+    if (std::erase(instance->modules_, module) != 0) // one that came before this instance is none of its loads
+        ++instance->unloads_;
 }
 
 uint32_t RecordedService::called(EntryPoint entryPoint, const uint64_t *arguments) {

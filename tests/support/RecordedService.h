@@ -40,7 +40,8 @@ struct ServiceCall {
 };
 
 /// Script and recording of the double. One instance at a time; make it before the first service operation and destroy
-/// it after the last. Everything may be called from any thread, from within an action too.
+/// it after the last: a comc.dll that is still loaded then is freed. Everything may be called from any thread, from
+/// within an action too.
 ///
 /// Unscripted entry points answer 0. OrxGetClientId hands out 101, 102, 103 ... unless told otherwise.
 class RecordedService {
