@@ -1,0 +1,29 @@
+/// A window that nobody sees, for the messages that the library posts.
+#pragma once
+
+#include <windows.h>
+
+#include <chrono>
+#include <optional>
+
+namespace tool {
+
+/// Belongs to the thread that made it, which alone takes its messages.
+class MessageWindow {
+  public:
+    MessageWindow();
+    ~MessageWindow() { DestroyWindow(window_); }
+    MessageWindow(const MessageWindow &) = delete;
+    MessageWindow &operator=(const MessageWindow &) = delete;
+
+    [[nodiscard]] HWND window() const noexcept { return window_; }
+
+    using Clock = std::chrono::steady_clock;
+    /// The next message posted to the window; nothing once the time has come or the stop event is set.
+    std::optional<MSG> next(Clock::time_point deadline, HANDLE stop);
+
+  private:
+    HWND window_;
+};
+
+} // namespace tool

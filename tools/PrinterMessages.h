@@ -1,0 +1,35 @@
+/// What the library's window messages carry, taken apart.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+/// What the high half of a message's wParam is.
+enum class MessageContent { alertId, printerState, endOfJobFlag };
+
+struct PrinterMessage {
+    std::string_view name;
+    std::string_view meaning;
+    MessageContent content;
+    std::uint16_t handle;   ///< of the printer
+    std::uint16_t value;    ///< alert id, state or flag
+    std::uint32_t portType; ///< port-type code; end of job only
+};
+
+/// The message, or nothing when it is none of the library's.
+std::optional<PrinterMessage> decodeMessage(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam);
+
+/// "idle", "printing", "error", or the number.
+std::string printerStateName(std::uint16_t state);
+
+/// The value in words: "alert 5", "printing", "flag 1, USB".
+std::string describeValue(const PrinterMessage &message);
+
+/// The name of a port-type code: "USB", "network (IPv4)", or "unknown (N)".
+std::string portTypeName(std::uint32_t portType);
+
+} // namespace tool

@@ -1,0 +1,16 @@
+/// What the library's results are called and mean: the one table that every command shows them from.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+/// The result's name, or its number where it has none.
+std::string resultName(std::int32_t result);
+
+/// "KAL_PRNBUSY (-27): the printer is busy".
+std::string describeResult(std::int32_t result);
+
+} // namespace tool

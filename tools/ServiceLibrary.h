@@ -1,0 +1,41 @@
+/// The service's client library, loaded beside the tool's own use of it, to see what is wrong with it.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tool {
+
+/// Every entry point that the library may ask for.
+std::vector<std::string_view> entryPointNames();
+
+/// A file loaded as a library, or the reason why it cannot be.
+class ServiceLibrary {
+  public:
+    explicit ServiceLibrary(const std::string &path);
+    ~ServiceLibrary();
+    ServiceLibrary(const ServiceLibrary &) = delete;
+    ServiceLibrary &operator=(const ServiceLibrary &) = delete;
+
+    [[nodiscard]] bool isLoaded() const noexcept { return module_ != nullptr; }
+    [[nodiscard]] unsigned long loadError() const noexcept { return loadError_; }
+    [[nodiscard]] std::vector<std::string_view> missingEntryPoints() const;
+
+    /// The code of the call; 127 when the entry point is missing.
+    [[nodiscard]] std::uint32_t initialize() const;
+    [[nodiscard]] std::uint32_t requestClientId(std::uint32_t &clientId) const;
+    void uninitialize() const;
+
+  private:
+    template <typename Function>
+    [[nodiscard]] Function find(const char *name) const;
+
+    HMODULE module_;
+    unsigned long loadError_ = 0;
+};
+
+} // namespace tool

@@ -1,0 +1,52 @@
+/// The library's begin and end pairs as objects: what was begun is ended however a command ends.
+#pragma once
+
+#include "api/kal.h"
+#include "tools/CommandLine.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+/// Ends the command unless the operation succeeded; the message names the operation and explains the result.
+void require(std::string_view operation, std::int32_t result);
+
+/// A registration of this process, with the service on the machine that the command line named.
+class Registration {
+  public:
+    explicit Registration(const Invocation &invocation) : Registration(invocation.server) {}
+    explicit Registration(const std::string &server);
+    ~Registration() { KalUnregisterApp(0); }
+    Registration(const Registration &) = delete;
+    Registration &operator=(const Registration &) = delete;
+};
+
+/// A printer that this command opened.
+class OpenPrinter {
+  public:
+    explicit OpenPrinter(std::uint16_t handle);
+    ~OpenPrinter() { KalClose(0, handle_); }
+    OpenPrinter(const OpenPrinter &) = delete;
+    OpenPrinter &operator=(const OpenPrinter &) = delete;
+
+  private:
+    std::uint16_t handle_;
+};
+
+/// Alerts and job notifications of a printer as messages to a window. Releasing ends both, and both opens with them.
+class Capture {
+  public:
+    Capture(std::uint16_t handle, std::uint32_t alertMask, HWND window);
+    ~Capture() { KalReleaseAlerts(0, handle_); }
+    Capture(const Capture &) = delete;
+    Capture &operator=(const Capture &) = delete;
+
+  private:
+    std::uint16_t handle_;
+};
+
+} // namespace tool
