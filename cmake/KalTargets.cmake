@@ -1,11 +1,29 @@
 # The kinds of targets this project has, each made in one way.
 
+# kal_optimise(TARGET): how the library itself is optimised. One step less than CMake's release default: the time goes into
+# system calls, and the DLL is a third smaller.
+function(kal_optimise target)
+  if(NOT MSVC)
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O2>)
+  endif()
+endfunction()
+
+# kal_rules(NAME sources...): the part of a folder that decides and does not touch Windows, as a static library of its own
+# that tools and native tests can link alone.
+function(kal_rules name)
+  add_library(kal_${name}_rules STATIC ${ARGN})
+  target_include_directories(kal_${name}_rules PUBLIC "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(kal_${name}_rules PUBLIC kal_compiler)
+  kal_optimise(kal_${name}_rules)
+endfunction()
+
 # kal_folder(NAME sources...): one folder of the library as a static library that the DLL, tests and benches link.
 function(kal_folder name)
   add_library(kal_${name} STATIC ${ARGN})
   target_include_directories(kal_${name} PUBLIC "${PROJECT_SOURCE_DIR}")
   target_link_libraries(kal_${name} PUBLIC kal_compiler)
   target_compile_definitions(kal_${name} PUBLIC KAL_BUILDING_LIBRARY)
+  kal_optimise(kal_${name})
 endfunction()
 
 # kal_header_package(TARGET HEADER): a header-only package of the machine as a target. Only this package is exposed:
