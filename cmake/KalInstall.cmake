@@ -1,0 +1,43 @@
+# What `cmake --install` lays out. The simulator has a folder of its own: a comc.dll must never come to lie beside a
+# production kalclient.dll by accident.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS kalclient RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
+install(TARGETS kal RUNTIME DESTINATION bin)
+install(TARGETS comc_simulator RUNTIME DESTINATION simulator)
+install(FILES api/kal.h DESTINATION include)
+
+# The import library of the other world's linker. Visual C++ makes its own; the cross build makes it from the export
+# list when it is installed, so that building does not need the tool.
+if(NOT MSVC)
+  install(CODE "set(export_list \"${PROJECT_SOURCE_DIR}/api/kal.def\")")
+  install(CODE [[
+    find_program(LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14)
+    if(LLVM_DLLTOOL)
+      set(library "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/lib/kalclient.lib")
+      execute_process(COMMAND "${LLVM_DLLTOOL}" -m i386:x86-64 -d "${export_list}" -D kalclient.dll -l "${library}"
+                      COMMAND_ERROR_IS_FATAL ANY)
+      message(STATUS "Installing: ${library}")
+    else()
+      message(WARNING "lib/kalclient.lib, the import library for Visual C++, is left out: llvm-dlltool (package llvm) was not found")
+    endif()
+  ]])
+endif()
+
+# The package files say where things lie relative to themselves, so that the tree can be moved.
+configure_file(cmake/kal.pc.in "${PROJECT_BINARY_DIR}/install/kal.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/install/kal.pc" DESTINATION lib/pkgconfig)
+configure_package_config_file(cmake/kalConfig.cmake.in "${PROJECT_BINARY_DIR}/install/kalConfig.cmake"
+                              INSTALL_DESTINATION lib/cmake/kal NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/install/kalConfigVersion.cmake"
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/install/kalConfig.cmake" "${PROJECT_BINARY_DIR}/install/kalConfigVersion.cmake"
+        DESTINATION lib/cmake/kal)
+
+install(FILES docs/sdk-readme.md DESTINATION . RENAME README.md)
+install(FILES CHANGELOG.md DESTINATION .)
+install(DIRECTORY docs/ DESTINATION docs PATTERN sdk-readme.md EXCLUDE)
+install(DIRECTORY examples/ DESTINATION examples PATTERN CMakeLists.txt EXCLUDE)
+install(FILES resources/examples.cmake DESTINATION examples RENAME CMakeLists.txt)
+install(DIRECTORY bindings DESTINATION . PATTERN __pycache__ EXCLUDE PATTERN generate EXCLUDE)
+install(FILES abi/kal.abi.json DESTINATION abi)

@@ -1,0 +1,26 @@
+# Builds the examples against the installed package, as an application of yours would:
+#   cmake -S examples -B build -DCMAKE_PREFIX_PATH=WHERE-THIS-ARCHIVE-WAS-UNPACKED
+cmake_minimum_required(VERSION 3.16)
+project(kal_examples LANGUAGES C CXX RC)
+find_package(kal 1.0 CONFIG REQUIRED)
+
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+
+add_executable(print_example print.c)
+add_executable(status_window WIN32 status_window/status_window.cpp status_window/status_window.rc)
+target_link_libraries(status_window PRIVATE comctl32)
+if(MSVC)
+  target_link_options(status_window PRIVATE /MANIFEST:NO) # the resource file brings the program's own
+elseif(MINGW)
+  target_link_options(status_window PRIVATE -static)
+endif()
+
+foreach(example print_example status_window)
+  target_compile_definitions(${example} PRIVATE $<$<BOOL:${MSVC}>:_CRT_SECURE_NO_WARNINGS>)
+  target_link_libraries(${example} PRIVATE kal::client)
+  add_custom_command(TARGET ${example} POST_BUILD
+                     COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:kal::client> ${kal_SIMULATOR}
+                             $<TARGET_FILE_DIR:${example}> VERBATIM)
+endforeach()
