@@ -61,9 +61,12 @@ MessageText &MessageText::operator<<(PaddedNumber padded) {
 }
 
 void MessageText::fill(char character, size_t count) {
-    for (; count > 0; --count) {
-        *this << character;
+    if (overflow_.empty() && count < roomSize - size_) {
+        std::memset(room_ + size_, character, count);
+        size_ += count;
+        return;
     }
+    *this << std::string(count, character);
 }
 
 MessageText &MessageText::writeUnsigned(uint64_t number) {
