@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <vector>
 
@@ -16,6 +17,12 @@ struct Scheduled {
     std::uint32_t count = 1;
     std::uint32_t intervalMs = 0;
 };
+
+/** Finer than the system's tick count, whose steps are as long as the intervals of a fast burst. */
+std::uint64_t steadyMs() noexcept {
+    using namespace std::chrono;
+    return static_cast<std::uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
 
 bool comesLater(const Scheduled &left, const Scheduled &right) noexcept {
     return left.dueMs != right.dueMs ? left.dueMs > right.dueMs : left.order > right.order;
@@ -58,7 +65,7 @@ struct DeliveryThread::State {
             waitMs = INFINITE;
             return std::nullopt;
         }
-        const auto now = GetTickCount64();
+        const auto now = steadyMs();
         if (queue.front().dueMs > now) {
             waitMs = static_cast<DWORD>(std::min<std::uint64_t>(queue.front().dueMs - now, 60000));
             return std::nullopt;
@@ -77,7 +84,7 @@ void DeliveryThread::post(PrinterEvent event, std::uint32_t afterMs, std::uint32
     if (count == 0) {
         return;
     }
-    state_->push({std::move(event), GetTickCount64() + afterMs, 0, count, intervalMs});
+    state_->push({std::move(event), steadyMs() + afterMs, 0, count, intervalMs});
     const std::lock_guard hold(startLock_);
     if (!thread_ && !state_->isStopping) {
         const auto module = referenceThisModule();

@@ -81,9 +81,23 @@ std::uint32_t RawTcpConnection::connect() {
     return ERROR_SUCCESS;
 }
 
+/** Takes what the printer says meanwhile. @return whether it still listens: none ends before the document does. */
+bool RawTcpConnection::isTaken() noexcept {
+    for (;;) {
+        char ignored[512];
+        const int received = recv(socket_, ignored, sizeof ignored, 0);
+        if (received <= 0) {
+            return received < 0 && WSAGetLastError() == WSAEWOULDBLOCK;
+        }
+    }
+}
+
 std::uint32_t RawTcpConnection::send(const void *data, std::uint32_t count) noexcept {
     const auto *bytes = static_cast<const char *>(data);
     while (count > 0) {
+        if (!isTaken()) {
+            return broken;
+        }
         constexpr std::uint32_t largestPiece = 1 << 16;
         const int sent = ::send(socket_, bytes, static_cast<int>(std::min(count, largestPiece)), 0);
         if (sent >= 0) {
@@ -102,7 +116,7 @@ std::uint32_t RawTcpConnection::send(const void *data, std::uint32_t count) noex
 }
 
 std::uint32_t RawTcpConnection::finish() noexcept {
-    if (shutdown(socket_, SD_SEND) != 0) {
+    if (!isTaken() || shutdown(socket_, SD_SEND) != 0) {
         return broken;
     }
     for (;;) {

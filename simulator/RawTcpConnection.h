@@ -23,10 +23,14 @@ class RawTcpConnection {
     [[nodiscard]] std::uint32_t send(const void *data, std::uint32_t count) noexcept;
     /** Says that the document is complete and waits until the printer has taken it all and closed its side. */
     [[nodiscard]] std::uint32_t finish() noexcept;
-    /** Breaks the connection, so that the printer does not take what it has for a whole document. */
+    /**
+     * Breaks the connection, so that the printer does not take what it has for a whole document. (Wine ends it in the
+     * ordinary way all the same.)
+     */
     void abort() noexcept;
 
   private:
+    [[nodiscard]] bool isTaken() noexcept;
     void close() noexcept;
 
     RawTcpTarget target_;

@@ -6,7 +6,9 @@
 #include "simulator/NotificationNames.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 
 #include <nlohmann/json.hpp>
@@ -381,11 +383,13 @@ std::uint32_t Service::setJobString(std::uint32_t handle, const char *key, const
     if (descriptor->type != "Long") {
         return setProperty(handle, key, "String", std::string(value));
     }
-    const std::string_view digits(value);
-    if (digits.empty() || digits.size() > 10 || digits.find_first_not_of("0123456789") != std::string_view::npos) {
+    std::uint32_t number = 0;
+    const auto *end = value + std::strlen(value);
+    const auto [stop, failure] = std::from_chars(value, end, number);
+    if (failure != std::errc() || stop != end) {
         return ERROR_INVALID_PARAMETER;
     }
-    return setProperty(handle, key, "Long", static_cast<std::uint32_t>(std::stoull(std::string(digits))));
+    return setProperty(handle, key, "Long", number);
 }
 
 std::uint32_t Service::cache(std::uint32_t handle, Bytes &block) {
