@@ -68,8 +68,8 @@ int32_t KalSetJobControlMode(uint16_t, uint16_t handle, uint32_t mode) {
             if (client.OpenPrinter(handle) != 0) {
                 return trace.named(DEVERR_INVHANDLE);
             }
-            return trace.named(notificationModeResult(client.RegisterForNotificationsPrinter(
-                handle, static_cast<uint32_t>(ORX_NOTIFICATIONS_ALL), KalNotificationCallback)));
+            return trace.named(notificationModeResult(
+                client.RegisterForNotificationsPrinter(handle, ORX_NOTIFICATIONS_ALL, KalNotificationCallback)));
         case stopNotifications:
             return trace.named(notificationModeResult(stopNotificationsOf(client, handle)));
         default:

@@ -78,15 +78,20 @@ bool BasicLogger::isInstance(const BasicLogger *logger) noexcept {
     return instance.load(std::memory_order_acquire) == logger;
 }
 
-void BasicLogger::publish(BasicLogger *logger) noexcept {
-    if (logger == nullptr) {
-        created = false;
+bool BasicLogger::publish(BasicLogger *logger) noexcept {
+    BasicLogger *none = nullptr;
+    if (!instance.compare_exchange_strong(none, logger)) {
+        return false;
     }
-    instance = logger;
+    created = true;
     instanceToAsk = logger;
-    if (logger != nullptr) {
-        created = true;
-    }
+    return true;
+}
+
+void BasicLogger::unpublish() noexcept {
+    created = false;
+    instance = nullptr;
+    instanceToAsk = nullptr;
 }
 
 bool BasicLogger::isEnabled(const LoggerComponent &component, uint32_t level) noexcept {

@@ -63,8 +63,9 @@ class BasicLogger {
 
   protected:
     friend class Logger;
-    /// Where the one logger of the process is kept.
-    static void publish(BasicLogger *logger) noexcept;
+    /// Makes a logger that of the process. @return false when there is one already
+    [[nodiscard]] static bool publish(BasicLogger *logger) noexcept;
+    static void unpublish() noexcept;
 
   private:
     void setUp(const std::string &path);

@@ -36,18 +36,20 @@ void Logger::readSetting(const std::string &name, uint32_t &value, uint32_t defa
 }
 
 void Logger::createInstance() {
-    // Registration is serialised, so nobody else can publish one in between.
-    if (BasicLogger::isInstance(nullptr)) {
-        auto logger = std::make_unique<Logger>();
-        logger->setComponentWidth(width);
-        publish(logger.release()); // owned by the process until destroyInstance
+    if (!BasicLogger::isInstance(nullptr)) {
+        return;
+    }
+    auto logger = std::make_unique<Logger>();
+    logger->setComponentWidth(width);
+    if (publish(logger.get())) {
+        static_cast<void>(logger.release()); // owned by the process until destroyInstance
     }
 }
 
 void Logger::destroyInstance() noexcept {
     if (!BasicLogger::isInstance(nullptr)) {
         const std::unique_ptr<BasicLogger> logger(&getInstance());
-        publish(nullptr);
+        unpublish();
     }
 }
 

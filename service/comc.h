@@ -39,7 +39,7 @@ enum {
     ORX_NOTIFICATION_TRUE_END_OF_JOB = 8
 };
 
-enum { ORX_NOTIFICATIONS_ALL = 0xFFFFFFFFu };
+#define ORX_NOTIFICATIONS_ALL 0xFFFFFFFFu /**< mask for OrxRegisterForNotificationsPrinter */
 
 #ifdef __cplusplus
 }
