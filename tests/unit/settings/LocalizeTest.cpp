@@ -1,0 +1,142 @@
+#include "settings/Localize.h"
+
+#include "settings/KeyPaths.h"
+#include "tests/unit/platform/Thrown.h"
+#include "tests/unit/platform/VirtualTable.h"
+#include "tests/unit/settings/ModuleName.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace kal;
+using namespace kal::test;
+
+namespace {
+
+const HMODULE someModule = reinterpret_cast<HMODULE>(0x10000);
+const HMODULE otherModule = reinterpret_cast<HMODULE>(0x20000);
+const std::string ownName = "C:\\Product\\KALCLIENT.DLL";
+
+std::string textThrownByGetInstance() {
+    try {
+        static_cast<void>(Localize::getInstance());
+    } catch (const char *text) {
+        return text;
+    }
+    return "nothing thrown";
+}
+
+/// The one instance of this process from before its making on: what each step showed.
+struct InstanceHistory {
+    InstanceHistory() {
+        beforeCreation = textThrownByGetInstance();
+        {
+            ModuleName name("");
+            failedCreation = thrownBy([] { Localize::createInstance(someModule); });
+        }
+        afterFailure = textThrownByGetInstance();
+
+        ModuleName name(ownName);
+        std::vector<std::thread> threads;
+        for (int number = 0; number < 8; ++number)
+            threads.emplace_back([] { Localize::createInstance(someModule); });
+        for (std::thread &thread : threads)
+            thread.join();
+        nameReadsOfEightCreations = name.calls();
+        first = &Localize::getInstance();
+        Localize::createInstance(otherModule);
+        second = &Localize::getInstance();
+        nameReadsOfALaterCreation = name.calls() - nameReadsOfEightCreations;
+    }
+
+    std::string beforeCreation, afterFailure;
+    Thrown failedCreation;
+    int nameReadsOfEightCreations = 0, nameReadsOfALaterCreation = 0;
+    const Localize *first = nullptr, *second = nullptr;
+};
+
+const InstanceHistory &history() {
+    static const InstanceHistory once;
+    return once;
+}
+
+constexpr char notCreated[] = "You must call Localize::createInstance() before calling getInstance()";
+
+} // namespace
+
+TEST(Localize, KnowsModuleFileNameAndLocalId) {
+    ModuleName name(ownName);
+    const Localize localize(someModule);
+    EXPECT_EQ(localize.module(), someModule);
+    EXPECT_EQ(localize.fileName(), ownName);
+    EXPECT_EQ(localize.localId(), "kalc");
+    EXPECT_EQ(name.bufferSize(), 260u);
+}
+
+TEST(Localize, MembersAreModuleLocalIdFileName) {
+    ModuleName name(ownName);
+    const Localize localize(someModule);
+    const auto offset = [&](const void *member) {
+        return static_cast<const char *>(member) - reinterpret_cast<const char *>(&localize);
+    };
+    EXPECT_EQ(memberAt<HMODULE>(localize, 0), someModule);
+    EXPECT_EQ(offset(&localize.localId()), 8);
+    EXPECT_EQ(offset(&localize.fileName()), 40);
+}
+
+TEST(Localize, RootsAreThoseOfTheBrandCode) {
+    ModuleName name(ownName);
+    const Localize localize(someModule);
+    EXPECT_EQ(localize.productRoot(), productRootOf("kalc"));
+    EXPECT_EQ(localize.serviceRoot(), serviceRootOf("kalc"));
+    for (uint32_t selector : {0u, 1u, 2u, 3u, 0xFFFFFFFFu})
+        EXPECT_EQ(localize.root(selector), rootOf("kalc", selector)) << selector;
+}
+
+TEST(Localize, ProductRootOfNobodyIsTheFallback) {
+    ModuleName name("C:\\zz.dll");
+    EXPECT_EQ(Localize(someModule).productRoot(), "Software\\Veltro Tools");
+}
+
+TEST(Localize, UnreadableFileNameThrowsWithoutCode) {
+    ModuleName name("");
+    EXPECT_EQ(thrownBy([] { Localize localize(someModule); }),
+              (Thrown{"Localize::Localize(): GetModuleFileName failed", 0, ".\\Localize", 33}));
+}
+
+TEST(Localize, UnreadableBrandCodeThrowsWithoutCode) {
+    ModuleName name(ownName, 1);
+    EXPECT_EQ(thrownBy([] { Localize localize(someModule); }),
+              (Thrown{"Localize::Localize(): GetLocalId failed", 0, ".\\Localize", 45}));
+}
+
+TEST(LocalizeInstance, AskedForBeforeCreationThrowsAText) {
+    EXPECT_EQ(history().beforeCreation, notCreated);
+}
+
+TEST(LocalizeInstance, FailedCreationReachesTheCaller) {
+    EXPECT_EQ(history().failedCreation,
+              (Thrown{"Localize::Localize(): GetModuleFileName failed", 0, ".\\Localize", 33}));
+}
+
+TEST(LocalizeInstance, FailedCreationLeavesNone) {
+    EXPECT_EQ(history().afterFailure, notCreated);
+}
+
+TEST(LocalizeInstance, LaterCreationTriesAgain) {
+    ASSERT_NE(history().first, nullptr);
+    EXPECT_EQ(history().first->localId(), "kalc");
+}
+
+TEST(LocalizeInstance, EightCreationsAtOnceBuildOneObject) {
+    EXPECT_EQ(history().nameReadsOfEightCreations, 2); // file name and brand code, each once
+}
+
+TEST(LocalizeInstance, SecondCreationDoesNothing) {
+    EXPECT_EQ(history().first, history().second);
+    EXPECT_EQ(history().second->module(), someModule);
+    EXPECT_EQ(history().nameReadsOfALaterCreation, 0);
+}
