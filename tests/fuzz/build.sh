@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets for the build machine: build.sh BUILD_DIR replay|fuzzer. Prints the folder of the programs.
+set -euo pipefail
+
+build=$1
+kind=$2
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+folder=$build/native/fuzz-$kind
+case $kind in
+  replay) compiler=g++ fuzzer=OFF ;;
+  fuzzer) compiler=clang++ fuzzer=ON ;;
+  *) echo "usage: $0 BUILD_DIR replay|fuzzer" >&2; exit 2 ;;
+esac
+command -v "$compiler" >/dev/null || {
+  echo "$compiler is missing: install the packages $([ $kind = replay ] && echo g++ || echo 'clang and libclang-rt-14-dev')" >&2
+  exit 2
+}
+[ -f "$folder/build.ninja" ] ||
+  cmake -G Ninja -S "$here/native" -B "$folder" -DCMAKE_CXX_COMPILER="$compiler" -DKAL_FUZZER="$fuzzer" >&2
+cmake --build "$folder" >&2
+echo "$folder"

@@ -1,0 +1,101 @@
+#!/usr/bin/env python3
+"""Writes the first inputs of every corpus: whole, well-formed examples from which a fuzzer finds the rest."""
+import os
+import struct
+import sys
+
+here = os.path.dirname(os.path.abspath(__file__))
+
+
+def text(content):
+    data = content if isinstance(content, bytes) else content.encode()
+    return struct.pack("<H", len(data)) + data
+
+
+MASK = struct.pack("<I", 0xFFFFFFFF)
+LOG = (
+    "2024/03/05-14:07:09.042 pid=0a3c tid=0b04 LegacyClient    +KalOpen() handle =5\r\n"
+    "2024/03/05-14:07:09.043 pid=0a3c tid=0b04 LegacyClient     sending A5 00 03\r\n"
+    "2024/03/05-14:07:09.044 pid=0a3c tid=0b05 LegacyClient    +KalWrite() handle=5 byteCount=7\r\n"
+    "2024/03/05-14:07:09.050 pid=0a3c tid=0b04 LegacyClient    -KalOpen() handle =5 rc=1\r\n"
+    "LegacyClient    -KalWrite() handle=5 byteCount=7 rc=KAL_FAIL\n"
+    "the rest of a message\n"
+).encode()
+CONFIGURATION = """{ "spool": "s", "spoolCapacity": 10, "logCalls": true,
+  "printers": [ { "handle": "0x6001", "transport": "IPv4", "port": "p", "device": "CpdPrinter", "state": "idle",
+    "name": "n", "macAddress": "00:02:B3:C4:D5:E6", "reachable": false, "hiddenUntilDiscovery": true,
+    "cache": { "head": true, "text": "MODEL", "bytes": "00 ff" }, "reportsJobs": false, "printingMs": 1,
+    "bidi": [ { "request": "A5 00", "answer": "01", "code": 5, "delayMs": 1 }, { "request": "", "response": "A5" } ],
+    "rawTcp": { "host": "h", "port": 9100 }, "endOfJobFlag": null,
+    "properties": { "a": "b", "c": 1, "d": { "bytes": "0102" } } } ],
+  "entryPoints": { "OrxWritePrinter": [ { "call": 2, "code": 170, "accept": 4 }, { "fromCall": 3, "delayMs": 1 } ],
+    "OrxOpenPrinter": { "missing": true } },
+  "timeline": [ { "printer": "p", "from": "registration", "afterMs": 1, "count": 2, "intervalMs": 3,
+    "alert": "tonerLow", "alertLength": 11 }, { "printer": 24577, "notification": 1, "category": 2, "flag": 3 },
+    { "printer": "0x6001", "alertBytes": "A5" } ] }"""
+
+
+def alert(*from_command, length=12):
+    return (bytes([0xA5, 0, 0, 0, *from_command]) + bytes(length))[:length]
+
+
+SEEDS = {
+    "alerts": [
+        MASK + alert(0xFF, 1, 0, 0, length=8),
+        MASK + alert(0xF0, 0x73, 1, 1, 0x10, 1, 0x10, 0, length=24),
+        struct.pack("<I", 0x7BFFFF) + alert(0xF0, 0x73, 1, 1, 8, 1, 8, 0),
+        MASK + alert(0xF0, 0x73, 0, 0, 0, 0, 1, length=16),
+        MASK + alert(0xF0, 0x73, 0, 0, 0, 0, 2, length=6),
+        MASK + alert(0xF0, 0x73, 0, 0, 0, 0, 4, length=16),
+        MASK + alert(0xF0, 0x03, 0x80, 1, length=21),
+        b"",
+    ],
+    "bidi": [struct.pack("<H", code) + data for code in (0, 1, 170, 181, 182, 183) for data in (b"", b"12345", b"x" * 505)],
+    "ports": [
+        struct.pack("<IIHB6s", 0xFFF, port_type, 0x6001, 0, b"123456") + text(transport) + text("LPT1") + b"n" * length
+        for transport, port_type in (("ipV4", 2), ("HBN3", 0x200), ("USB1", 0x400), ("PAR1", 0x800), ("?", 4095))
+        for length in (0, 159, 160, 300)
+    ],
+    "names": [
+        text("C:\\Windows\\kalclient.dll") + b"Machine",
+        text("\\\\MACHINE") + b"machine",
+        text("ORR") + b"\\a",
+        text("x\\y") + b"\\\\",
+    ],
+    "message_text": [
+        bytes(40) + b"\0" + text("KalOpen() handle =") + b"\2" + bytes(8) + b"\3" + text(b"\x00\xA5\xFF")
+        + b"\4" + struct.pack("<IBB", 2608, 4, 1) + b"\5" + struct.pack("<Q", 4096) + b"\1" + struct.pack("<q", -27),
+        bytes(40) + b"\6x" + struct.pack("<H", 511) + b"\0" + text("abc"),
+        bytes(40) + b"\6x" + struct.pack("<H", 512) + b"\0" + text("abc"),
+    ],
+    "log_lines": [bytes([12, 0]) + LOG, bytes([255, 1]) + LOG.replace(b"pid=0a3c ", b"")],
+    "timeline": [LOG, LOG.replace(b"2024/03/05-14:07:09.050", b"2024/03/05-12:07:09.050"), LOG.replace(b"tid=0b04 ", b"")],
+    "configuration": [CONFIGURATION, '{"printers":[]}', "[" * 70, '{"printers": 1,\n "a": 1e9}', "\ufeff{}"],
+    "typed_text": [
+        struct.pack("<I", 65535) + each
+        for each in (b"A5 00:ff-0a,", b"a5f", b"0xFFFF", b"65535", b"65536", b"0x", b"")
+    ] + [struct.pack("<IQq", each, 0x00050001, 2) for each in (0x5F4, 0x600, 0x601, 0x63C, 0x640)],
+    "service_text": [
+        b"\0" + text(b"\xA5\0") + text("ok") + text("tonerLow")
+        + b"<Name>Device</Name><Type>String</Type><Access>ReadOnly</Access>",
+        b"\1" + text(b"") + text(b"\xA5") + text("idle") + b"\xA5\x00\x03\x50\x04",
+    ],
+    "data_buffer": [
+        b"\0" + text("abcdef") + b"\1\0\2\0" + b"\2" + text("xy") + b"\3\4\1\1\3\0\5",
+        b"\0" + text("ab") + b"\1\1\1\0" + b"\0" + text("cd") + b"\4\2" + text("abcdefgh"),
+    ],
+}
+
+
+def main():
+    for target, inputs in SEEDS.items():
+        folder = os.path.join(here, "corpus", target)
+        os.makedirs(folder, exist_ok=True)
+        for number, content in enumerate(inputs):
+            with open(os.path.join(folder, f"seed-{number:02}"), "wb") as file:
+                file.write(content if isinstance(content, bytes) else content.encode())
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
