@@ -1,5 +1,7 @@
 #include "simulator/DeliveryThread.h"
 
+#include "simulator/PrinterStore.h"
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -17,6 +19,9 @@ struct Scheduled {
     std::uint32_t count = 1;
     std::uint32_t intervalMs = 0;
 };
+
+constexpr DWORD journalIntervalMs = 50;
+constexpr std::uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // whatever a strange clock or line says
 
 /** Finer than the system's tick count, whose steps are as long as the intervals of a fast burst. */
 std::uint64_t steadyMs() noexcept {
@@ -38,10 +43,11 @@ HMODULE referenceThisModule() noexcept {
 } // namespace
 
 struct DeliveryThread::State {
-    explicit State(std::shared_ptr<Listeners> who)
-        : listeners(std::move(who)), wake(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+    State(std::shared_ptr<Listeners> who, std::shared_ptr<EventJournal> source)
+        : listeners(std::move(who)), journal(std::move(source)), wake(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
     const std::shared_ptr<Listeners> listeners;
+    const std::shared_ptr<EventJournal> journal;
     const Handle wake;
     std::atomic<bool> isStopping{false};
     std::atomic<bool> isInCallback{false};
@@ -56,6 +62,15 @@ struct DeliveryThread::State {
         item.order = posted++;
         queue.push_back(std::move(item));
         std::push_heap(queue.begin(), queue.end(), comesLater);
+    }
+
+    void takeFromJournal() {
+        for (auto &line : journal->takeNew()) {
+            const auto now = systemTimeMs();
+            const auto afterMs =
+                line.dueMs > now ? std::min<std::uint64_t>(line.dueMs - now, longestJournalDelayMs) : 0;
+            push({std::move(line.event), steadyMs() + afterMs, 0, 1, 0});
+        }
     }
 
     /** The next event when it is due, else how long that takes. */
@@ -77,14 +92,19 @@ struct DeliveryThread::State {
     }
 };
 
-DeliveryThread::DeliveryThread(std::shared_ptr<Listeners> listeners)
-    : state_(std::make_shared<State>(std::move(listeners))) {}
+DeliveryThread::DeliveryThread(std::shared_ptr<Listeners> listeners, std::shared_ptr<EventJournal> journal)
+    : state_(std::make_shared<State>(std::move(listeners), std::move(journal))) {}
 
 void DeliveryThread::post(PrinterEvent event, std::uint32_t afterMs, std::uint32_t count, std::uint32_t intervalMs) {
     if (count == 0) {
         return;
     }
     state_->push({std::move(event), steadyMs() + afterMs, 0, count, intervalMs});
+    start();
+    SetEvent(state_->wake.get());
+}
+
+void DeliveryThread::start() {
     const std::lock_guard hold(startLock_);
     if (!thread_ && !state_->isStopping) {
         const auto module = referenceThisModule();
@@ -96,7 +116,6 @@ void DeliveryThread::post(PrinterEvent event, std::uint32_t afterMs, std::uint32
             FreeLibrary(module);
         }
     }
-    SetEvent(state_->wake.get());
 }
 
 void DeliveryThread::stop() noexcept {
@@ -132,7 +151,10 @@ void DeliveryThread::work(State &state) {
         DWORD waitMs = INFINITE;
         auto due = state.popDue(waitMs);
         if (!due) {
-            WaitForSingleObject(state.wake.get(), waitMs);
+            WaitForSingleObject(state.wake.get(), state.journal ? std::min(waitMs, journalIntervalMs) : waitMs);
+            if (state.journal) {
+                state.takeFromJournal();
+            }
             continue;
         }
         state.isInCallback = true;

@@ -1,6 +1,7 @@
 #ifndef SIMULATOR_DELIVERY_THREAD_H
 #define SIMULATOR_DELIVERY_THREAD_H
 
+#include "simulator/EventJournal.h"
 #include "simulator/Handle.h"
 #include "simulator/Listeners.h"
 
@@ -14,10 +15,14 @@ namespace simulator {
  */
 class DeliveryThread {
   public:
-    explicit DeliveryThread(std::shared_ptr<Listeners> listeners);
+    /** @param journal  what other processes tell is delivered too; may be null. */
+    explicit DeliveryThread(std::shared_ptr<Listeners> listeners, std::shared_ptr<EventJournal> journal = nullptr);
     ~DeliveryThread() { stop(); }
     DeliveryThread(const DeliveryThread &) = delete;
     DeliveryThread &operator=(const DeliveryThread &) = delete;
+
+    /** Starts the thread when it does not run yet, for the journal's sake. */
+    void start();
 
     /** Starts the thread when it does not run yet. Events that are due together keep the order of their posting. */
     void post(PrinterEvent event, std::uint32_t afterMs, std::uint32_t count = 1, std::uint32_t intervalMs = 0);

@@ -2,22 +2,13 @@
 #define SIMULATOR_LISTENERS_H
 
 #include "service/comc.h"
-#include "simulator/Configuration.h"
 #include "simulator/Lock.h"
+#include "simulator/PrinterEvent.h"
 
 #include <map>
 #include <optional>
 
 namespace simulator {
-
-/** Something that happened to a printer: an alert, or a notification. */
-struct PrinterEvent {
-    std::uint16_t handle = 0;
-    std::optional<Bytes> alert;
-    std::uint32_t category = ORX_NOTIFICATION_CATEGORY_PRINTER;
-    std::uint32_t notification = 0;
-    std::optional<std::uint32_t> flag;
-};
 
 /** Who wants to hear of which printer, and what each printer was last heard to do. */
 class Listeners {

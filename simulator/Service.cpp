@@ -53,7 +53,8 @@ std::string title(const PrinterConfiguration &printer) {
 
 Service::Service(LoadedConfiguration loaded)
     : loaded_(std::move(loaded)), log_(loaded_.spool / "simulator.log"), memory_(loaded_.identity),
-      store_(loaded_.spool / "printers"), listeners_(std::make_shared<Listeners>()), jobEvents_(listeners_),
+      store_(loaded_.spool / "printers"), listeners_(std::make_shared<Listeners>()),
+      journal_(std::make_shared<EventJournal>(loaded_.spool / "events")), jobEvents_(listeners_, journal_),
       timeline_(listeners_), isScheduled_(loaded_.configuration.timeline.size()) {
     if (loaded_.error) {
         if (memory_.isFirstReport()) {
@@ -445,7 +446,7 @@ std::uint32_t Service::registerAlerts(std::uint32_t handle, std::uint32_t mask, 
     }
     const auto narrow = static_cast<std::uint16_t>(handle);
     listeners_->setAlerts(narrow, mask, callback);
-    scheduleTimeline(TimelineStart::registration, narrow);
+    listen(narrow);
     return ERROR_SUCCESS;
 }
 
@@ -463,7 +464,7 @@ std::uint32_t Service::registerNotifications(std::uint32_t handle, std::uint32_t
     }
     const auto narrow = static_cast<std::uint16_t>(handle);
     listeners_->setNotifications(narrow, mask, callback);
-    scheduleTimeline(TimelineStart::registration, narrow);
+    listen(narrow);
     return ERROR_SUCCESS;
 }
 
@@ -473,25 +474,46 @@ std::uint32_t Service::unregisterNotifications(std::uint32_t handle) {
 
 void Service::notify(const PrinterConfiguration &found, std::uint32_t notification, std::uint32_t afterMs,
                      std::optional<std::uint32_t> flag) {
-    if (found.reportsJobs && listeners_->hasAny(found.handle)) {
+    if (found.reportsJobs) {
         PrinterEvent event;
         event.handle = found.handle;
         event.notification = notification;
         event.flag = flag;
-        jobEvents_.post(std::move(event), afterMs);
+        tell(std::move(event), afterMs);
     }
 }
 
 void Service::alert(const PrinterConfiguration &found, std::string_view cpdAlert, std::string_view bpdAlert,
                     std::uint32_t afterMs) {
-    if (found.reportsJobs && listeners_->hasAny(found.handle)) {
+    if (found.reportsJobs) {
         const bool isCpd = found.device == "CpdPrinter";
         PrinterEvent event;
         event.handle = found.handle;
         event.alert =
             isCpd ? alertByName(cpdAlert, DeviceKind::cpdPrinter) : alertByName(bpdAlert, DeviceKind::bpdPrinter);
+        tell(std::move(event), afterMs);
+    }
+}
+
+/** To the listeners of this process directly, to those of others through the journal. */
+void Service::tell(PrinterEvent event, std::uint32_t afterMs) {
+    journal_->append(event, afterMs);
+    if (listeners_->hasAny(event.handle)) {
         jobEvents_.post(std::move(event), afterMs);
     }
+}
+
+/** Somebody registered: other processes are heard from now on, and what the timeline has for this moment begins. */
+void Service::listen(std::uint16_t handle) {
+    {
+        const std::lock_guard hold(lock_);
+        if (!isListening_) {
+            isListening_ = true;
+            journal_->skipToEnd();
+        }
+    }
+    jobEvents_.start();
+    scheduleTimeline(TimelineStart::registration, handle);
 }
 
 void Service::scheduleTimeline(TimelineStart start, std::optional<std::uint16_t> handle) {

@@ -3,6 +3,7 @@
 
 #include "simulator/ConfigurationFile.h"
 #include "simulator/DeliveryThread.h"
+#include "simulator/EventJournal.h"
 #include "simulator/Listeners.h"
 #include "simulator/Log.h"
 #include "simulator/MisbehaviourPlan.h"
@@ -97,6 +98,8 @@ class Service {
     void alert(const PrinterConfiguration &printer, std::string_view cpdAlert, std::string_view bpdAlert,
                std::uint32_t afterMs = 0);
     void reportEnd(const PrinterConfiguration &printer);
+    void tell(PrinterEvent event, std::uint32_t afterMs);
+    void listen(std::uint16_t handle);
     void scheduleTimeline(TimelineStart start, std::optional<std::uint16_t> handle);
 
     const LoadedConfiguration loaded_;
@@ -104,12 +107,14 @@ class Service {
     ProcessMemory memory_;
     PrinterStore store_;
     const std::shared_ptr<Listeners> listeners_;
+    const std::shared_ptr<EventJournal> journal_;
     DeliveryThread jobEvents_;
     DeliveryThread timeline_;
 
     Lock lock_; // guards the rest
     std::map<std::uint32_t, OpenPrinter> open_;
     std::vector<bool> isScheduled_; // by timeline entry
+    bool isListening_ = false;
 };
 
 } // namespace simulator

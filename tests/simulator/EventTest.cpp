@@ -2,6 +2,7 @@
 
 #include "simulator/AlertFormat.h"
 
+#include <fstream>
 #include <mutex>
 
 #include <gtest/gtest.h>
@@ -291,11 +292,12 @@ TEST_F(SimulatorEvents, NotificationOfAnotherCategoryKeepsItsNumbers) {
 TEST_F(SimulatorEvents, BurstComesWholeAndInItsInterval) {
     const LoadedSimulator simulator(
         withTimeline(R"({"printer":1,"from":"registration","alert":"warning","count":10,"intervalMs":20})"));
+    const auto before = nowMs();
     simulator.open(1);
     simulator.registerAlerts(1, &onAlert);
     const auto items = Inbox::waitFor(10);
     ASSERT_EQ(items.size(), 10u);
-    EXPECT_GE(items[9].atMs - items[0].atMs, 150u);
+    EXPECT_GE(items[9].atMs - before, 175u); // nine intervals
     Sleep(60);
     EXPECT_EQ(Inbox::content().size(), 10u);
 }
@@ -321,6 +323,59 @@ TEST_F(SimulatorEvents, MalformedAlertsComeAsTheyAre) {
     EXPECT_EQ(items[0].readable, (std::vector<uint8_t>{1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
     EXPECT_TRUE(items[1].alert.empty());
     EXPECT_EQ(items[2].alert.size(), 65535u);
+}
+
+void appendToJournal(const LoadedSimulator &simulator, const std::string &line) {
+    std::filesystem::create_directories(simulator.spool());
+    std::ofstream(simulator.spool() / "events", std::ios::binary | std::ios::app) << line << '\n';
+}
+
+TEST_F(SimulatorEvents, JobsOfOtherProcessesAreHeardOf) {
+    const LoadedSimulator simulator;
+    appendToJournal(simulator, "0 1 3 1 4 - -");
+    simulator.open(3);
+    simulator.registerNotifications(3, &onNotification);
+    appendToJournal(simulator, "0 1 3 1 8 7 -");
+    const auto items = Inbox::waitFor(1);
+    EXPECT_EQ(notifications(items), std::vector<uint32_t>{8}); // what was told before is old news
+    EXPECT_EQ(items.at(0).flag, 7u);
+}
+
+TEST_F(SimulatorEvents, OwnJobsAreHeardOfOnceAlthoughTheyAreToldToOthers) {
+    const LoadedSimulator simulator;
+    simulator.open(3);
+    simulator.registerNotifications(3, &onNotification);
+    simulator.start(3);
+    simulator.cancel(3);
+    Inbox::waitFor(3);
+    Sleep(200);
+    EXPECT_EQ(Inbox::content().size(), 3u);
+    EXPECT_NE(readFile(simulator.spool() / "events").find(" 3 1 7 - -\n"), std::string::npos);
+}
+
+TEST_F(SimulatorEvents, BrokenJournalIsPassedOver) {
+    const LoadedSimulator simulator;
+    simulator.open(3);
+    simulator.registerNotifications(3, &onNotification);
+    appendToJournal(simulator, "nonsense\n\n0 1 3 1 6 - -");
+    EXPECT_EQ(notifications(Inbox::waitFor(1)), std::vector<uint32_t>{6});
+}
+
+TEST_F(SimulatorEvents, JournalThatWasBegunAnewIsReadFromItsBeginning) {
+    const LoadedSimulator simulator;
+    simulator.open(3);
+    appendToJournal(simulator, std::string(1000, 'x'));
+    simulator.registerNotifications(3, &onNotification);
+    std::ofstream(simulator.spool() / "events", std::ios::binary | std::ios::trunc);
+    appendToJournal(simulator, "0 1 3 1 6 - -");
+    EXPECT_EQ(notifications(Inbox::waitFor(1)), std::vector<uint32_t>{6});
+}
+
+TEST_F(SimulatorEvents, JournalDoesNotGrowWithoutEnd) {
+    const LoadedSimulator simulator;
+    appendToJournal(simulator, std::string((1 << 20) + 1, 'x'));
+    simulator.print(3, "x");
+    EXPECT_LT(std::filesystem::file_size(simulator.spool() / "events"), 10000u);
 }
 
 } // namespace

@@ -91,9 +91,10 @@ class LoopbackPrinter {
 
 using Conduct = LoopbackPrinter::Conduct;
 
-std::string boundTo(uint16_t port) {
+std::string boundTo(uint16_t port, uint32_t timeoutMs = 10000) {
+    const auto limit = std::to_string(timeoutMs);
     return R"({"printers":[{"handle":1,"transport":"IPv4","port":"p","device":"","rawTcp":{"host":"127.0.0.1","port":)" +
-           std::to_string(port) + R"(,"sendTimeoutMs":300,"endTimeoutMs":300,"connectTimeoutMs":2000}}]})";
+           std::to_string(port) + ",\"sendTimeoutMs\":" + limit + ",\"endTimeoutMs\":" + limit + "}}]}";
 }
 
 uint16_t portWithoutListener() {
@@ -166,7 +167,7 @@ TEST(SimulatorRawTcp, ConnectionBrokenBeforeTheEndIsBusyAtTheEnd) {
 
 TEST(SimulatorRawTcp, StalledPrinterIsATimeOutWithinItsTime) {
     const LoopbackPrinter printer(Conduct::stalls);
-    const LoadedSimulator simulator(boundTo(printer.port()));
+    const LoadedSimulator simulator(boundTo(printer.port(), 300));
     simulator.open(1);
     simulator.start(1);
     const auto before = nowMs();
@@ -181,7 +182,7 @@ TEST(SimulatorRawTcp, StalledPrinterIsATimeOutWithinItsTime) {
 
 TEST(SimulatorRawTcp, PrinterThatNeverConfirmsTheEndIsATimeOut) {
     const LoopbackPrinter printer(Conduct::neverCloses);
-    const LoadedSimulator simulator(boundTo(printer.port()));
+    const LoadedSimulator simulator(boundTo(printer.port(), 300));
     simulator.open(1);
     simulator.start(1);
     simulator.write(1, "x");
