@@ -10,9 +10,10 @@ namespace kal::test {
 
 TemporaryFolder::TemporaryFolder() {
     static std::atomic<int> number = 0;
-    path_ = std::filesystem::temp_directory_path() /
-            ("kal-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number));
-    std::filesystem::create_directories(path_);
+    const auto beginning = "kal-test-" + std::to_string(GetCurrentProcessId()) + "-";
+    do { // an earlier process of the same number may have been ended before it could tidy up
+        path_ = std::filesystem::temp_directory_path() / (beginning + std::to_string(++number));
+    } while (!std::filesystem::create_directories(path_));
 }
 
 TemporaryFolder::~TemporaryFolder() {

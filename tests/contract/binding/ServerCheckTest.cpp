@@ -1,6 +1,6 @@
 // Which server names are accepted unasked, and how the others are asked for.
 #include "tests/contract/binding/BindingFixture.h"
-#include "tests/contract/binding/NetworkStandIn.h"
+#include "tests/support/NetworkStandIn.h"
 
 using namespace kal::test;
 using testing::ElementsAre;
@@ -12,7 +12,7 @@ class ServerCheck : public Binding {
         makeClient(name);
         return client->checkServer();
     }
-    NetworkStandIn network;
+    NetworkStandIn network{GetModuleHandleA(nullptr)};
 };
 
 struct ServerName {

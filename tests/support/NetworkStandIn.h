@@ -1,0 +1,96 @@
+#pragma once
+
+#include "tests/support/ImportHook.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <winnetwk.h>
+
+namespace kal::test {
+
+/// Stands in for the machine's name and for mpr.dll in the calls that one module makes.
+class NetworkStandIn {
+  public:
+    /// What the provider answers; 0: it knows the resource.
+    DWORD answer = 0;
+    /// Non-zero: mpr.dll cannot be loaded and leaves this error.
+    DWORD loadError = 0;
+    /// Non-zero: mpr.dll lacks the entry point; resolving it leaves this error.
+    DWORD resolveError = 0;
+    /// Empty: the computer name cannot be read.
+    std::string computerName = "PRINTHOST";
+
+    std::vector<std::string> loaded;
+    std::vector<std::string> resolved;
+    std::vector<std::string> asked; ///< remote names that the provider was asked for
+    NETRESOURCEA resource = {};     ///< of the latest question; its strings are gone
+    std::string output;             ///< the output buffer of the latest question as it came
+    bool hasSystemPart = false;
+    int computerNameReads = 0;
+    DWORD computerNameSize = 0;
+    int freed = 0;
+
+    explicit NetworkStandIn(HMODULE caller) : caller_(caller) { current = this; }
+    ~NetworkStandIn() { current = nullptr; }
+
+  private:
+    static inline NetworkStandIn *current = nullptr;
+
+    HMODULE module() { return reinterpret_cast<HMODULE>(this); }
+
+    HMODULE caller_;
+
+    static DWORD WINAPI ask(NETRESOURCEA *question, void *buffer, DWORD *size, char **systemPart) {
+        current->asked.emplace_back(question->lpRemoteName);
+        current->resource = *question;
+        current->output.assign(static_cast<const char *>(buffer), *size);
+        current->hasSystemPart = systemPart != nullptr;
+        return current->answer;
+    }
+
+    BOOL readComputerName(char *buffer, DWORD *size) {
+        ++computerNameReads;
+        computerNameSize = *size;
+        if (computerName.empty()) {
+            SetLastError(5);
+            return FALSE;
+        }
+        std::strcpy(buffer, computerName.c_str());
+        return TRUE;
+    }
+
+    HMODULE load(const char *name) {
+        if (std::strcmp(name, "mpr.dll") != 0)
+            return load_.original(name);
+        loaded.emplace_back(name);
+        SetLastError(loadError);
+        return loadError == 0 ? module() : nullptr;
+    }
+
+    FARPROC resolve(HMODULE from, const char *name) {
+        if (from != module())
+            return resolve_.original(from, name);
+        resolved.emplace_back(name);
+        SetLastError(resolveError);
+        return resolveError == 0 ? reinterpret_cast<FARPROC>(reinterpret_cast<void *>(&ask)) : nullptr;
+    }
+
+    BOOL free(HMODULE which) {
+        if (which != module())
+            return free_.original(which);
+        ++freed;
+        SetLastError(0); // freeing may change the last error: the one that counts was there before
+        return TRUE;
+    }
+
+    ImportHook<"GetComputerNameA", BOOL(char *, DWORD *)> computerName_{
+        caller_, [this](char *buffer, DWORD *size) { return readComputerName(buffer, size); }};
+    ImportHook<"LoadLibraryA", HMODULE(const char *)> load_{caller_, [this](const char *name) { return load(name); }};
+    ImportHook<"GetProcAddress", FARPROC(HMODULE, const char *)> resolve_{
+        caller_, [this](HMODULE from, const char *name) { return resolve(from, name); }};
+    ImportHook<"FreeLibrary", BOOL(HMODULE)> free_{caller_, [this](HMODULE which) { return free(which); }};
+};
+
+} // namespace kal::test
