@@ -47,11 +47,11 @@ windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 
 KAL_PICTURE_REQUEST=$(windows_path "$scratch/request")
 export KAL_PICTURE_REQUEST
-export KAL_TEST_OUTPUT="$scratch/output"
 KAL_TEST_OUTPUT=$(windows_path "$scratch/output")
+export KAL_TEST_OUTPUT
 # Title bars and activation need a desktop window; its name is this run's own.
 cd "$folder"
-"$wine_run" explorer "/desktop=kal$$,1000x700" "$(basename "$program")" "$@" &
+"$wine_run" explorer "/desktop=kal$$,1000x700" "$(basename "$program")" "$@" 2>"$scratch/desktop.log" &
 desktop=$!
 
 while kill -0 "$desktop" 2>/dev/null; do
@@ -69,7 +69,8 @@ desktop=
 
 # The desktop's exit code is not the tests'.
 [ -f "$scratch/output" ] || {
-  echo "status_window_test.sh: the test program did not run" >&2
+  echo "status_window_test.sh: the test program did not run:" >&2
+  cat "$scratch/desktop.log" >&2
   exit 1
 }
 tr -d '\r' <"$scratch/output"

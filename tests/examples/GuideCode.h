@@ -1,0 +1,21 @@
+// What docs/guide.md shows and the examples do not need: compiled here, so that it is right.
+#pragma once
+
+#include "kal.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace guide {
+
+struct FoundPort {
+    bool isFound = false;
+    uint16_t handle = 0;
+};
+
+FoundPort findPort(const char *portName);
+std::optional<bool> isPrinting(uint16_t handle);
+std::vector<uint8_t> ask(uint16_t handle, uint16_t function);
+
+} // namespace guide
