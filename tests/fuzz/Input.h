@@ -41,8 +41,8 @@ class Input {
 
     /// As many bytes as the next two bytes say, or fewer when there are not as many.
     std::vector<uint8_t> bytes() {
-        const size_t count = std::min<size_t>(number<uint16_t>(), rest_.size());
-        return exactly(count);
+        const size_t count = number<uint16_t>();
+        return exactly(std::min(count, rest_.size()));
     }
     std::string text() {
         const std::vector<uint8_t> taken = bytes();

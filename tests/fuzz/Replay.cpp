@@ -14,12 +14,10 @@ int main(int count, char **arguments) {
     for (const auto &entry : std::filesystem::directory_iterator(arguments[1])) {
         std::ifstream file(entry.path(), std::ios::binary);
         const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        // Printed before, so that a crash has a name.
-        std::printf("%s\r", entry.path().filename().c_str());
-        std::fflush(stdout);
+        std::fprintf(stderr, "%s\n", entry.path().c_str()); // before, so that a crash has a name
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
         ++inputs;
     }
-    std::printf("%zu inputs ran clean%40s\n", inputs, "");
+    std::printf("%zu inputs ran clean\n", inputs);
     return inputs == 0 ? 1 : 0;
 }

@@ -7,14 +7,11 @@ kind=$2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 folder=$build/native/fuzz-$kind
 case $kind in
-  replay) compiler=g++ fuzzer=OFF ;;
-  fuzzer) compiler=clang++ fuzzer=ON ;;
+  replay) compiler=g++ fuzzer=OFF packages=g++ ;;
+  fuzzer) compiler=clang++ fuzzer=ON packages="clang libclang-rt-14-dev" ;;
   *) echo "usage: $0 BUILD_DIR replay|fuzzer" >&2; exit 2 ;;
 esac
-command -v "$compiler" >/dev/null || {
-  echo "$compiler is missing: install the packages $([ $kind = replay ] && echo g++ || echo 'clang and libclang-rt-14-dev')" >&2
-  exit 2
-}
+command -v "$compiler" >/dev/null || { echo "$compiler is missing: install $packages" >&2; exit 2; }
 [ -f "$folder/build.ninja" ] ||
   cmake -G Ninja -S "$here/native" -B "$folder" -DCMAKE_CXX_COMPILER="$compiler" -DKAL_FUZZER="$fuzzer" >&2
 cmake --build "$folder" >&2

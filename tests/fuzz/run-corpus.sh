@@ -4,10 +4,16 @@ set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 programs=$("$here/build.sh" "$1" replay)
+notes=$(mktemp)
+trap 'rm -f "$notes"' EXIT
 status=0
 for source in "$here"/targets/*.cpp; do
   target=$(basename "$source" .cpp)
   printf '%-16s ' "$target"
-  "$programs/$target" "$here/corpus/$target" || { echo "$target FAILED" >&2; status=1; }
+  "$programs/$target" "$here/corpus/$target" 2>"$notes" || {
+    echo "FAILED at the last file named here:"
+    tail -n 40 "$notes"
+    status=1
+  }
 done
 exit $status
