@@ -27,8 +27,9 @@ class QuietAlertTest : public AlertTest {
         return alert;
     }
     uint32_t storedNumber(uint16_t alertId) {
-        const AlertBytes bytes = stored(alertId);
-        if (bytes.size() != 7)
+        uint8_t bytes[7];
+        uint16_t size = sizeof bytes;
+        if (query(alertId, bytes, &size) != KAL_OKAY || size != sizeof bytes)
             return UINT32_MAX;
         uint32_t number = 0;
         for (size_t index = 0; index < 4; ++index)
