@@ -115,9 +115,8 @@ class Members {
 
     const JsonValue *find(const std::string &key) {
         asked_.insert(key);
-        const auto found =
-            std::find_if(members_.begin(), members_.end(), [&](const auto &m) { return m.first == key; });
-        return found == members_.end() ? nullptr : &found->second;
+        const auto found = std::find_if(members_.begin(), members_.end(), [&](const auto &m) { return m.key == key; });
+        return found == members_.end() ? nullptr : &found->value;
     }
 
     const JsonValue &require(const std::string &key) {

@@ -75,7 +75,7 @@ class TreeBuilder {
     bool key(std::string &name) {
         const auto offset = startOfToken();
         const auto &members = std::get<JsonValue::Object>(open_.back().value.content);
-        if (std::any_of(members.begin(), members.end(), [&](const auto &member) { return member.first == name; })) {
+        if (std::any_of(members.begin(), members.end(), [&](const auto &member) { return member.key == name; })) {
             throw ConfigurationError(text_, offset, "\"" + name + "\" stands here twice");
         }
         open_.back().key = std::move(name);
@@ -127,7 +127,7 @@ class TreeBuilder {
         if (open_.empty()) {
             root_ = std::move(value);
         } else if (auto *object = std::get_if<JsonValue::Object>(&open_.back().value.content)) {
-            object->emplace_back(std::move(open_.back().key), std::move(value));
+            object->push_back({std::move(open_.back().key), std::move(value)});
         } else {
             std::get<JsonValue::Array>(open_.back().value.content).push_back(std::move(value));
         }

@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -26,14 +25,20 @@ class ConfigurationError : public std::runtime_error {
     std::size_t column_;
 };
 
+struct JsonMember;
+
 /** A JSON value that remembers where it stood: a value of the wrong type is reported as exactly as a missing comma. */
 struct JsonValue {
     using Array = std::vector<JsonValue>;
-    using Member = std::pair<std::string, JsonValue>;
-    using Object = std::vector<Member>;
+    using Object = std::vector<JsonMember>;
 
     std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Array, Object> content;
     std::size_t offset = 0;
+};
+
+struct JsonMember {
+    std::string key;
+    JsonValue value;
 };
 
 /** Reads strict JSON. @throws ConfigurationError for text that is no JSON, repeats a key or nests deeper than 64. */
