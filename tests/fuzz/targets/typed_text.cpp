@@ -31,6 +31,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     if (const auto decoded = tool::decodeMessage(message, wParam, numbers.number<int64_t>())) {
         fuzz::require(!tool::describeValue(*decoded).empty(), "a message can be told in words");
     }
-    fuzz::require(!tool::resultName(static_cast<int32_t>(message)).empty(), "every result has a name");
+    fuzz::require(!tool::describeResult(static_cast<int32_t>(message)).empty(), "every result can be told in words");
     return 0;
 }
