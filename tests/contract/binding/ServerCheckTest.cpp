@@ -89,6 +89,12 @@ TEST_F(ServerCheck, OnlyAsciiLettersAreTheSameInBothCases) {
     EXPECT_EQ(network.asked.size(), 2u);
 }
 
+TEST_F(ServerCheck, NameWithOneBackslashIsAskedForEvenIfThisMachineBoreIt) {
+    network.computerName = "P\\RINTHOST";
+    check("P\\RINTHOST");
+    EXPECT_EQ(network.asked.size(), 1u);
+}
+
 TEST_F(ServerCheck, UnreadableComputerNameAsksTheProvider) {
     network.computerName.clear();
     check("PRINTHOST");

@@ -133,6 +133,12 @@ TEST_P(Threaded, WorksAgainAfterAStartFailure) {
     EXPECT_THAT(log(), Not(Contains(testing::HasSubstr("exception="))));
 }
 
+TEST_P(Threaded, ForeignExceptionOfTheWorkerPassesToTheCaller) {
+    service.does(GetParam().operation,
+                 [](const ServiceCall &) -> uint32_t { throw std::runtime_error("of the service"); });
+    EXPECT_THROW(call(), std::runtime_error);
+}
+
 INSTANTIATE_TEST_SUITE_P(Export, Threaded,
                          testing::Values(ThreadedExport{"KalOpen", "OrxOpenPrinter"},
                                          ThreadedExport{"KalEnumSpecificPort", "OrxEnumSpecificPrinter"},
