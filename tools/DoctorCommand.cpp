@@ -62,7 +62,7 @@ void examineSettings(DoctorReport &report, const LogLocation &location) {
 
 /// Tries to open or make the log as the library would, and leaves nothing behind. @return 0 or the error code
 unsigned long tryLogFile(const std::string &path) {
-    const bool exists = fileExists(path);
+    const bool exists = GetFileAttributesW(toWide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
     // A file that is not there yet is tried under another name: another program's first line must not vanish with it.
     const std::string probe = exists ? path : path + ".probe";
     const HANDLE file =
@@ -90,7 +90,7 @@ void examineRegistration(DoctorReport &report, const Invocation &invocation) {
     const char *const remedy = "`kal log show` may tell why; without a registration no call reaches the service";
     try {
         // Registering alone does not tell whether it worked; with a server name it does.
-        const std::int32_t registered = KalRegisterWithRpcServer(toSystemCodePage(invocation.server).c_str());
+        const std::int32_t registered = KalRegisterWithRpcServer(toNarrow(invocation.server).c_str());
         if (registered != 1) {
             report.fail("registration", "KalRegisterWithRpcServer answered " + describeResult(registered), remedy);
             return;

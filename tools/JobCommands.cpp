@@ -89,8 +89,8 @@ void addJobCommands(CLI::App &program, Invocation &invocation) {
              command.add_option("VALUE", request.value, "The value")->required();
          },
          [](const JobRequest &request) {
-             return KalSetJobStringPrinter(0, request.handle, toSystemCodePage(request.key).c_str(),
-                                           toSystemCodePage(request.value).c_str());
+             return KalSetJobStringPrinter(0, request.handle, toNarrow(request.key).c_str(),
+                                           toNarrow(request.value).c_str());
          }});
 }
 

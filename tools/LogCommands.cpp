@@ -70,6 +70,13 @@ int logOff() {
     return succeeded;
 }
 
+/// "--NAME" and "--no-NAME"; without either the target stays as it is.
+void addSwitch(CLI::App &command, const std::string &name, std::optional<bool> &target,
+               const std::string &description) {
+    command.add_flag_function(
+        "--" + name + ",!--no-" + name, [&target](std::int64_t count) { target = count > 0; }, description);
+}
+
 void addOnAndOff(CLI::App &family, Invocation &invocation) {
     auto *const on = family.add_subcommand("on", "Switch the log on");
     const auto request = std::make_shared<LogRequest>();
@@ -92,9 +99,9 @@ void addOnAndOff(CLI::App &family, Invocation &invocation) {
         ->expected(1)
         ->take_all()
         ->excludes(all);
-    on->add_flag("--clock,!--no-clock", request->clock, "Begin lines with the time");
-    on->add_flag("--pid,!--no-pid", request->processId, "Begin lines with the process id");
-    on->add_flag("--tid,!--no-tid", request->threadId, "Begin lines with the thread id");
+    addSwitch(*on, "clock", request->clock, "Begin lines with the time, or no longer");
+    addSwitch(*on, "pid", request->processId, "Begin lines with the process id, or no longer");
+    addSwitch(*on, "tid", request->threadId, "Begin lines with the thread id, or no longer");
     on->footer("Examples:\n"
                "  kal log on --pid --tid\n"
                "  kal log on --level 8\n"

@@ -15,7 +15,7 @@ constexpr std::size_t blockSize = 1024 * 1024;
 constexpr DWORD pollInterval = 200;
 
 LineSplitter::Sink decoding(const LineSplitter::Sink &sink) {
-    return [&sink](std::string_view line) { sink(fromSystemCodePage(line)); };
+    return [&sink](std::string_view line) { sink(fromNarrow(line)); };
 }
 
 /// Feeds what is left of the file. @return the number of bytes

@@ -25,12 +25,12 @@ inline constexpr std::string_view threadId = "Thread_Id_In_Header";
 
 /// What `kal log on` was asked for; what is not set stays as it is.
 struct LogRequest {
-    bool all = false;                   ///< every level of every component
-    std::optional<std::uint32_t> level; ///< these levels of every component, and no others
-    std::vector<LogSetting> components; ///< these levels of these components, and nothing of the others
-    std::optional<bool> clock;
-    std::optional<bool> processId;
-    std::optional<bool> threadId;
+    bool all = false;                     ///< every level of every component
+    std::optional<std::uint32_t> level{}; ///< these levels of every component, and no others
+    std::vector<LogSetting> components{}; ///< these levels of these components, and nothing of the others
+    std::optional<bool> clock{};
+    std::optional<bool> processId{};
+    std::optional<bool> threadId{};
 };
 
 /// The settings to store, in order. A component passes when its own mask or that of "All" has the level, and some

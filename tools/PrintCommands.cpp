@@ -47,7 +47,7 @@ class PrintJob {
   public:
     PrintJob(std::uint16_t handle, std::uint32_t portType, const std::string &documentName)
         : handle_(handle), portType_(portType) {
-        require("KalStartDoc", KalStartDoc(handle, portType, toSystemCodePage(documentName).c_str()));
+        require("KalStartDoc", KalStartDoc(handle, portType, toNarrow(documentName).c_str()));
     }
     ~PrintJob() {
         if (open_) {

@@ -31,9 +31,9 @@ void collect(const PortInfoRecord *record) {
     printer.handle = record->handle;
     printer.deviceClass = record->deviceClass;
     printer.portType = record->portType;
-    printer.portName = fromSystemCodePage({record->portName, strnlen(record->portName, std::size(record->portName))});
+    printer.portName = fromNarrow({record->portName, strnlen(record->portName, std::size(record->portName))});
     // Longer than its array when the name is: it goes on to its terminator.
-    printer.secondName = fromSystemCodePage(reinterpret_cast<const char *>(record) + KAL_SECOND_NAME_OFFSET);
+    printer.secondName = fromNarrow(reinterpret_cast<const char *>(record) + KAL_SECOND_NAME_OFFSET);
     std::copy(std::begin(record->macAddress), std::end(record->macAddress), printer.macAddress.begin());
     const std::scoped_lock guard(collection().lock);
     collection().printers.push_back(std::move(printer));
@@ -60,7 +60,7 @@ std::vector<FoundPrinter> enumeratePrinters(std::uint32_t mask) {
 
 std::optional<FoundPrinter> findPrinter(const std::string &port, std::uint32_t mask, bool isUnc) {
     takeCollected();
-    const std::string name = toSystemCodePage(port);
+    const std::string name = toNarrow(port);
     const std::int32_t result =
         isUnc ? KalEnumByUNC(0, mask, name.c_str(), collect) : KalEnumSpecificPort(0, mask, name.c_str(), collect);
     const auto found = takeCollected();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace tool {
 
@@ -28,21 +29,11 @@ constexpr ResultRow rows[] = {
     {KAL_PRNBUSY, "KAL_PRNBUSY", "the printer is busy"},
 };
 
-const ResultRow *find(std::int32_t result) {
-    const auto *const row = std::ranges::find(rows, result, &ResultRow::value);
-    return row == std::end(rows) ? nullptr : row;
-}
-
 } // namespace
 
-std::string resultName(std::int32_t result) {
-    const ResultRow *const row = find(result);
-    return row == nullptr ? std::to_string(result) : std::string(row->name);
-}
-
 std::string describeResult(std::int32_t result) {
-    const ResultRow *const row = find(result);
-    if (row == nullptr) {
+    const auto *const row = std::ranges::find(rows, result, &ResultRow::value);
+    if (row == std::end(rows)) {
         return "result " + std::to_string(result) + ": a result without a name";
     }
     return std::string(row->name) + " (" + std::to_string(result) + "): " + std::string(row->meaning);

@@ -3,12 +3,8 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace tool {
-
-/// The result's name, or its number where it has none.
-std::string resultName(std::int32_t result);
 
 /// "KAL_PRNBUSY (-27): the printer is busy".
 std::string describeResult(std::int32_t result);

@@ -15,8 +15,7 @@ Registration::Registration(const std::string &server) {
     constexpr std::int32_t registered = 1;
     if (server.empty()) {
         KalRegisterApp(0);
-    } else if (const std::int32_t result = KalRegisterWithRpcServer(toSystemCodePage(server).c_str());
-               result != registered) {
+    } else if (const std::int32_t result = KalRegisterWithRpcServer(toNarrow(server).c_str()); result != registered) {
         throw CommandFailure("KalRegisterWithRpcServer(" + server + ") answered " + describeResult(result));
     }
 }

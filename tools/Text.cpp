@@ -26,13 +26,17 @@ std::string encode(std::wstring_view wide, UINT codePage) {
     return text;
 }
 
-bool isAscii(std::string_view text) {
-    for (const char character : text) {
-        if (static_cast<unsigned char>(character) > 0x7F) {
-            return false;
-        }
-    }
-    return true;
+bool isUtf8(std::string_view text) {
+    return text.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(),
+                                               static_cast<int>(text.size()), nullptr, 0) != 0;
+}
+
+/// The code page of programs that do not ask for another one.
+UINT systemCodePage() {
+    DWORD codePage = CP_ACP;
+    GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                   reinterpret_cast<LPWSTR>(&codePage), sizeof codePage / sizeof(wchar_t));
+    return codePage;
 }
 
 struct LocalMemoryDeleter {
@@ -49,12 +53,12 @@ std::string fromWide(std::wstring_view wide) {
     return encode(wide, CP_UTF8);
 }
 
-std::string toSystemCodePage(std::string_view utf8) {
-    return isAscii(utf8) ? std::string(utf8) : encode(toWide(utf8), CP_ACP);
+std::string toNarrow(std::string_view utf8) {
+    return GetACP() == CP_UTF8 ? std::string(utf8) : encode(toWide(utf8), CP_ACP);
 }
 
-std::string fromSystemCodePage(std::string_view text) {
-    return isAscii(text) ? std::string(text) : fromWide(decode(text, CP_ACP));
+std::string fromNarrow(std::string_view text) {
+    return isUtf8(text) ? std::string(text) : fromWide(decode(text, systemCodePage()));
 }
 
 std::string printable(std::string_view text) {

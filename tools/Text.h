@@ -10,8 +10,10 @@ namespace tool {
 
 std::wstring toWide(std::string_view utf8);
 std::string fromWide(std::wstring_view wide);
-std::string toSystemCodePage(std::string_view utf8);
-std::string fromSystemCodePage(std::string_view text);
+/// For the library.
+std::string toNarrow(std::string_view utf8);
+/// From the library or the log: UTF-8 stays, anything else is read in the system's code page.
+std::string fromNarrow(std::string_view text);
 
 /// The text with every control character shown as a point: a name from a device must not steer the terminal.
 std::string printable(std::string_view text);
