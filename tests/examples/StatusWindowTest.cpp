@@ -1,4 +1,5 @@
 // Drives the status window from another process, on a desktop of its own (status_window_test.sh makes one).
+#include "api/kal.h"
 #include "tests/examples/ProgramUnderTest.h"
 #include "tests/examples/WindowDriver.h"
 
@@ -330,6 +331,14 @@ TEST_F(StatusWindow, EverythingIsGivenBackAtTheEnd) {
     EXPECT_EQ(service_->calls("OrxClosePrinter"), 3u * 2 + 1);
 }
 
+TEST_F(StatusWindow, AlertsAndNotificationsAreEndedAtTheEnd) {
+    start();
+    window_->close();
+    ASSERT_EQ(program_->exitCode(), 0u);
+    EXPECT_EQ(service_->calls("OrxUnregisterForAlertsPrinter"), 3u);
+    EXPECT_EQ(service_->calls("OrxUnregisterForNotificationsPrinter"), 3u);
+}
+
 TEST_F(StatusWindow, OpenOfRefusedNotificationsIsClosed) {
     start(R"(, "entryPoints": { "OrxRegisterForNotificationsPrinter": { "code": 5 } })");
     window_->close();
@@ -352,6 +361,20 @@ TEST_F(StatusWindow, ClosingWithinAJobCancelsIt) {
     ASSERT_EQ(program_->exitCode(), 0u);
     EXPECT_EQ(service_->calls("OrxCancelJobPrinter"), 1u);
     EXPECT_THAT(service_->documents(), IsEmpty());
+}
+
+TEST_F(StatusWindow, AlertsBehindTheCloseAreNotFetchedWithoutARegistration) {
+    start();
+    const DWORD threadId = GetWindowThreadProcessId(window_->window(), nullptr);
+    const HANDLE thread = OpenThread(THREAD_SUSPEND_RESUME, FALSE, threadId);
+    ASSERT_NE(SuspendThread(thread), MAXDWORD);
+    window_->close();
+    for (int count = 0; count < 5000; ++count) { // they last longer than the service thread takes to unregister
+        PostMessageW(window_->window(), WM_KAL_CPD_STATUSCHANGE, 0x6001, 0);
+    }
+    ResumeThread(thread);
+    CloseHandle(thread);
+    EXPECT_EQ(program_->exitCode(), 0u);
 }
 
 TEST_F(StatusWindow, ClosingUnderAStreamOfAlertsEndsCleanly) {
