@@ -1,5 +1,7 @@
 #include "tests/contract/enumeration/EnumerationFixture.h"
 
+#include "tests/support/ImportHook.h"
+
 #include <thread>
 
 namespace kal::test {
@@ -438,6 +440,21 @@ TEST_F(KalEnumPrintersTest, LateCallAfterTheLastUnregistrationAnswersOne) {
     EXPECT_THAT(reported, IsEmpty());
     EXPECT_THAT(service.sequence(), IsEmpty());
     KalRegisterApp(0);
+}
+
+TEST_F(KalEnumPrintersTest, NothingIsRaisedIntoTheServiceWhenThereIsNoMemory) {
+    service.does("OrxEnumPrinters", [](const ServiceCall &call) {
+        auto *const found = call.callback<ServiceCallback>(3);
+        for (int good = 0; good < 60; ++good) {
+            int left = good;
+            const ImportHook<"malloc", void *(size_t)> memory(GetModuleHandleA("kalclient.dll"), [&](size_t size) {
+                return left-- > 0 ? memory.original(size) : nullptr;
+            });
+            EXPECT_NO_THROW(found(5)) << good;
+        }
+        return 0u;
+    });
+    EXPECT_EQ(KalEnumPrinters(0, 0x2, report), KAL_OKAY);
 }
 
 TEST_F(KalEnumPrintersTest, DirtAboveTheFirstArgumentsIsCutOff) {
