@@ -7,33 +7,15 @@
 
 namespace tool {
 
-namespace {
-
-HWND createWindow() {
-    constexpr int mostTries = 20;
-    constexpr DWORD pause = 100;
-    HWND window = nullptr;
-    // A session without a desktop makes one for its first window; another program's window may find it half-made, and
-    // the failure then has no error code.
-    for (int tries = 0; window == nullptr && tries < mostTries; ++tries) {
-        if (tries > 0) {
-            Sleep(pause);
-        }
-        SetLastError(ERROR_SUCCESS);
-        window = CreateWindowExA(0, "STATIC", "kal", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, GetModuleHandleA(nullptr),
-                                 nullptr);
-        if (window == nullptr && GetLastError() != ERROR_SUCCESS) {
-            break;
-        }
-    }
-    return window;
-}
-
-} // namespace
-
-MessageWindow::MessageWindow() : window_(createWindow()) {
+MessageWindow::MessageWindow()
+    : window_(CreateWindowExA(0, "STATIC", "kal", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, GetModuleHandleA(nullptr),
+                              nullptr)) {
     if (window_ == nullptr) {
-        throw CommandFailure("No window for messages can be made: " + systemErrorText(GetLastError()));
+        // Without an error code it is the desktop that is missing: it goes and comes with a session's first window.
+        const DWORD code = GetLastError();
+        throw CommandFailure(
+            "no window for messages can be made: " +
+            (code == ERROR_SUCCESS ? "this session has no desktop yet, try again" : systemErrorText(code)));
     }
 }
 
