@@ -20,7 +20,7 @@ class AlertStore {
     /// @param[out] buffer    receives the bytes; not touched unless they fit
     /// @param size           bytes of the buffer
     /// @param[out] stored    receives the alert's length unless its id is unknown
-    [[nodiscard]] Answer copy(uint16_t alertId, void *buffer, uint16_t size, uint16_t &stored);
+    [[nodiscard]] Answer copy(uint16_t alertId, void *buffer, uint16_t size, uint32_t &stored);
 
   private:
     CriticalSection section_; ///< guards alerts_

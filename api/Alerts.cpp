@@ -329,13 +329,13 @@ int32_t KalQueryAlerts(uint16_t, uint16_t alertId, uint16_t, uint16_t, void *buf
         if (size == nullptr) {
             return trace.nullArgument("KalQueryAlerts", "size");
         }
-        uint16_t stored = 0;
+        uint32_t stored = 0;
         const uint16_t room = buffer == nullptr ? 0 : *size;
         switch (alertStore.copy(alertId, buffer, room, stored)) {
         case AlertStore::Answer::unknownId:
             return trace.named(KAL_FAIL);
         case AlertStore::Answer::copied:
-            *size = stored;
+            *size = static_cast<uint16_t>(stored);
             return trace.named(KAL_OKAY);
         case AlertStore::Answer::tooSmall:
             break;
@@ -343,9 +343,9 @@ int32_t KalQueryAlerts(uint16_t, uint16_t alertId, uint16_t, uint16_t, void *buf
         if (buffer == nullptr && *size >= stored) {
             return trace.nullArgument("KalQueryAlerts", "buffer");
         }
-        *size = stored;
-        trace.setResult("buffer size too small");
-        return static_cast<int32_t>(stored); // deliberately the length itself, no named code
+        *size = static_cast<uint16_t>(stored);
+        logTrace("buffer size too small");
+        return trace.numbered(static_cast<int32_t>(stored)); // deliberately the length itself, no named code
     });
 }
 

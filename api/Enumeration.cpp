@@ -63,7 +63,7 @@ void report(const void *record, KalPortCallback callback) {
 }
 
 /// Called by the service for each printer of an enumeration. @return the printer's port-type code
-uint32_t KalEnumPrintersCallback(uint32_t handle) {
+uint32_t KalEnumPrintersCallback(uint32_t reportedHandle) {
     logTrace("KalEnumPrintersCallback");
     OrxClient *const client = serviceBinding();
     if (client == nullptr) {
@@ -71,7 +71,8 @@ uint32_t KalEnumPrintersCallback(uint32_t handle) {
         logTrace("KAL_FAIL");
         return KAL_FAIL;
     }
-    FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(*client, handle), {}, {}, false};
+    const uint16_t handle = static_cast<uint16_t>(reportedHandle);
+    FoundPrinter printer = {handle, queryPortType(*client, handle), {}, {}, false};
     char nameRoom[portNameRoom];
     // The port name's failure deliberately speaks of the byte array, too.
     constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getByteArrayPrinter, errorCode="};

@@ -89,11 +89,16 @@ bool isRegistrationRefused() noexcept {
 CallbackEntry::CallbackEntry() noexcept {
     ++callbacksInside;
     isLockedOut_ = callbacksLockedOut;
+    if (isLockedOut_) {
+        --callbacksInside; // not one to wait for, or a steady stream would never let the lockout end
+    }
     client_ = isLockedOut_ ? nullptr : orxClient.load();
 }
 
 CallbackEntry::~CallbackEntry() {
-    --callbacksInside;
+    if (!isLockedOut_) {
+        --callbacksInside;
+    }
 }
 
 } // namespace kal

@@ -58,6 +58,8 @@ endfunction()
 # kal_stage(TARGET file-or-generator-expression...): copies the files beside TARGET's output after it is built, so that
 # a program and the DLLs it loads lie in one folder.
 function(kal_stage target)
+  # Linked again when a file changes, or the copy would stay behind.
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${ARGN})
   foreach(file ${ARGN})
     add_custom_command(TARGET ${target} POST_BUILD
                        COMMAND ${CMAKE_COMMAND} -E copy_if_different "${file}" "$<TARGET_FILE_DIR:${target}>" VERBATIM)

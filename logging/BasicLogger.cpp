@@ -203,8 +203,13 @@ void BasicLogger::append(std::string_view line) {
     }
     // The low half of the size alone: beyond 4 GiB the log deliberately starts over at its beginning.
     const DWORD end = GetFileSize(file.get(), nullptr);
+    if (end == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
+        return;
+    }
     LONG high = 0;
-    SetFilePointer(file.get(), static_cast<LONG>(end), &high, FILE_BEGIN);
+    if (SetFilePointer(file.get(), static_cast<LONG>(end), &high, FILE_BEGIN) != end) {
+        return; // rather this line lost than the first one overwritten
+    }
     DWORD written = 0;
     WriteFile(file.get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
 }

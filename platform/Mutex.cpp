@@ -50,7 +50,8 @@ void Mutex::release() {
     if (ownerThread_.load(std::memory_order_relaxed) != GetCurrentThreadId()) {
         return;
     }
-    while (holdCount_ != 0) {
+    // Counted down from a copy: behind the last ReleaseMutex the count belongs to the next owner.
+    for (uint32_t held = holdCount_; held != 0; --held) {
         --holdCount_;
         if (!ReleaseMutex(handle_.get())) {
             throwLastError("Mutex::release() ReleaseMutex failed", ".\\Mutex", 70);

@@ -26,7 +26,12 @@ void Thread::start() {
     }
     handle_ = ScopedHandle(reinterpret_cast<HANDLE>(created));
     SetThreadPriority(handle_.get(), priority_);
-    static_cast<void>(started.wait(waitWithoutTimeout));
+    try {
+        static_cast<void>(started.wait(waitWithoutTimeout));
+    } catch (const Win32Exception &) {
+        static_cast<void>(join(waitWithoutTimeout)); // the thread still signals the event that goes with this block
+        throw;
+    }
 }
 
 bool Thread::join(uint32_t timeoutMilliseconds) const noexcept {
