@@ -95,7 +95,7 @@ bool takeComponent(std::string_view &line, std::string_view &component) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(" ,");
+    const std::size_t begin = text.find_first_not_of(' ');
     if (begin == text.npos) {
         return {};
     }
@@ -204,8 +204,7 @@ std::vector<CallArgument> callArguments(std::string_view description) {
         std::size_t labelEnd = 0;
         const std::size_t begin = labelBegin(text, equals, labelEnd);
         // An equals sign inside a value ("key=a=b") has no label of its own before it.
-        if (begin == labelEnd || begin < valueBegin || (begin > 0 && text[begin - 1] != ' ') ||
-            (begin == valueBegin && !arguments.empty())) {
+        if (begin == labelEnd || (begin > 0 && text[begin - 1] != ' ')) {
             continue;
         }
         if (!arguments.empty()) {

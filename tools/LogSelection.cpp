@@ -72,13 +72,10 @@ std::string describeSelection(const SettingReader &read) {
         return "off: errors only";
     }
     const std::uint32_t common = read(logSetting::all).value_or(everyLevel);
-    if (common == everyLevel) {
-        return "on: every level of every component";
-    }
     std::string text = "on: " + (common == 0 ? "errors of every component" : levelText(common) + " of every component");
     for (const ComponentRow &component : components) {
         const std::uint32_t mask = read(component.name).value_or(component.defaultMask);
-        if (component.name != logSetting::all && (mask & ~common) != 0) {
+        if ((mask & ~common) != 0) {
             text += ", " + levelText(mask | common) + " of " + std::string(component.name);
         }
     }

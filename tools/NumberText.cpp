@@ -7,7 +7,7 @@ namespace tool {
 
 std::optional<std::uint32_t> parseNumber(std::string_view text, std::uint32_t limit) {
     int base = 10;
-    if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+    if (text.starts_with("0x") || text.starts_with("0X")) {
         base = 16;
         text.remove_prefix(2);
     }

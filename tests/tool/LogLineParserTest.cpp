@@ -80,6 +80,11 @@ TEST(ParseLogLine, IdThatIsTooShortOrTooLongIsNone) {
     EXPECT_FALSE(parseLogLine("pid=123456789 Bidi            x"));
 }
 
+TEST(ParseLogLine, IdThatGoesOnInOtherCharactersIsNone) {
+    EXPECT_FALSE(parseLogLine("pid=0a3cxBidi            x"));
+    EXPECT_FALSE(parseLogLine("pid=0a3c"));
+}
+
 TEST(LogClock, MillisecondsCountFromTheEpoch) {
     EXPECT_EQ((LogClock{1970, 1, 1, 0, 0, 0, 0}).milliseconds(), 0);
     EXPECT_EQ((LogClock{1970, 1, 2, 0, 0, 0, 1}).milliseconds(), 86400001);
@@ -161,6 +166,14 @@ TEST(CallArguments, LabelsAndValuesAreTakenApart) {
 TEST(CallArguments, ValueMayHoldBlanksAndEqualsSigns) {
     EXPECT_EQ(argumentText("KalSetJobStringPrinter() handle=5 key=a=b value=two words"),
               "[handle|5][key|a=b][value|two words]");
+}
+
+TEST(CallArguments, CommaBelongsToAValueOnlyAtItsBeginning) {
+    EXPECT_EQ(argumentText("KalX() key=,a, value=b,"), "[key|,a][value|b]");
+}
+
+TEST(CallArguments, EqualsSignsWithoutALabelAreValue) {
+    EXPECT_EQ(argumentText("KalX() key==a = =b"), "[key|=a = =b]");
 }
 
 TEST(CallArguments, EmptyValueStaysEmpty) {

@@ -91,3 +91,8 @@ TEST(LogLineJson, HeaderFieldsAreThereWhenTheLineHasThem) {
 TEST(LogLineJson, BytesThatAreNoUtf8AreReplaced) {
     EXPECT_EQ(nlohmann::json::parse(logLineJson("Bidi            \xFF", {}))["text"], "\xEF\xBF\xBD");
 }
+
+TEST(LogLineJson, LineThatIsNotShownIsNothing) {
+    EXPECT_EQ(logLineJson(fullLine, {.component = "Bidi"}), "");
+    EXPECT_EQ(logLineJson("not a line", {}), "");
+}

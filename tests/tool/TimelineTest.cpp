@@ -114,11 +114,12 @@ TEST(Timeline, CallsWithoutThreadIdsMayCross) {
 }
 
 TEST(Timeline, CallThatLostItsExitEndsWithTheCallAroundIt) {
-    const auto composed = compose(
-        {at("040", "000b", "+KalOuter()"), at("041", "000b", "+KalInner()"), at("049", "000b", "-KalOuter() rc=0")});
+    const auto composed = compose({at("040", "000b", "+KalOuter()"), at("041", "000b", "+KalInner()"),
+                                   at("049", "000b", "-KalOuter() rc=0"), at("900", "000b", "much later")});
     const Json inner = composed.span("KalInner");
     EXPECT_EQ(inner["args"]["unfinished"], true);
     EXPECT_EQ(inner["dur"], 8000);
+    EXPECT_EQ(inner["cname"], "terrible");
     EXPECT_EQ(composed.span("KalOuter")["args"]["result"], "0");
     EXPECT_EQ(composed.unfinished, 1u);
 }
