@@ -163,13 +163,15 @@ std::wstring localTime() {
     return text;
 }
 
-// What the service thread posts to the window. Above WM_APP, clear of the library's messages and of the controls'.
+// What is posted to the window, by the service thread but for one. Above WM_APP, clear of the library's messages and of
+// the controls'.
 enum OwnMessage : UINT {
     MessageSearchBegins = WM_APP, // nothing
     MessagePrinterFound,          // lParam: Printer, the receiver's
     MessagePrinterState,          // wParam: handle; lParam: std::wstring, the receiver's
     MessageSearchEnds,            // lParam: std::int32_t result
     MessageRefused,               // nothing: there is no service to register with
+    MessageEventsArrived,         // nothing; from the window to itself
     MessageProgress,              // wParam: bytes sent; lParam: bytes in all
     MessagePrintEnds,             // wParam: PrintOutcome; lParam: std::int32_t result
     MessageStopped,               // nothing: all is given back, the last message of the service thread
@@ -568,6 +570,9 @@ class StatusWindow {
         case MessageRefused:
             setStatus(L"There is no printer service to register with on this machine.");
             return 0;
+        case MessageEventsArrived:
+            onEventsArrived();
+            return 0;
         case MessageProgress:
             SendMessageW(progress_, PBM_SETPOS, wParam * progressSteps / static_cast<WPARAM>(lParam), 0);
             return 0;
@@ -651,9 +656,21 @@ class StatusWindow {
             printer.events.pop_back();
         }
         printer.events.push_front(std::move(event));
-        if (&printer == selectedPrinter()) {
-            insertEvent(0, printer.events.front());
-            ListView_DeleteItem(eventList_, static_cast<int>(mostEventsKept));
+        if (&printer == selectedPrinter() && newEvents_++ == 0) {
+            PostMessageW(window_, MessageEventsArrived, 0, 0);
+        }
+    }
+
+    /// Behind the messages that waited when the first of them arrived: drawing the list takes longer than taking a
+    /// message in, so a burst of them is drawn at once.
+    void onEventsArrived() {
+        const int marked = ListView_GetNextItem(eventList_, -1, LVNI_SELECTED);
+        const int moved = std::exchange(newEvents_, 0);
+        showEvents();
+        if (marked >= 0) { // the mark stays with its message, which is further down now
+            constexpr UINT isMarked = LVIS_SELECTED | LVIS_FOCUSED;
+            ListView_SetItemState(eventList_, marked, 0, isMarked);
+            ListView_SetItemState(eventList_, marked + moved, isMarked, isMarked);
         }
     }
 
@@ -776,6 +793,21 @@ class StatusWindow {
                 showSelected();
             }
         }
+        if (notification.idFrom == IdEventList && notification.code == LVN_GETDISPINFOW) {
+            tellEvent(reinterpret_cast<const NMLVDISPINFOW &>(notification).item);
+        }
+    }
+
+    /// The text of one cell of the messages.
+    void tellEvent(const LVITEMW &item) {
+        const Printer *const printer = selectedPrinter();
+        const auto row = static_cast<std::size_t>(item.iItem);
+        if ((item.mask & LVIF_TEXT) == 0 || printer == nullptr || row >= printer->events.size()) {
+            return;
+        }
+        const PrinterEvent &event = printer->events[row];
+        const std::wstring *const cells[] = {&event.time, &event.what, &event.details};
+        lstrcpynW(item.pszText, cells[item.iSubItem]->c_str(), item.cchTextMax);
     }
 
     /// The window goes when the service thread has given everything back; until then it can still be seen and moved.
@@ -803,7 +835,8 @@ class StatusWindow {
         printerList_ = create(WC_LISTVIEWW, L"Printers", list, IdPrinterList, WS_EX_CLIENTEDGE);
         heading_ = create(WC_STATICW, L"", SS_LEFT | SS_NOPREFIX | SS_ENDELLIPSIS, IdOther);
         eventLabel_ = create(WC_STATICW, L"Recent &messages", SS_LEFT, IdOther);
-        eventList_ = create(WC_LISTVIEWW, L"Messages", list, IdEventList, WS_EX_CLIENTEDGE);
+        // Asks for the texts that it draws instead of keeping them.
+        eventList_ = create(WC_LISTVIEWW, L"Messages", list | LVS_OWNERDATA, IdEventList, WS_EX_CLIENTEDGE);
         progress_ = create(PROGRESS_CLASSW, L"", PBS_SMOOTH, IdOther);
         printButton_ = create(WC_BUTTONW, L"Print &test page", WS_TABSTOP | BS_DEFPUSHBUTTON, IdPrint);
         cancelButton_ = create(WC_BUTTONW, L"&Cancel", WS_TABSTOP | BS_PUSHBUTTON, IdCancel);
@@ -977,8 +1010,10 @@ class StatusWindow {
         }
     }
 
-    void insertEvent(int row, const PrinterEvent &event) const {
-        addRow(eventList_, row, {event.time, event.what, event.details});
+    /// Has the messages of the selected printer drawn anew.
+    void showEvents() {
+        const Printer *const printer = selectedPrinter();
+        ListView_SetItemCountEx(eventList_, printer ? static_cast<int>(printer->events.size()) : 0, LVSICF_NOSCROLL);
     }
 
     void showHeading() {
@@ -989,14 +1024,9 @@ class StatusWindow {
 
     void showSelected() {
         showHeading();
-        SendMessageW(eventList_, WM_SETREDRAW, FALSE, 0);
-        ListView_DeleteAllItems(eventList_);
-        if (const Printer *const printer = selectedPrinter()) {
-            for (int row = 0; const PrinterEvent &event : printer->events) {
-                insertEvent(row++, event);
-            }
-        }
-        SendMessageW(eventList_, WM_SETREDRAW, TRUE, 0);
+        newEvents_ = 0;
+        ListView_SetItemState(eventList_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+        showEvents();
         enableControls();
     }
 
@@ -1026,6 +1056,7 @@ class StatusWindow {
     HWND heading_ = nullptr;
     HWND eventLabel_ = nullptr;
     HWND eventList_ = nullptr;
+    int newEvents_ = 0; // of the selected printer, not shown yet
     HWND progress_ = nullptr;
     HWND printButton_ = nullptr;
     HWND cancelButton_ = nullptr;
