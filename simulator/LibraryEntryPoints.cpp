@@ -1,5 +1,5 @@
 #include "simulator/EntryPoint.h"
-#include "simulator/ExportTable.h"
+#include "spy/ExportTable.h"
 
 using namespace simulator;
 
@@ -14,7 +14,7 @@ void removeMissingEntryPoints() noexcept {
         const bool isAnyMissing = std::any_of(entryPoints.begin(), entryPoints.end(),
                                               [](const auto &rules) { return isMissing(rules.second); });
         if (isAnyMissing) {
-            removeExports(thisModule, [&](std::string_view name) {
+            spy::removeExports(thisModule, [&](std::string_view name) {
                 const auto found = entryPoints.find(std::string(name));
                 return found != entryPoints.end() && isMissing(found->second);
             });

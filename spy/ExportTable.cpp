@@ -1,6 +1,6 @@
-#include "simulator/ExportTable.h"
+#include "spy/ExportTable.h"
 
-namespace simulator {
+namespace spy {
 
 namespace {
 
@@ -31,12 +31,16 @@ class Writable {
     bool isWritable_ = false;
 };
 
+const IMAGE_DATA_DIRECTORY &exportEntry(HMODULE module) noexcept {
+    const auto *dos = at<IMAGE_DOS_HEADER>(module, 0);
+    const auto *headers = at<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
+    return headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
+}
+
 } // namespace
 
 bool removeExports(HMODULE module, const std::function<bool(std::string_view)> &isToBeRemoved) {
-    const auto *dos = at<IMAGE_DOS_HEADER>(module, 0);
-    const auto *headers = at<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
-    const auto &entry = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
+    const auto &entry = exportEntry(module);
     auto *directory = at<IMAGE_EXPORT_DIRECTORY>(module, entry.VirtualAddress);
     auto *names = at<DWORD>(module, directory->AddressOfNames);
     auto *ordinals = at<WORD>(module, directory->AddressOfNameOrdinals);
@@ -57,4 +61,24 @@ bool removeExports(HMODULE module, const std::function<bool(std::string_view)> &
     return true;
 }
 
-} // namespace simulator
+bool redirectExports(HMODULE module, const std::function<const void *(std::string_view)> &targetOf) {
+    const auto &entry = exportEntry(module);
+    const auto *directory = at<IMAGE_EXPORT_DIRECTORY>(module, entry.VirtualAddress);
+    const auto *names = at<DWORD>(module, directory->AddressOfNames);
+    const auto *ordinals = at<WORD>(module, directory->AddressOfNameOrdinals);
+    auto *functions = at<DWORD>(module, directory->AddressOfFunctions);
+
+    const Writable section(at<void>(module, entry.VirtualAddress), entry.Size);
+    if (!section) {
+        return false;
+    }
+    for (DWORD index = 0; index < directory->NumberOfNames; ++index) {
+        if (const auto *target = targetOf(at<const char>(module, names[index]))) {
+            const auto distance = reinterpret_cast<std::uintptr_t>(target) - reinterpret_cast<std::uintptr_t>(module);
+            functions[ordinals[index]] = static_cast<DWORD>(distance);
+        }
+    }
+    return true;
+}
+
+} // namespace spy

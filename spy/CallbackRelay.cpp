@@ -1,0 +1,65 @@
+#include "spy/CallbackRelay.h"
+
+#include "spy/ProcessCapture.h"
+
+#include <array>
+#include <cstddef>
+#include <utility>
+
+namespace spy {
+
+namespace {
+
+/// A client has one function a kind; the tests' copies of it have some more.
+constexpr std::size_t mostRelays = 256;
+
+struct Relayed {
+    AnyFunction *function;
+    ArgumentKind kind;
+};
+
+// Written once each, before the relay is handed out, and never taken back: a service may call late.
+Relayed relayed[mostRelays];
+std::size_t relayedCount = 0;
+SRWLOCK lock = SRWLOCK_INIT; // guards the two for writing
+
+template <std::size_t Index>
+std::uint64_t relay(std::uint64_t a0, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3, std::uint64_t a4,
+                    std::uint64_t a5, std::uint64_t a6, std::uint64_t a7) {
+    const auto &target = relayed[Index];
+    return relayCallback(static_cast<std::uint32_t>(Index + 1), target.kind, target.function,
+                         {a0, a1, a2, a3, a4, a5, a6, a7});
+}
+
+template <std::size_t... Indices>
+constexpr std::array<AnyFunction *, sizeof...(Indices)> allRelays(std::index_sequence<Indices...>) {
+    return {&relay<Indices>...};
+}
+
+constexpr auto relays = allRelays(std::make_index_sequence<mostRelays>());
+
+} // namespace
+
+RelayedCallback relayFor(std::uint64_t function, ArgumentKind kind) noexcept {
+    const auto address = static_cast<std::uintptr_t>(function);
+    if (!isExecutable(reinterpret_cast<const void *>(address))) {
+        return {};
+    }
+    const Relayed wanted{reinterpret_cast<AnyFunction *>(address), kind};
+    RelayedCallback found;
+    AcquireSRWLockExclusive(&lock);
+    std::size_t index = 0;
+    while (index < relayedCount && (relayed[index].function != wanted.function || relayed[index].kind != kind)) {
+        ++index;
+    }
+    if (index == relayedCount && relayedCount < mostRelays) {
+        relayed[relayedCount++] = wanted;
+    }
+    if (index < relayedCount) {
+        found = {relays[index], static_cast<std::uint32_t>(index + 1)};
+    }
+    ReleaseSRWLockExclusive(&lock);
+    return found;
+}
+
+} // namespace spy

@@ -1,0 +1,238 @@
+#include "spy/Capture.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace spy {
+
+namespace {
+
+constexpr std::size_t mostTextBytes = 32 * 1024;
+
+const char *at(std::uint64_t address) {
+    return reinterpret_cast<const char *>(static_cast<std::uintptr_t>(address));
+}
+
+std::uint32_t narrow(std::uint64_t word) {
+    return static_cast<std::uint32_t>(word);
+}
+
+Json addressOnly(std::uint64_t address) {
+    std::string big;
+    for (int shift = 56; shift >= 0; shift -= 8) {
+        big += static_cast<char>(address >> shift);
+    }
+    return {{"address", hexadecimal(big.data(), big.size())}};
+}
+
+/// Whether JSON can carry the text as it is.
+bool isUtf8(const std::string &text) {
+    try {
+        static_cast<void>(Json(text).dump());
+        return true;
+    } catch (const Json::type_error &) {
+        return false;
+    }
+}
+
+void appendUtf8(std::string &text, std::uint32_t point) {
+    const auto tail = [&](unsigned shift) { text += static_cast<char>(0x80 | (point >> shift & 0x3F)); };
+    if (point < 0x80) {
+        text += static_cast<char>(point);
+    } else if (point < 0x800) {
+        text += static_cast<char>(0xC0 | point >> 6);
+        tail(0);
+    } else if (point < 0x10000) {
+        text += static_cast<char>(0xE0 | point >> 12);
+        tail(6);
+        tail(0);
+    } else {
+        text += static_cast<char>(0xF0 | point >> 18);
+        tail(12);
+        tail(6);
+        tail(0);
+    }
+}
+
+Json wholeBytes(const std::string &bytes) {
+    return {{"length", bytes.size()}, {"hex", hexadecimal(bytes.data(), bytes.size())}};
+}
+
+} // namespace
+
+std::string Capture::content(std::uint64_t address, std::size_t wanted) const {
+    return address == 0 ? std::string() : std::string(at(address), host_.readable(at(address), wanted));
+}
+
+Json Capture::bytes(std::string_view name, std::uint64_t address, std::size_t length, bool isDocument,
+                    const PieceSink &pieces) const {
+    if (address == 0) {
+        return nullptr;
+    }
+    if (host_.readable(at(address), length) < length) {
+        auto unreadable = addressOnly(address);
+        unreadable["length"] = length;
+        return unreadable;
+    }
+    const bool isRedacted = redacts_ && isDocument;
+    if (!isRedacted && length <= mostInlineBytes) {
+        return {{"length", length}, {"hex", hexadecimal(at(address), length)}};
+    }
+    const auto digest = host_.newDigest();
+    std::uint64_t count = 0;
+    for (std::size_t offset = 0; offset < length; offset += mostInlineBytes) {
+        const auto size = std::min(mostInlineBytes, length - offset);
+        digest->add(at(address) + offset, size);
+        if (!isRedacted) {
+            pieces(name, offset, hexadecimal(at(address) + offset, size));
+            ++count;
+        }
+    }
+    Json described{{"length", length}, {"sha256", digest->finish()}};
+    if (!isRedacted) {
+        described["pieces"] = count;
+    }
+    return described;
+}
+
+Json Capture::text(std::uint64_t address) const {
+    if (address == 0) {
+        return nullptr;
+    }
+    const auto readable = host_.readable(at(address), mostTextBytes);
+    if (readable == 0) {
+        return addressOnly(address);
+    }
+    const std::string text(at(address), strnlen(at(address), readable));
+    return isUtf8(text) ? Json(text) : wholeBytes(text);
+}
+
+Json Capture::wideText(std::uint64_t address) const {
+    if (address == 0) {
+        return nullptr;
+    }
+    const auto readable = host_.readable(at(address), mostTextBytes);
+    if (readable < 2) {
+        return addressOnly(address);
+    }
+    std::string units;
+    std::string text;
+    std::uint32_t high = 0;
+    bool isSound = true;
+    for (std::size_t offset = 0; offset + 1 < readable; offset += 2) {
+        const auto unit = static_cast<std::uint32_t>(static_cast<unsigned char>(at(address)[offset]) |
+                                                     static_cast<unsigned char>(at(address)[offset + 1]) << 8);
+        if (unit == 0) {
+            break;
+        }
+        units.append(at(address) + offset, 2);
+        const bool isLow = unit >= 0xDC00 && unit < 0xE000;
+        isSound = isSound && isLow == (high != 0);
+        if (unit >= 0xD800 && unit < 0xDC00) {
+            high = unit;
+            continue;
+        }
+        appendUtf8(text, isLow ? 0x10000 + ((high & 0x3FF) << 10) + (unit & 0x3FF) : unit);
+        high = 0;
+    }
+    return isSound && high == 0 ? Json(text) : wholeBytes(units);
+}
+
+Json Capture::arguments(const EntryPoint &entryPoint, const Words &words, const PieceSink &pieces) const {
+    Json values = Json::object();
+    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+        const auto &argument = entryPoint.arguments[index];
+        const auto word = words[index];
+        Json &value = values[argument.name];
+        if (argument.kind == ArgumentKind::number) {
+            value = narrow(word);
+        } else if (word == 0) {
+            value = nullptr;
+        } else if (argument.kind == ArgumentKind::text) {
+            value = text(word);
+        } else if (argument.kind == ArgumentKind::wideText) {
+            value = wideText(word);
+        } else if (argument.kind == ArgumentKind::inputBytes) {
+            value = bytes(argument.name, word, narrow(words[index + 1]), argument.isDocument, pieces);
+        } else if (argument.kind == ArgumentKind::outputBytes || argument.kind == ArgumentKind::outputNumber) {
+            value = {{"output", true}};
+        } else if (const auto number = isCallback(argument.kind) ? host_.callbackNumber(word, argument.kind) : 0;
+                   number != 0) {
+            value = {{"callback", number}};
+        } else {
+            value = addressOnly(word);
+        }
+    }
+    return values;
+}
+
+Json Capture::callbackArguments(ArgumentKind kind, const Words &words, const PieceSink &pieces) const {
+    Json values{{"handle", narrow(words[0])}};
+    if (kind == ArgumentKind::alertCallback) {
+        values["alert"] = bytes("alert", words[1], narrow(words[2]), false, pieces);
+        values["length"] = narrow(words[2]);
+    } else if (kind == ArgumentKind::notificationCallback) {
+        values["category"] = narrow(words[1]);
+        values["notification"] = narrow(words[2]);
+        const auto flag = content(words[3], sizeof(std::uint32_t));
+        if (words[3] == 0 || flag.size() < sizeof(std::uint32_t)) {
+            values["endOfJobFlag"] = words[3] == 0 ? Json(nullptr) : addressOnly(words[3]);
+        } else {
+            std::uint32_t number = 0;
+            std::memcpy(&number, flag.data(), sizeof number);
+            values["endOfJobFlag"] = number;
+        }
+        values["reserved5"] = words[4] == 0 ? Json(nullptr) : addressOnly(words[4]);
+        values["reserved6"] = words[5] == 0 ? Json(nullptr) : addressOnly(words[5]);
+    }
+    return values;
+}
+
+Capture::Before::Before(const Capture &capture, const EntryPoint &entryPoint, const Words &words) {
+    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+        const auto kind = entryPoint.arguments[index].kind;
+        if (kind == ArgumentKind::outputNumber) {
+            contents_[index] = capture.content(words[index], sizeof(std::uint32_t));
+        } else if (kind == ArgumentKind::outputBytes) {
+            contents_[index] =
+                capture.content(words[index], std::min<std::size_t>(narrow(words[index + 1]), mostInlineBytes));
+        }
+    }
+}
+
+Json Capture::outputs(const EntryPoint &entryPoint, const Words &words, const Before &before, bool succeeded,
+                      const PieceSink &pieces) const {
+    Json values = Json::object();
+    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+        const auto &argument = entryPoint.arguments[index];
+        const bool isNumber = argument.kind == ArgumentKind::outputNumber;
+        if (words[index] == 0 || (!isNumber && argument.kind != ArgumentKind::outputBytes)) {
+            continue;
+        }
+        const auto &old = before.contents_[index];
+        const auto now = content(words[index], old.size());
+        if (isNumber) {
+            std::uint32_t number = 0;
+            if (now.size() == sizeof number && (succeeded || now != old)) {
+                std::memcpy(&number, now.data(), sizeof number);
+                values[argument.name] = number;
+            }
+            continue;
+        }
+        const auto last = std::mismatch(now.rbegin(), now.rend(), old.rbegin(), old.rend()).first;
+        std::size_t written = static_cast<std::size_t>(now.rend() - last); // up to the last byte that changed
+        if (succeeded && words[index + 2] != 0) {
+            std::uint32_t told = 0;
+            if (const auto length = content(words[index + 2], sizeof told); length.size() == sizeof told) {
+                std::memcpy(&told, length.data(), sizeof told);
+            }
+            written = std::max<std::size_t>(written, std::min(told, narrow(words[index + 1])));
+        }
+        if (written > 0) {
+            values[argument.name] = bytes(argument.name, words[index], written, argument.isDocument, pieces);
+        }
+    }
+    return values;
+}
+
+} // namespace spy

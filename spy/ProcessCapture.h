@@ -1,0 +1,17 @@
+/// Capturing in this process: what can be read of its memory, and the system's hash.
+#pragma once
+
+#include "spy/Capture.h"
+
+namespace spy {
+
+/// How many bytes from the address on can be read now, at most so many as are wanted.
+[[nodiscard]] std::size_t readableBytes(const void *address, std::size_t wanted) noexcept;
+
+/// Whether a function may stand there.
+[[nodiscard]] bool isExecutable(const void *address) noexcept;
+
+/// SHA-256. A system that cannot compute it gives an empty hash.
+[[nodiscard]] std::unique_ptr<Digest> newSha256();
+
+} // namespace spy

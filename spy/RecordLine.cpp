@@ -1,0 +1,228 @@
+#include "spy/RecordLine.h"
+
+#include "spy/EntryPoint.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace spy {
+
+namespace {
+
+constexpr std::string_view recordingName = "comc.dll";
+constexpr int recordingFormat = 1;
+
+struct KindRow {
+    EventKind kind;
+    std::string_view name;
+    std::string_view values; // the key under which its values stand
+};
+
+constexpr KindRow kinds[] = {
+    {EventKind::load, "load", "missing"},
+    {EventKind::unload, "unload", ""},
+    {EventKind::bytes, "bytes", ""},
+    {EventKind::call, "call", "arguments"},
+    {EventKind::callReturn, "return", "outputs"},
+    {EventKind::callback, "callback", "arguments"},
+    {EventKind::callbackReturn, "callbackReturn", ""},
+};
+
+const KindRow &rowOf(EventKind kind) {
+    return *std::find_if(std::begin(kinds), std::end(kinds), [kind](const KindRow &row) { return row.kind == kind; });
+}
+
+std::string dump(const Json &json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json parseObject(std::string_view line) {
+    auto json = Json::parse(line.begin(), line.end(), nullptr, false);
+    if (json.is_discarded()) {
+        throw BrokenLine("the line is cut off or damaged");
+    }
+    if (!json.is_object()) {
+        throw RecordingError("the line is no object");
+    }
+    return json;
+}
+
+/// A member that must be there and of its type.
+template <typename Type>
+Type require(const Json &json, const char *key) {
+    const auto found = json.find(key);
+    const bool fits = found != json.end() && [&] {
+        if constexpr (std::is_same_v<Type, std::string>) {
+            return found->is_string();
+        } else if constexpr (std::is_same_v<Type, bool>) {
+            return found->is_boolean();
+        } else {
+            return found->is_number_integer();
+        }
+    }();
+    if (!fits) {
+        throw RecordingError(std::string("the line has no \"") + key + "\", or one of the wrong type");
+    }
+    return found->template get<Type>();
+}
+
+template <typename Type>
+std::optional<Type> find(const Json &json, const char *key) {
+    return json.contains(key) ? std::optional(require<Type>(json, key)) : std::nullopt;
+}
+
+Json valuesOf(const Json &json, const KindRow &row) {
+    const auto found = json.find(std::string(row.values));
+    const bool isList = row.kind == EventKind::load;
+    if (found == json.end() || !(isList ? found->is_array() : found->is_object())) {
+        throw RecordingError("the line has no \"" + std::string(row.values) + "\", or one of the wrong type");
+    }
+    return *found;
+}
+
+void requireEntryPoint(const std::string &name) {
+    if (findEntryPoint(name) == nullptr) {
+        throw RecordingError("comc.dll has no entry point \"" + name + "\"");
+    }
+}
+
+} // namespace
+
+std::string hexadecimal(const void *bytes, std::size_t count) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    const auto *const begin = static_cast<const unsigned char *>(bytes);
+    std::string text;
+    text.reserve(count * 2);
+    std::for_each(begin, begin + count, [&](unsigned char byte) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    });
+    return text;
+}
+
+std::string bytesOf(std::string_view hex) {
+    const auto digit = [](char character) {
+        const auto value = std::string_view("0123456789abcdef").find(character);
+        if (value == std::string_view::npos) {
+            throw RecordingError("bytes are pairs of hexadecimal digits");
+        }
+        return static_cast<unsigned>(value);
+    };
+    if (hex.size() % 2 != 0) {
+        throw RecordingError("bytes are pairs of hexadecimal digits");
+    }
+    std::string bytes;
+    bytes.reserve(hex.size() / 2);
+    for (std::size_t index = 0; index < hex.size(); index += 2) {
+        bytes += static_cast<char>(digit(hex[index]) << 4 | digit(hex[index + 1]));
+    }
+    return bytes;
+}
+
+std::string composeHeader(const RecordingHeader &header) {
+    return dump({{"recording", recordingName},
+                 {"format", recordingFormat},
+                 {"process", header.process},
+                 {"program", header.program},
+                 {"service", header.service},
+                 {"started", header.started},
+                 {"redacted", header.redacted}});
+}
+
+std::string composeLine(const RecordEvent &event) {
+    const KindRow &row = rowOf(event.kind);
+    Json json{{"event", row.name}, {"number", event.number}};
+    if (event.kind == EventKind::bytes) {
+        json["argument"] = event.argument;
+        json["output"] = event.isOutput;
+        json["offset"] = event.offset;
+        json["hex"] = event.hex;
+        return dump(json);
+    }
+    json["time"] = event.time;
+    json["thread"] = event.thread;
+    if (!event.entryPoint.empty()) {
+        json["entryPoint"] = event.entryPoint;
+    }
+    if (event.within) {
+        json["within"] = *event.within;
+    }
+    if (event.kind == EventKind::callback) {
+        json["callback"] = event.callback;
+        json["kind"] = event.callbackKind;
+    }
+    if (event.kind == EventKind::callReturn || event.kind == EventKind::callbackReturn) {
+        if (event.raised) {
+            json["raised"] = true;
+        } else {
+            json["result"] = event.result;
+        }
+        if (event.lastError) {
+            json["lastError"] = *event.lastError;
+        }
+    }
+    if (!row.values.empty()) {
+        json[std::string(row.values)] = event.values;
+    }
+    return dump(json);
+}
+
+RecordingHeader parseHeader(std::string_view line) {
+    const auto json = Json::parse(line.begin(), line.end(), nullptr, false);
+    if (!json.is_object() || !json.contains("recording") || json["recording"] != recordingName) {
+        throw RecordingError("this is no recording of the spy");
+    }
+    if (const auto format = require<int>(json, "format"); format != recordingFormat) {
+        throw RecordingError("the recording has format " + std::to_string(format) + ", known is " +
+                             std::to_string(recordingFormat));
+    }
+    RecordingHeader header;
+    header.process = require<std::uint32_t>(json, "process");
+    header.program = require<std::string>(json, "program");
+    header.service = require<std::string>(json, "service");
+    header.started = require<std::string>(json, "started");
+    header.redacted = require<bool>(json, "redacted");
+    return header;
+}
+
+RecordEvent parseLine(std::string_view line) {
+    const auto json = parseObject(line);
+    const auto name = require<std::string>(json, "event");
+    const auto *const row =
+        std::find_if(std::begin(kinds), std::end(kinds), [&](const KindRow &each) { return each.name == name; });
+    if (row == std::end(kinds)) {
+        throw RecordingError("there is no event \"" + name + "\"");
+    }
+    RecordEvent event;
+    event.kind = row->kind;
+    event.number = require<std::uint64_t>(json, "number");
+    if (event.kind == EventKind::bytes) {
+        event.argument = require<std::string>(json, "argument");
+        event.isOutput = require<bool>(json, "output");
+        event.offset = require<std::uint64_t>(json, "offset");
+        event.hex = require<std::string>(json, "hex");
+        return event;
+    }
+    event.time = require<std::int64_t>(json, "time");
+    event.thread = require<std::uint32_t>(json, "thread");
+    event.within = find<std::uint64_t>(json, "within");
+    if (event.kind == EventKind::call || event.kind == EventKind::callReturn) {
+        event.entryPoint = require<std::string>(json, "entryPoint");
+        requireEntryPoint(event.entryPoint);
+    }
+    if (event.kind == EventKind::callback) {
+        event.callback = require<std::uint32_t>(json, "callback");
+        event.callbackKind = require<std::string>(json, "kind");
+    }
+    if (event.kind == EventKind::callReturn || event.kind == EventKind::callbackReturn) {
+        event.raised = find<bool>(json, "raised").value_or(false);
+        event.result = event.raised ? 0 : require<std::uint32_t>(json, "result");
+        event.lastError = find<std::uint32_t>(json, "lastError");
+    }
+    if (!row->values.empty()) {
+        event.values = valuesOf(json, *row);
+    }
+    return event;
+}
+
+} // namespace spy

@@ -1,0 +1,323 @@
+// comc-recorder.dll: calls the real library and the client's functions on behalf of the spy and records that. Nothing
+// here may be noticed by either side: results, buffers and the thread's last error pass as they are, an exception too,
+// and a recording that fails ends in silence.
+#include "spy/CallbackRelay.h"
+#include "spy/ProcessCapture.h"
+#include "spy/RecordFile.h"
+#include "spy/RecorderInterface.h"
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace {
+
+using namespace spy;
+
+/// A call or callback that a thread is in; they nest.
+struct Active {
+    std::uint64_t number;
+    const Active *outer;
+};
+
+/// Last errors are the caller's: what is done in between must not show.
+class KeptLastError {
+  public:
+    KeptLastError() noexcept : code_(GetLastError()) {}
+    ~KeptLastError() { SetLastError(code_); }
+    KeptLastError(const KeptLastError &) = delete;
+    KeptLastError &operator=(const KeptLastError &) = delete;
+    [[nodiscard]] DWORD code() const noexcept { return code_; }
+
+  private:
+    DWORD code_;
+};
+
+/// At the end of a process its other threads are gone, whatever they held: then a lock is taken or left, never waited
+/// for.
+class ProcessLock {
+  public:
+    [[nodiscard]] bool acquire() noexcept {
+        if (TryAcquireSRWLockExclusive(&lock_) != 0) {
+            return true;
+        }
+        if (isProcessEnding()) {
+            return false;
+        }
+        AcquireSRWLockExclusive(&lock_);
+        return true;
+    }
+    void release() noexcept { ReleaseSRWLockExclusive(&lock_); }
+
+  private:
+    static bool isProcessEnding() noexcept {
+        using Ask = BOOLEAN WINAPI();
+        static auto *const ask = reinterpret_cast<Ask *>(
+            reinterpret_cast<void *>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
+        return ask != nullptr && ask() != 0;
+    }
+
+    SRWLOCK lock_ = SRWLOCK_INIT;
+};
+
+class Recorder {
+  public:
+    explicit Recorder(HMODULE self)
+        : settings_(readSpySettings(self)), file_(settings_), host_{readableBytes, newSha256, numberOf},
+          capture(host_, settings_.redacts) {}
+
+    [[nodiscard]] bool isRecording() const noexcept { return !file_.hasFailed(); }
+    [[nodiscard]] std::uint64_t newNumber() noexcept {
+        return static_cast<std::uint64_t>(InterlockedIncrement64(&lastNumber_));
+    }
+
+    void setService(HMODULE service) { serviceFile_ = moduleFile(service); }
+
+    /// Time and thread are filled in: lines stand in the order of their times.
+    void write(RecordEvent event) {
+        if (!lock_.acquire()) {
+            return;
+        }
+        try {
+            event.time = recordingTime();
+            event.thread = GetCurrentThreadId();
+            file_.write(composeLine(event), serviceFile_);
+        } catch (const std::exception &) {
+            file_.fail("there is no memory for the recording");
+        }
+        lock_.release();
+    }
+
+    [[nodiscard]] const Active *active() const noexcept { return static_cast<const Active *>(TlsGetValue(active_)); }
+    void setActive(const Active *active) noexcept { TlsSetValue(active_, const_cast<Active *>(active)); }
+
+    [[nodiscard]] PieceSink piecesOf(std::uint64_t number, bool isOutput) {
+        return [this, number, isOutput](std::string_view argument, std::uint64_t offset, std::string hex) {
+            RecordEvent event;
+            event.kind = EventKind::bytes;
+            event.number = number;
+            event.argument = argument;
+            event.isOutput = isOutput;
+            event.offset = offset;
+            event.hex = std::move(hex);
+            write(std::move(event));
+        };
+    }
+
+  private:
+    static std::uint32_t numberOf(std::uint64_t address, ArgumentKind kind) { return relayFor(address, kind).number; }
+
+    const SpySettings settings_;
+    RecordFile file_;          // guarded by the lock
+    std::wstring serviceFile_; // written while the loader holds its lock
+    ProcessLock lock_;
+    volatile LONG64 lastNumber_ = 0;
+    const DWORD active_ = TlsAlloc();
+    const CaptureHost host_;
+
+  public:
+    const Capture capture;
+};
+
+/// Null when there is none: no memory for it. Never destroyed: the service is called until the process's last moment.
+Recorder *recorder = nullptr;
+
+/// Runs a step of the recording; one that fails leaves its line out.
+template <class Step>
+void quietly(Step step) noexcept {
+    const KeptLastError lastError;
+    if (recorder == nullptr || !recorder->isRecording()) {
+        return;
+    }
+    try {
+        step(*recorder);
+    } catch (const std::exception &) {
+        OutputDebugStringA("comc.dll spy: there is no memory for a line of the recording\n");
+    }
+}
+
+/// One call through the spy, in either direction: its two lines, and what the thread is in between them.
+class Exchange {
+  public:
+    Exchange(const Exchange &) = delete;
+    Exchange &operator=(const Exchange &) = delete;
+
+    ~Exchange() {
+        if (isBegun_) { // left by an exception, or there was no memory for what was answered
+            quietly([&](Recorder &) {
+                end_.raised = std::uncaught_exceptions() > exceptions_;
+                finish();
+            });
+        }
+    }
+
+  protected:
+    Exchange() = default;
+
+    [[nodiscard]] RecordEvent newEvent(EventKind kind) {
+        active_ = {recorder->newNumber(), recorder->active()};
+        RecordEvent event;
+        event.kind = kind;
+        event.number = active_.number;
+        if (active_.outer != nullptr) {
+            event.within = active_.outer->number;
+        }
+        return event;
+    }
+
+    void begin(RecordEvent event, EventKind endKind) {
+        end_.kind = endKind;
+        end_.number = event.number;
+        end_.entryPoint = event.entryPoint;
+        recorder->setActive(&active_);
+        isBegun_ = true;
+        recorder->write(std::move(event));
+    }
+
+    void finish() {
+        isBegun_ = false;
+        recorder->setActive(active_.outer);
+        recorder->write(std::move(end_));
+    }
+
+    [[nodiscard]] PieceSink pieces(bool isOutput) const { return recorder->piecesOf(active_.number, isOutput); }
+
+    RecordEvent end_;
+
+  private:
+    Active active_{0, nullptr};
+    bool isBegun_ = false;
+    const int exceptions_ = std::uncaught_exceptions();
+};
+
+class CallExchange : public Exchange {
+  public:
+    CallExchange(const EntryPoint &entryPoint, const Words &words) : entryPoint_(entryPoint) {
+        auto event = newEvent(EventKind::call);
+        event.entryPoint = entryPoint_.name;
+        event.values = recorder->capture.arguments(entryPoint_, words, pieces(false));
+        before_.emplace(recorder->capture, entryPoint_, words);
+        begin(std::move(event), EventKind::callReturn);
+    }
+
+    void returned(const Words &words, std::uint32_t result, DWORD lastError) {
+        end_.result = result;
+        if (result != 0) {
+            end_.lastError = lastError;
+        }
+        end_.values = recorder->capture.outputs(entryPoint_, words, *before_, result == 0, pieces(true));
+        finish();
+    }
+
+  private:
+    const EntryPoint &entryPoint_;
+    std::optional<Capture::Before> before_;
+};
+
+class CallbackExchange : public Exchange {
+  public:
+    CallbackExchange(std::uint32_t number, ArgumentKind kind, const Words &words) {
+        auto event = newEvent(EventKind::callback);
+        event.callback = number;
+        event.callbackKind = callbackName(kind);
+        event.values = recorder->capture.callbackArguments(kind, words, pieces(false));
+        begin(std::move(event), EventKind::callbackReturn);
+    }
+
+    void returned(std::uint32_t result) {
+        end_.result = result;
+        finish();
+    }
+};
+
+std::uint64_t callWith(AnyFunction *function, const Words &words) {
+    return function(words[0], words[1], words[2], words[3], words[4], words[5], words[6], words[7]);
+}
+
+/// Lets the service call the client through relays.
+void putRelays(const EntryPoint &entryPoint, Words &words) noexcept {
+    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+        const auto kind = entryPoint.arguments[index].kind;
+        if (isCallback(kind) && words[index] != 0) {
+            if (auto *const relay = relayFor(words[index], kind).relay) {
+                words[index] = reinterpret_cast<std::uintptr_t>(relay);
+            }
+        }
+    }
+}
+
+void loaded(HMODULE service, AnyFunction *const *functions) noexcept {
+    quietly([&](Recorder &recording) {
+        recording.setService(service);
+        RecordEvent event;
+        event.kind = EventKind::load;
+        event.number = recording.newNumber();
+        event.values = Json::array();
+        for (std::size_t index = 0; index < entryPointCount; ++index) {
+            if (functions[index] == nullptr) {
+                event.values.push_back(entryPoints()[index].name);
+            }
+        }
+        recording.write(std::move(event));
+    });
+}
+
+void unloading() noexcept {
+    quietly([](Recorder &recording) {
+        RecordEvent event;
+        event.kind = EventKind::unload;
+        event.number = recording.newNumber();
+        recording.write(std::move(event));
+    });
+}
+
+std::uint64_t forward(std::uint32_t index, AnyFunction *function, const std::uint64_t *arguments) {
+    Words words;
+    std::copy_n(arguments, words.size(), words.begin());
+    std::optional<CallExchange> exchange;
+    quietly([&](Recorder &) {
+        const auto &entryPoint = entryPoints()[index];
+        exchange.emplace(entryPoint, words);
+        putRelays(entryPoint, words);
+    });
+    const auto result = callWith(function, words);
+    if (exchange) {
+        const auto lastError = GetLastError();
+        quietly([&](Recorder &) { exchange->returned(words, static_cast<std::uint32_t>(result), lastError); });
+    }
+    return result;
+}
+
+constexpr RecorderInterface table{sizeof(RecorderInterface), loaded, unloading, forward};
+
+} // namespace
+
+std::uint64_t spy::relayCallback(std::uint32_t number, ArgumentKind kind, AnyFunction *function,
+                                 const std::uint64_t (&arguments)[mostWords]) {
+    Words words;
+    std::copy_n(arguments, words.size(), words.begin());
+    std::optional<CallbackExchange> exchange;
+    quietly([&](Recorder &) { exchange.emplace(number, kind, words); });
+    const auto result = callWith(function, words);
+    if (exchange) {
+        quietly([&](Recorder &) { exchange->returned(static_cast<std::uint32_t>(result)); });
+    }
+    return result;
+}
+
+/// Asked for by each load of the spy, one at a time. From the first time on this library stays.
+extern "C" __declspec(dllexport) const RecorderInterface *spyRecorder() {
+    if (recorder == nullptr) {
+        HMODULE pinned = nullptr;
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                           reinterpret_cast<LPCWSTR>(&spyRecorder), &pinned);
+        try {
+            recorder = std::make_unique<Recorder>(pinned).release(); // the process's own from here on
+        } catch (const std::exception &) {
+            return nullptr;
+        }
+    }
+    return &table;
+}
