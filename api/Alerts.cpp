@@ -200,12 +200,10 @@ uint32_t guardCallback(Work work) noexcept {
 bool takeCaptureOff(uint16_t handle) {
     const ScopedMutex guard(captureLock);
     const auto position = captureCounts.find(handle);
-    if (position == captureCounts.end()) {
+    if (position == captureCounts.end() || position->second == 0) {
         return false;
     }
-    if (--position->second == 0) {
-        captureCounts.erase(position);
-    }
+    --position->second; // an entry at 0 stays: its handle is likely to be captured again
     return true;
 }
 

@@ -159,9 +159,15 @@ int32_t enumerateSpecificPort(OrxClient &client, uint32_t netTypes, const char *
     if (readPrinter(client, printer, nameRoom, texts) != ReadFailure::none) {
         return 0;
     }
-    const auto record = std::make_unique<std::byte[]>(portInformationSize(portName)); // the name may be of any length
-    composePortInformation(record.get(), printer, portName);
-    report(record.get(), callback);
+    PortInfoRecord usual;
+    std::unique_ptr<std::byte[]> longer; // the name may be of any length
+    void *record = &usual;
+    if (const size_t size = portInformationSize(portName); size > sizeof usual) {
+        longer = std::make_unique<std::byte[]>(size);
+        record = longer.get();
+    }
+    composePortInformation(record, printer, portName);
+    report(record, callback);
     return static_cast<int32_t>(printer.portType);
 }
 

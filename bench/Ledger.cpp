@@ -3,12 +3,13 @@
 
 #include "bench/BenchLibrary.h"
 #include "bench/ImportCounter.h"
+#include "bench/LedgerScenarios.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <functional>
 #include <set>
 #include <vector>
 
@@ -17,17 +18,8 @@ namespace {
 using bench::BenchLibrary;
 using bench::ImportCounter;
 using bench::LogState;
+using bench::Scenario;
 using nlohmann::json;
-
-constexpr uint16_t handle = 3;
-
-/// One measured call, between what it needs before and what is tidied after it.
-struct Scenario {
-    std::string name;
-    std::function<void()> call;
-    std::function<void()> before = [] {};
-    std::function<void()> after = [] {};
-};
 
 LRESULT CALLBACK ignoreMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     return DefWindowProcA(window, message, wParam, lParam);
@@ -39,145 +31,6 @@ HWND makeMessageWindow() {
     type.lpszClassName = "ledger";
     RegisterClassA(&type);
     return CreateWindowExA(0, "ledger", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-}
-
-void drainMessages() {
-    MSG message;
-    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
-    }
-}
-
-std::vector<Scenario> scenarios(const BenchLibrary &library, HWND window) {
-#define EXPORT(name) auto *const name##Function = library.get<decltype(name)>(#name)
-    EXPORT(KalOpen);
-    EXPORT(KalClose);
-    EXPORT(KalStartDoc);
-    EXPORT(KalWrite);
-    EXPORT(KalWriteOverlapped);
-    EXPORT(KalEndDoc);
-    EXPORT(KalCancelJob);
-    EXPORT(KalSetEndOfJobMode);
-    EXPORT(KalSetJobCancelMode);
-    EXPORT(KalSetJobControlMode);
-    EXPORT(KalSetJobStringPrinter);
-    EXPORT(KalEnumPrinters);
-    EXPORT(KalEnumSpecificPort);
-    EXPORT(KalEnumByUNC);
-    EXPORT(KalGetCache);
-    EXPORT(KalCaptureAlerts);
-    EXPORT(KalReleaseAlerts);
-    EXPORT(KalQueryAlerts);
-    EXPORT(KalQueryPrinterStatus);
-    EXPORT(KalSendBidi);
-    EXPORT(KalRegisterApp);
-    EXPORT(KalUnregisterApp);
-    EXPORT(KalSetClientName);
-    EXPORT(KalStartRpcServer);
-    EXPORT(KalGetVersion);
-    EXPORT(KalGetVersionLM);
-    EXPORT(KalCloseLM);
-    EXPORT(Initialize);
-    EXPORT(Uninitialize);
-#undef EXPORT
-    const auto open = [=] { KalOpenFunction(0, handle, 0); };
-    const auto close = [=] { KalCloseFunction(0, handle); };
-    const auto capture = [=] {
-        const uint32_t mask = 1;
-        KalCaptureAlertsFunction(0, handle, &mask, window);
-    };
-    const auto release = [=] { KalReleaseAlertsFunction(0, handle); };
-    // From offset 10 on an extended alert of type 2 (warnings).
-    static const uint8_t alert[24] = {0xA5, 0, 21, 0, 0xF0, 0x73, 0, 0, 0, 0, 2};
-    const auto deliverAlert = [] { BenchLibrary::alertCallback()(handle, alert, sizeof alert); };
-    const auto notify = [=] { KalSetJobControlModeFunction(0, handle, 2); };
-    const auto write = [=] {
-        static const char data[4096] = {};
-        uint32_t count = sizeof data;
-        KalWriteFunction(0, handle, 0, data, &count);
-    };
-
-    return {
-        {"KalOpen, first of the process", open, [] {}, close},
-        {"KalOpen, again", open, open, [=] { close(), close(); }},
-        {"KalClose, last", close, open},
-        {"KalClose, not last", close, [=] { open(), open(); }, close},
-        {"KalClose of an unknown handle", close},
-        {"KalStartDoc", [=] { KalStartDocFunction(handle, 0, "document"); }, open, close},
-        {"KalWrite", write, open, close},
-        {"KalWriteOverlapped",
-         [=] {
-             static const char data[4096] = {};
-             uint32_t count = sizeof data;
-             KalWriteOverlappedFunction(0, handle, 0, data, &count, 0);
-         },
-         open, close},
-        {"KalEndDoc", [=] { KalEndDocFunction(handle, 0); }, open, close},
-        {"KalCancelJob", [=] { KalCancelJobFunction(0, handle); }, open, close},
-        {"KalSetEndOfJobMode", [=] { KalSetEndOfJobModeFunction(0, handle, 0, 0, 5); }, open, close},
-        {"KalSetJobCancelMode", [=] { KalSetJobCancelModeFunction(0, handle, 1); }, open, close},
-        {"KalSetJobControlMode, start", notify, open,
-         [=] {
-             KalSetJobControlModeFunction(0, handle, 1);
-             close();
-         }},
-        {"KalSetJobControlMode, stop", [=] { KalSetJobControlModeFunction(0, handle, 1); }, [=] { open(), notify(); },
-         close},
-        {"KalSetJobStringPrinter", [=] { KalSetJobStringPrinterFunction(0, handle, "key", "value"); }, open, close},
-        {"KalEnumPrinters, one printer", [=] { KalEnumPrintersFunction(0, NETTYPEUSB, nullptr); }, open, close},
-        {"KalEnumSpecificPort", [=] { KalEnumSpecificPortFunction(0, 0xFFF, "USB001", nullptr); }, open, close},
-        {"KalEnumByUNC", [=] { KalEnumByUNCFunction(0, 0xFFF, "USB001", nullptr); }, open, close},
-        {"KalGetCache",
-         [=] {
-             uint8_t buffer[64];
-             uint32_t length = 0;
-             KalGetCacheFunction(0, handle, buffer, sizeof buffer, &length);
-         },
-         open, close},
-        {"KalCaptureAlerts, first of the handle", capture, open, [=] { release(), close(); }},
-        {"KalCaptureAlerts, again", capture, [=] { open(), capture(); }, [=] { release(), release(), close(); }},
-        {"KalReleaseAlerts", release, [=] { open(), open(), capture(); }, close},
-        {"alert to message, its id come round again", deliverAlert,
-         [=] {
-             capture();
-             InitializeFunction();
-             deliverAlert();
-             InitializeFunction();
-         },
-         [=] { release(), drainMessages(); }},
-        {"notification to message",
-         [] { BenchLibrary::notificationCallback()(handle, 1, 1, nullptr, nullptr, nullptr); },
-         [=] { capture(), notify(); }, [=] { release(), drainMessages(); }},
-        {"KalQueryAlerts",
-         [=] {
-             uint8_t buffer[64];
-             uint16_t size = sizeof buffer;
-             KalQueryAlertsFunction(0, 0, 0, 0, buffer, &size);
-         },
-         [=] { open(), capture(), deliverAlert(); }, [=] { release(), close(), drainMessages(); }},
-        {"KalQueryPrinterStatus",
-         [=] {
-             KalPrinterStatusRecord record;
-             uint32_t needed = 0;
-             KalQueryPrinterStatusFunction(0, handle, 0, &record, sizeof record, &needed);
-         },
-         open, close},
-        {"KalSendBidi",
-         [=] {
-             uint8_t response[64];
-             uint32_t size = sizeof response;
-             KalSendBidiFunction(0, handle, 0, 1, response, &size, nullptr, 0);
-         },
-         open, close},
-        {"KalRegisterApp, not first", [=] { KalRegisterAppFunction(0); }, [] {}, [=] { KalUnregisterAppFunction(0); }},
-        {"KalUnregisterApp, not last", [=] { KalUnregisterAppFunction(0); }, [=] { KalRegisterAppFunction(0); }},
-        {"KalSetClientName", [=] { KalSetClientNameFunction("name"); }},
-        {"a fixed answer (KalStartRpcServer)", [=] { KalStartRpcServerFunction(); }},
-        {"an unsupported export (KalGetVersion)", [=] { KalGetVersionFunction(); }},
-        {"an alias (KalGetVersionLM)", [=] { KalGetVersionLMFunction(); }},
-        {"an alias (KalCloseLM), unknown handle", [=] { KalCloseLMFunction(0, handle); }},
-        {"Initialize", [=] { InitializeFunction(); }},
-        {"Uninitialize", [=] { UninitializeFunction(); }},
-    };
 }
 
 /// The calls of a scenario in steady state: made once before, so that settings are cached and the thread is known, and
@@ -196,14 +49,20 @@ ImportCounter::Counts measure(const Scenario &scenario, const ImportCounter &cou
     return run();
 }
 
-/// Sums the fragments of a scenario for a state.
+/// Sums the fragments of a scenario for a state. A part may also be a whole other scenario.
 ImportCounter::Counts requiredCalls(const json &required, const std::string &scenario, const std::string &state) {
     ImportCounter::Counts sum;
-    for (const std::string fragment : required.at("scenarios").at(scenario)) {
-        const json &definition = required.at("fragments").at(fragment);
-        for (const char *part : {"always", state.c_str()}) {
-            if (definition.contains(part)) {
-                for (const auto &[function, count] : definition.at(part).items()) {
+    for (const std::string part : required.at("scenarios").at(scenario)) {
+        if (required.at("scenarios").contains(part)) {
+            for (const auto &[function, count] : requiredCalls(required, part, state)) {
+                sum[function] += count;
+            }
+            continue;
+        }
+        const json &definition = required.at("fragments").at(part);
+        for (const char *when : {"always", state.c_str()}) {
+            if (definition.contains(when)) {
+                for (const auto &[function, count] : definition.at(when).items()) {
                     sum[function] += count.get<uint64_t>();
                 }
             }
@@ -220,10 +79,56 @@ std::string describe(const ImportCounter::Counts &counts) {
     return text;
 }
 
-int run(const char *requiredPath) {
-    std::ifstream file(requiredPath);
-    const json required = json::parse(file);
+uint64_t countOf(const ImportCounter::Counts &counts, const char *function) {
+    const auto position = counts.find(function);
+    return position == counts.end() ? 0 : position->second;
+}
+
+/// The export that a scenario's name begins with.
+std::string exportOf(const std::string &scenario) {
+    return scenario.substr(0, scenario.find(','));
+}
+
+/// What the table itself must keep to: every export stands in it, and no more is allocated than two records for a
+/// worker thread and one string a line. Making and removing logger and binding is the first registration's and the
+/// last's.
+/// @return what it does not keep to, one line each
+std::vector<std::string> offences(const json &required, const json &exports) {
+    std::vector<std::string> found;
+    std::set<std::string> present;
+    for (const auto &[scenario, parts] : required.at("scenarios").items()) {
+        const std::string exported = exportOf(scenario);
+        present.insert(exported);
+        if (!exports.contains(exported) || std::ranges::count(parts, "logger and binding made") != 0 ||
+            std::ranges::count(parts, "KalRegisterApp, first") != 0) {
+            continue;
+        }
+        const auto off = requiredCalls(required, scenario, "off");
+        const auto on = requiredCalls(required, scenario, "on");
+        if (countOf(off, "malloc") != 2 * countOf(off, "_beginthreadex")) {
+            found.push_back(scenario + " allocates while nothing is logged");
+        }
+        if (countOf(on, "malloc") > countOf(off, "malloc") + countOf(on, "WriteFile")) {
+            found.push_back(scenario + " allocates more than once a line");
+        }
+    }
+    for (const auto &[exported, signature] : exports.items()) {
+        if (!present.contains(exported)) {
+            found.push_back(exported + " is not in the table");
+        }
+    }
+    return found;
+}
+
+int run(const char *requiredPath, const char *interfacePath) {
+    std::ifstream requiredFile(requiredPath);
+    const json required = json::parse(requiredFile);
     const auto ignored = required.at("ignored").get<std::set<std::string>>();
+    std::ifstream interfaceFile(interfacePath);
+    const std::vector<std::string> tableOffences = offences(required, json::parse(interfaceFile).at("exports"));
+    for (const std::string &offence : tableOffences) {
+        std::printf("OFFENCE   %s\n", offence.c_str());
+    }
 
     BenchLibrary library;
     const HWND window = makeMessageWindow();
@@ -232,13 +137,10 @@ int run(const char *requiredPath) {
     int different = 0;
     for (const LogState state : bench::logStates) {
         library.enter(state);
-        for (const Scenario &scenario : scenarios(library, window)) {
+        for (const Scenario &scenario : ledgerScenarios(library, window)) {
             ImportCounter::Counts calls = measure(scenario, counter);
             std::erase_if(calls, [&](const auto &entry) { return ignored.contains(entry.first); });
-            ImportCounter::Counts expected;
-            if (required.at("scenarios").contains(scenario.name)) {
-                expected = requiredCalls(required, scenario.name, bench::nameOf(state));
-            }
+            const auto expected = requiredCalls(required, scenario.name, bench::nameOf(state));
             const bool isEqual = calls == expected;
             (isEqual ? equal : different)++;
             std::printf("%-9s %-12s %s\n", isEqual ? "equal" : "DIFFERENT", bench::nameOf(state),
@@ -250,19 +152,24 @@ int run(const char *requiredPath) {
             std::fflush(stdout);
         }
     }
-    std::printf("%d ledger entries equal, %d different\n", equal, different);
-    return different == 0 ? 0 : 1;
+    const auto scenarioCount = static_cast<int>(required.at("scenarios").size());
+    if (equal + different != scenarioCount * static_cast<int>(std::size(bench::logStates))) {
+        std::printf("OFFENCE   the table has %d scenarios, some were not measured\n", scenarioCount);
+        return 1;
+    }
+    std::printf("%d ledger entries equal, %d different, %zu offences\n", equal, different, tableOffences.size());
+    return different == 0 && tableOffences.empty() ? 0 : 1;
 }
 
 } // namespace
 
 int main(int argumentCount, char **arguments) {
-    if (argumentCount != 2) {
-        std::fprintf(stderr, "usage: ledger required.json\n");
+    if (argumentCount != 3) {
+        std::fprintf(stderr, "usage: ledger required.json kal.abi.json\n");
         return 2;
     }
     try {
-        return run(arguments[1]);
+        return run(arguments[1], arguments[2]);
     } catch (const std::exception &exception) {
         std::fprintf(stderr, "ledger: %s\n", exception.what());
         return 1;

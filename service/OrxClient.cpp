@@ -121,13 +121,21 @@ uint32_t OrxClient::releaseClientId() {
     return ERROR_SUCCESS;
 }
 
-void OrxClient::addHandle(OpenHandles::node_type made) noexcept {
-    made.mapped().clientId = clientId();
+void OrxClient::addHandle(uint32_t handle) {
     const std::lock_guard guard(handleLock_);
-    const auto added = openHandles_.insert(std::move(made));
-    if (!added.inserted) {
-        ++added.position->second.openCount;
+    const auto position = openHandles_.lower_bound(handle);
+    if (position != openHandles_.end() && position->first == handle) {
+        ++position->second.openCount;
+        return;
     }
+    const OpenHandleRecord record = {handle, clientId(), 1};
+    if (spareRecord_.empty()) {
+        openHandles_.emplace_hint(position, handle, record);
+        return;
+    }
+    spareRecord_.key() = handle;
+    spareRecord_.mapped() = record;
+    openHandles_.insert(position, std::move(spareRecord_));
 }
 
 std::optional<OrxClient::OpenHandleRecord> OrxClient::findHandle(uint32_t handle) {
@@ -144,7 +152,7 @@ bool OrxClient::removeHandle(uint32_t handle) {
         return false;
     }
     if (--position->second.openCount == 0) {
-        openHandles_.erase(position);
+        spareRecord_ = openHandles_.extract(position);
     }
     return true;
 }

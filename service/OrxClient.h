@@ -60,7 +60,8 @@ class OrxClient {
     uint32_t unloadService();
     [[nodiscard]] uint32_t acquireClientId();
     uint32_t releaseClientId();
-    void addHandle(OpenHandles::node_type made) noexcept;
+    /// Counts an open more. Raises std::bad_alloc, with nothing counted.
+    void addHandle(uint32_t handle);
     [[nodiscard]] std::optional<OpenHandleRecord> findHandle(uint32_t handle);
     /// Counts one open less and forgets the handle at none. @return whether there was one to count
     bool removeHandle(uint32_t handle);
@@ -76,7 +77,7 @@ class OrxClient {
     // The patterns, each written once; OrxOperations.inc says which operation follows which.
     template <class... Arguments>
     uint32_t clientScoped(const char *entryPointName, Arguments... arguments);
-    uint32_t open(const char *entryPointName, uint32_t handle);
+    uint32_t open(const char *entryPointName, const char *closeEntryPointName, uint32_t handle);
     uint32_t close(const char *entryPointName, uint32_t handle);
     template <class... Arguments>
     uint32_t handleScoped(const char *entryPointName, uint32_t handle, Arguments... arguments);
@@ -102,9 +103,10 @@ class OrxClient {
     std::string serverName_;
     std::string libraryPath_;
     OpenHandles openHandles_;
+    OpenHandles::node_type spareRecord_; ///< of the latest close: opening and closing in turn allocates nothing
     uint32_t clientIdCount_ = 0;
     CriticalSection clientIdLock_; ///< guards clientId_ (for writing), clientIdCount_ and the server check
-    CriticalSection handleLock_;   ///< guards openHandles_
+    CriticalSection handleLock_;   ///< guards openHandles_ and spareRecord_
     CriticalSection loadLock_;     ///< guards module_ (for writing) and loadCount_
     std::atomic<HMODULE> module_ = nullptr;
     uint32_t loadCount_ = 0;

@@ -43,12 +43,16 @@ uint32_t OrxClient::keepingReferences(const char *entryPointName, Arguments... a
     return result;
 }
 
-inline uint32_t OrxClient::open(const char *entryPointName, uint32_t handle) {
-    OpenHandles made; // before the service opens: afterwards nothing may fail
-    made.try_emplace(handle, OpenHandleRecord{handle, 0, 1});
+inline uint32_t OrxClient::open(const char *entryPointName, const char *closeEntryPointName, uint32_t handle) {
     const uint32_t result = keepingReferences(entryPointName, handle);
     if (result == ERROR_SUCCESS) {
-        addHandle(made.extract(handle));
+        try {
+            addHandle(handle);
+        } catch (const std::bad_alloc &) {
+            inCurrentModule(closeEntryPointName, handle); // what is not on record could never be closed
+            giveBack();
+            throw;
+        }
     }
     return result;
 }
