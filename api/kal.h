@@ -35,29 +35,45 @@
 
 #include <stdint.h>
 
-#define KAL_VERSION_MAJOR 1
-#define KAL_VERSION_MINOR 0
-#define KAL_VERSION_PATCH 0
+/**
+ * @defgroup version Version
+ * @brief The version that this header belongs to, as numbers for the preprocessor. The DLL's own version stands in its
+ * file properties.
+ * @{
+ */
+#define KAL_VERSION_MAJOR 1 /**< raised when programs have to be changed */
+#define KAL_VERSION_MINOR 0 /**< raised when something is added */
+#define KAL_VERSION_PATCH 0 /**< raised when something is mended */
+/** @} */
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
+/** @cond */
 #if defined(KAL_BUILDING_LIBRARY)
 #define KAL_API
 #else
 #define KAL_API __declspec(dllimport)
 #endif
 
-/** Marks an export that accepts any arguments and reads none of them. */
-#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ > 201710L)
+/* Marks an export that accepts any arguments and reads none of them: a list of its own in C++ and C23, no list before.
+ */
+#if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ >= 202311L)
 #define KAL_ARGUMENTS_NOT_READ ...
 #else
 #define KAL_ARGUMENTS_NOT_READ
 #endif
+/** @endcond */
 
-/* ------------------------------------------------------------------------------------------------ Result codes -- */
-
+/**
+ * @defgroup results Result codes
+ * @brief What exports answer: the number, and the name under which it stands in the log.
+ *
+ * ::KAL_OKAY is 0, ::KAL_FAIL is +1 and every other error is negative: compare with ::KAL_OKAY. What to do about each
+ * is told in @ref results_page, what the service said before it in @ref service_codes_page.
+ * @{
+ */
 #define KAL_OKAY 0            /**< the operation succeeded */
 #define KAL_FAIL 1            /**< any failure without a more specific code; positive, unlike all others */
 #define DEVERR_INVHANDLE (-8) /**< the handle is not open, or the service reports an invalid handle */
@@ -69,10 +85,15 @@ extern "C" {
 
 #define KAL_REGISTRATION_REFUSED (-12) /**< ::KalRegisterWithRpcServer: the server cannot be reached */
 #define KAL_INVALID_FUNCTION (-15)     /**< ::KalSendBidi: no request has this function code */
+/** @} */
 
-/* ---------------------------------------------------------------------------------- Net types and port-type codes --
+/**
+ * @defgroup net_types Net types and port-type codes
+ * @brief Kinds of printers: bits of a mask for enumerations, and the port-type code of one printer.
+ *
+ * A job's port type must fit the printer's handle. Take it from PortInfoRecord::portType, or pass ::KAL_PORT_TYPE_ANY.
+ * @{
  */
-
 #define NETTYPE_IP 0x2u                /**< network printer over IPv4 ("IPv4") */
 #define ENUM_P2P 0x10u                 /**< mask only: accept a found port of any net type */
 #define NETTYPE_RHOA 0x200u            /**< host-based network printer with a MAC address ("HBN1", "HBN3") */
@@ -81,11 +102,16 @@ extern "C" {
 #define KAL_DISCOVER_FIRST 0x80000000u /**< mask only, ::KalEnumPrinters: discover devices before enumerating */
 #define KAL_PORT_TYPE_UNSPECIFIED 0u   /**< port type that fits every handle */
 #define KAL_PORT_TYPE_ANY 4095u        /**< port type that fits every handle */
+/** @} */
 
-/* ----------------------------------------------------------------------------------------------- Window messages -- */
-/* Posted to the window given to KalCaptureAlerts. wParam: printer handle in the low 16 bits; alert id, flag or state */
-/* in the high 16 bits. Fetch an alert's bytes with KalQueryAlerts and the alert id. */
-
+/**
+ * @defgroup messages Window messages
+ * @brief Posted to the window given to ::KalCaptureAlerts.
+ *
+ * wParam: printer handle in the low 16 bits; alert id, flag or state in the high 16 bits. Fetch an alert's bytes with
+ * ::KalQueryAlerts and the alert id. @ref messages_page says when each comes.
+ * @{
+ */
 #define WM_KAL_DSA 0x05F4              /**< WM_USER+500: power-on reset of a CpdPrinter; alert id high */
 #define WM_KAL_TONERPREDICTION 0x0600  /**< WM_USER+512: toner prediction of a BpdPrinter; alert id high */
 #define WM_KAL_ENDOFJOB 0x0601         /**< WM_USER+513: true end of job; flag high; lParam: port-type code */
@@ -94,9 +120,13 @@ extern "C" {
 #define WM_KAL_WARNINGSEX 0x063E       /**< WM_USER+574: extended alert of type 2; alert id high */
 #define WM_KAL_CONFIGCHANGEEX 0x063F   /**< WM_USER+575: extended alert of type 4; alert id high */
 #define WM_KAL_CPD_STATUSCHANGE 0x0640 /**< WM_USER+576: any other valid alert of a CpdPrinter; alert id high */
+/** @} */
 
-/* ------------------------------------------------------------------------------------------------------- Records -- */
-
+/**
+ * @defgroup records Records and callbacks
+ * @brief What crosses the interface as a block of bytes, and the function that an application gives to an enumeration.
+ * @{
+ */
 #define KAL_DEVICE_CLASS_BPD 3 /**< PortInfoRecord::deviceClass of every device that is not a CpdPrinter */
 #define KAL_DEVICE_CLASS_CPD 8 /**< PortInfoRecord::deviceClass of a CpdPrinter */
 
@@ -134,252 +164,442 @@ typedef struct KalPrinterStatusRecord {
 /**
  * Receives one found printer.
  * @param[in] printer  valid during the call only.
+ * @par Threads
  * Called on the thread on which the service reports (::KalEnumPrinters) or on a worker thread while the caller waits
  * (::KalEnumSpecificPort); no lock is held. It may call other exports.
  */
 typedef void (*KalPortCallback)(const PortInfoRecord *printer);
+/** @} */
 
-/* ------------------------------------------------------------------------------------------------ Process set-up -- */
+/**
+ * @defgroup registration Registration
+ * @brief The first call of an application and its last.
+ *
+ * Registrations are counted in the process: the first makes the binding to the service, the last unregistration takes
+ * it down, together with every open that is left.
+ * @{
+ */
+
+/**
+ * Registers the application with the service on this machine. Registrations are counted per process: the first makes
+ * the binding, each needs one ::KalUnregisterApp. Starts nothing yet: comc.dll is loaded by the first operation.
+ * @param[in] first  not read.
+ * @return 1, always; also when the binding could not be made (then nothing is registered).
+ * @par Threads
+ * Any. Serialised with the other registration exports.
+ * @par Log line
+ * `KalRegisterApp() initializeCount=1`
+ * @par Example
+ * @snippet registration.c KalRegisterApp
+ */
+KAL_API uint16_t KalRegisterApp(uint16_t first);
+
+/**
+ * Registers the application with the service on a named machine and checks that the network knows that machine.
+ * @param[in] serverName  zero-terminated name of the machine, with or without two leading backslashes; null or "" is
+ * this machine. Ignored when the process is registered already.
+ * @retval 1                         registered
+ * @retval KAL_REGISTRATION_REFUSED  the server cannot be reached or the binding could not be made: nothing is
+ * registered
+ * @par Threads
+ * Any. Serialised with the other registration exports. Blocks while the network looks a foreign name up.
+ * @par Log line
+ * `KalRegisterWithRpcServer() initializeCount=1`
+ * @par Example
+ * @snippet registration.c KalRegisterWithRpcServer
+ */
+KAL_API int32_t KalRegisterWithRpcServer(const char *serverName);
+
+/**
+ * Gives one registration back; the last one destroys the binding (open handles included) and the logger. Not guarded
+ * against one call too many: the count then wraps and the next ::KalRegisterApp only brings it back to 0.
+ * @param[in] first  not read.
+ * @par Threads
+ * Any. Serialised with the other registration exports. Waits for alerts and notifications that are being posted, not
+ * for exports that still run.
+ * @par Log line
+ * `KalUnregisterApp() initializeCount=0`
+ * @par Example
+ * @snippet registration.c KalUnregisterApp
+ */
+KAL_API void KalUnregisterApp(uint16_t first);
+
+/**
+ * Stores a name for the client. Nothing in the library reads it.
+ * @param[in] name  zero-terminated, at most 260 characters are kept; null changes nothing.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `KalSetClientName was called`
+ * @par Example
+ * @snippet registration.c KalSetClientName
+ */
+KAL_API void KalSetClientName(const char *name);
 
 /**
  * Prepares the library and sets the alert id counter back to 0. Loading the library has done this already; an
  * application need not call it.
  * @return 1 (true), always.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * None.
+ * @par Example
+ * @snippet registration.c Initialize
  */
 KAL_API int32_t Initialize(void);
 
 /**
  * Does nothing; kept for applications that call it.
  * @return 1 (true), always.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * None.
+ * @par Example
+ * @snippet registration.c Uninitialize
  */
 KAL_API int32_t Uninitialize(void);
 
-/* -------------------------------------------------------------------------------------------------- Registration -- */
+/** @} */
 
 /**
- * Registers the application with the service on this machine. Registrations are counted per process: the first makes
- * the binding, each needs one ::KalUnregisterApp.
- * @param first  not read.
- * @return 1, always; also when the binding could not be made (then nothing is registered).
- * Serialised with the other registration exports. Starts nothing yet: comc.dll is loaded by the first operation.
+ * @defgroup opening Open and close
+ * @brief Making a printer usable by its 16-bit handle.
+ * @{
  */
-KAL_API uint16_t KalRegisterApp(uint16_t first);
-
-/**
- * Registers the application with the service on a named machine and checks that the network knows that machine.
- * @param[in] serverName  name of the machine, with or without two leading backslashes; null or "" is this machine.
- *                        Ignored when the process is registered already.
- * @return 1 on success; ::KAL_REGISTRATION_REFUSED (-12) when the server cannot be reached or the binding could not be
- *         made: nothing is registered then.
- * Serialised with the other registration exports. Blocks while the network looks a foreign name up.
- */
-KAL_API int32_t KalRegisterWithRpcServer(const char *serverName);
-
-/**
- * Gives one registration back; the last one destroys the binding (open handles included) and the logger.
- * @param first  not read.
- * Serialised with the other registration exports. Not guarded against one call too many: the count then wraps and the
- * next ::KalRegisterApp only brings it back to 0.
- */
-KAL_API void KalUnregisterApp(uint16_t first);
-
-/**
- * Stores a name for the client.
- * @param[in] name  at most 260 characters are kept; null changes nothing. Nothing in the library reads the name.
- * Never blocks.
- */
-KAL_API void KalSetClientName(const char *name);
-
-/* ------------------------------------------------------------------------------------------------ Open and close -- */
 
 /**
  * Opens a printer. Opens are counted: each needs its own ::KalClose.
- * @param first   not read.
- * @param handle  printer handle (PortInfoRecord::handle), 0 to 65535.
- * @param third   not read.
- * @return ::KAL_OKAY; ::KAL_PRNBUSY (service code 170); ::DEVERR_CONNECT (1168: the device cannot be found);
- *         ::DEVERR_INVHANDLE (6: no such handle); ::KAL_FAIL for every other code, when no binding exists, and when no
- *         worker thread could be started.
- * Works on a thread of its own while the caller waits without time-out.
+ * @param[in] first   not read.
+ * @param[in] handle  printer handle (PortInfoRecord::handle), 0 to 65535.
+ * @param[in] third   not read.
+ * @retval KAL_OKAY          the printer is open
+ * @retval KAL_PRNBUSY       the printer is busy (service code 170)
+ * @retval DEVERR_CONNECT    the device cannot be found (1168)
+ * @retval DEVERR_INVHANDLE  there is no such handle (6)
+ * @retval KAL_FAIL          every other code; no binding exists; no worker thread could be started
+ * @par Threads
+ * Any. Works on a thread of its own while the caller waits without time-out.
+ * @par Log line
+ * `-KalOpen() handle =3 rc=0`
+ * @par Example
+ * @snippet opening.c KalOpen
  */
 KAL_API int32_t KalOpen(uint16_t first, uint16_t handle, uint16_t third);
 
 /**
  * Closes a printer once.
- * @param first   not read.
- * @param handle  printer handle.
- * @return ::KAL_OKAY; ::DEVERR_INVHANDLE (the handle is not open); ::KAL_FAIL for every other code of the service and
- *         when no binding exists.
+ * @param[in] first   not read.
+ * @param[in] handle  printer handle.
+ * @retval KAL_OKAY          one open is given back
+ * @retval DEVERR_INVHANDLE  the handle is not open
+ * @retval KAL_FAIL          every other code of the service; no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalClose() handle=3 rc=KAL_OKAY`
+ * @par Example
+ * @snippet opening.c KalClose
  */
 KAL_API int32_t KalClose(uint16_t first, uint16_t handle);
 
-/* ---------------------------------------------------------------------------------------------------- Print jobs -- */
+/** @} */
+
+/**
+ * @defgroup printing Print jobs
+ * @brief A document on its way to a printer.
+ *
+ * The order of the arguments differs: ::KalStartDoc and ::KalEndDoc take the handle first, the others take a number
+ * that nobody reads first and the handle second.
+ * @{
+ */
 
 /**
  * Starts a print job.
- * @param handle            open printer handle.
- * @param portType          port-type code (NETTYPE value, 0 or 4095 for any); must fit the handle's bits 11 to 14.
+ * @param[in] handle        open printer handle.
+ * @param[in] portType      port-type code (NETTYPE value, 0 or 4095 for any); must fit the handle's bits 11 to 14.
  * @param[in] documentName  zero-terminated name shown by the service; null for none.
- * @return ::KAL_OKAY; ::DEVERR_PROTOCOL (the port type does not fit the handle; the service was not asked);
- *         ::KAL_PRNBUSY (170); ::DEVERR_CONNECT (1168); ::DEVERR_INVHANDLE (6); ::KAL_FAIL for every other code (among
- *         them 1: the handle was not opened) and when no binding exists.
+ * @retval KAL_OKAY          the job has begun
+ * @retval DEVERR_PROTOCOL   the port type does not fit the handle; the service was not asked
+ * @retval KAL_PRNBUSY       the printer is busy (service code 170)
+ * @retval DEVERR_CONNECT    the device cannot be found (1168)
+ * @retval DEVERR_INVHANDLE  the service does not know the handle (6)
+ * @retval KAL_FAIL          every other code (among them 1: the handle was not opened); no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalStartDoc()  handle=3 rc=KAL_OKAY`
+ * with two blanks before the handle.
+ * @par Example
+ * @snippet printing.c KalStartDoc
  */
 KAL_API int32_t KalStartDoc(uint16_t handle, uint32_t portType, const char *documentName);
 
 /**
- * Sends document data.
- * @param first              not read.
- * @param handle             open printer handle with a started job.
- * @param portType           as for ::KalStartDoc.
- * @param[in] data           the bytes, not copied by the library; not null.
+ * Sends document data. Nothing is retried: when the service's buffer is full (service code 122) the call waits 2000 ms
+ * and answers ::KAL_FAIL; offering the bytes again is the application's part.
+ * @param[in]     first      not read.
+ * @param[in]     handle     open printer handle with a started job.
+ * @param[in]     portType   as for ::KalStartDoc.
+ * @param[in]     data       the bytes, *byteCount of them, not copied by the library; not null.
  * @param[in,out] byteCount  in: bytes to send; out: bytes that the service took (may be fewer: send the rest again).
- * @return ::KAL_OKAY; ::DEVERR_PROTOCOL (port type does not fit, or service code 50); ::DEVERR_CONNECT (1168);
- *         ::DEVERR_INVHANDLE (6); ::KAL_FAIL for every other code, busy (170) included, for a null pointer and when no
- *         binding exists.
- * Blocks for 2000 ms more when the service's buffer is full (122) and then answers ::KAL_FAIL; nothing is retried.
+ * @retval KAL_OKAY          *byteCount bytes were taken
+ * @retval DEVERR_PROTOCOL   the port type does not fit the handle, or the device refused the write (service code 50)
+ * @retval DEVERR_CONNECT    the device cannot be found (1168)
+ * @retval DEVERR_INVHANDLE  the service does not know the handle (6)
+ * @retval KAL_FAIL          every other code, busy (170) included; a null pointer; no binding exists
+ * @par Threads
+ * Any. Blocks while the service takes the data, and for 2000 ms more when its buffer is full.
+ * @par Log line
+ * `-KalWrite() handle=3 byteCount=4096 totalByteCount=4096 rc=0, bytesWritten=4096`
+ * @par Example
+ * @snippet printing.c KalWrite
  */
 KAL_API int32_t KalWrite(uint16_t first, uint16_t handle, uint32_t portType, const void *data, uint32_t *byteCount);
 
 /**
  * Sends document data exactly as ::KalWrite does: despite its name it returns only when the service took the data.
- * @param first              not read.
- * @param handle             open printer handle with a started job.
- * @param portType           as for ::KalStartDoc.
- * @param[in] data           the bytes.
+ * @param[in]     first      not read.
+ * @param[in]     handle     open printer handle with a started job.
+ * @param[in]     portType   as for ::KalStartDoc.
+ * @param[in]     data       the bytes, *byteCount of them; not null.
  * @param[in,out] byteCount  in: bytes to send; out: bytes that the service took.
- * @param sixth              not used.
+ * @param[in]     sixth      not used.
  * @return as ::KalWrite.
+ * @par Threads
+ * Any. Blocks as ::KalWrite does.
+ * @par Log line
+ * `-KalWriteOverlapped() handle=3`
+ * around the lines of ::KalWrite.
+ * @par Example
+ * @snippet printing.c KalWriteOverlapped
  */
 KAL_API int32_t KalWriteOverlapped(uint16_t first, uint16_t handle, uint32_t portType, const void *data,
                                    uint32_t *byteCount, uint32_t sixth);
 
 /**
  * Ends the print job; the data is then complete.
- * @param handle    open printer handle.
- * @param portType  as for ::KalStartDoc.
- * @return as ::KalStartDoc.
+ * @param[in] handle    open printer handle.
+ * @param[in] portType  as for ::KalStartDoc.
+ * @retval KAL_OKAY          the service has the whole document
+ * @retval DEVERR_PROTOCOL   the port type does not fit the handle; the service was not asked
+ * @retval KAL_PRNBUSY       the printer is busy (service code 170)
+ * @retval DEVERR_CONNECT    the device cannot be found (1168)
+ * @retval DEVERR_INVHANDLE  the service does not know the handle (6)
+ * @retval KAL_FAIL          every other code (among them 1: the handle was not opened); no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalEndDoc() handle=3 rc=KAL_OKAY`
+ * @par Example
+ * @snippet printing.c KalEndDoc
  */
 KAL_API int32_t KalEndDoc(uint16_t handle, uint32_t portType);
 
 /**
  * Cancels the print job on a handle.
- * @param first   not read.
- * @param handle  open printer handle.
- * @return ::KAL_OKAY; ::KAL_FAIL for every other code of the service (an unknown handle too) and when no binding
- *         exists.
+ * @param[in] first   not read.
+ * @param[in] handle  open printer handle.
+ * @retval KAL_OKAY  the job is cancelled
+ * @retval KAL_FAIL  every other code of the service (an unknown handle too); no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalCancelJob() handle=3 rc=KAL_OKAY`
+ * @par Example
+ * @snippet printing.c KalCancelJob
  */
 KAL_API int32_t KalCancelJob(uint16_t first, uint16_t handle);
 
-/* ------------------------------------------------------------------------------------- Job modes and job strings -- */
+/** @} */
+
+/**
+ * @defgroup job_modes Job modes and job strings
+ * @brief How jobs are waited for, cancelled and told of.
+ * @{
+ */
 
 /**
  * Sets how long the service waits for the true end of a job.
- * @param first    not read.
- * @param handle   printer handle.
- * @param third    not read.
- * @param fourth   not read.
- * @param seconds  time in seconds, 0 to 65535.
- * @return ::KAL_OKAY, also when the service refuses the value; ::KAL_FAIL only when no binding exists.
+ * @param[in] first    not read.
+ * @param[in] handle   printer handle.
+ * @param[in] third    not read.
+ * @param[in] fourth   not read.
+ * @param[in] seconds  time in seconds, 0 to 65535.
+ * @retval KAL_OKAY  the service was asked, whatever it said
+ * @retval KAL_FAIL  no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalSetEndOfJobMode() handle=3 rc=0`
+ * @par Example
+ * @snippet job_modes.c KalSetEndOfJobMode
  */
 KAL_API int32_t KalSetEndOfJobMode(uint16_t first, uint16_t handle, uint16_t third, uint16_t fourth, uint16_t seconds);
 
 /**
  * Says which job the next cancel refers to.
- * @param first   not read.
- * @param handle  printer handle.
- * @param jobId   job id, 1 or more.
- * @return ::KAL_OKAY; ::KAL_FAIL for a job id below 1 (the service is not asked), for every code of the service but 0
- *         and when no binding exists.
+ * @param[in] first   not read.
+ * @param[in] handle  printer handle.
+ * @param[in] jobId   job id, 1 or more.
+ * @retval KAL_OKAY  the service took the job id
+ * @retval KAL_FAIL  a job id below 1 (the service is not asked); every code of the service but 0; no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalSetJobCancelMode() handle=3 jobId=1 rc=KAL_OKAY`
+ * @par Example
+ * @snippet job_modes.c KalSetJobCancelMode
  */
 KAL_API int32_t KalSetJobCancelMode(uint16_t first, uint16_t handle, int32_t jobId);
 
 /**
  * Switches job notifications (::WM_KAL_PRINTERSTATUS, ::WM_KAL_ENDOFJOB) of a handle on or off.
- * @param first   not read.
- * @param handle  printer handle.
- * @param mode    2: open the handle and start notifications; 1: stop them and close the handle; 128: refused; any
- *                other value does nothing.
- * @return ::KAL_OKAY, also for most failures of the service; ::DEVERR_INVHANDLE (mode 2: the handle cannot be opened,
- *         or the service answers 1); ::DEVERR_CONNECT (service code 2); ::KAL_FAIL for mode 128 and when no binding
- *         exists.
  *
  * Mode 2 keeps its open even when starting the notifications fails: call mode 1 (or ::KalClose) to give it back.
  * ::KalReleaseAlerts ends notifications too and then closes once more, whoever opened; see there.
+ * @param[in] first   not read.
+ * @param[in] handle  printer handle.
+ * @param[in] mode    2: open the handle and start notifications; 1: stop them and close the handle; 128: refused; any
+ *                    other value does nothing.
+ * @retval KAL_OKAY          done, or the service answered with a code that counts as such: all but 1 and 2
+ * @retval DEVERR_INVHANDLE  mode 2: the handle cannot be opened; both modes: the service answered 1
+ * @retval DEVERR_CONNECT    the service cannot find the device (2)
+ * @retval KAL_FAIL          mode 128; no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalSetJobControlMode() handle=3 rc=KAL_OKAY`
+ * @par Example
+ * @snippet job_modes.c KalSetJobControlMode
  */
 KAL_API int32_t KalSetJobControlMode(uint16_t first, uint16_t handle, uint32_t mode);
 
 /**
  * Hands a free key and value for the job to the service.
- * @param first      not read.
- * @param handle     printer handle.
- * @param[in] key    zero-terminated key; not null.
- * @param[in] value  zero-terminated value; not null.
- * @return ::KAL_OKAY, also when the service refuses it; ::KAL_FAIL for a null key or value and when no binding exists.
+ * @param[in] first   not read.
+ * @param[in] handle  printer handle.
+ * @param[in] key     zero-terminated key; not null.
+ * @param[in] value   zero-terminated value; not null.
+ * @retval KAL_OKAY  the service was asked, whatever it said
+ * @retval KAL_FAIL  a null key or value; no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalSetJobStringPrinter() handle=3 key=key value=value rc=0`
+ * @par Example
+ * @snippet job_modes.c KalSetJobStringPrinter
  */
 KAL_API int32_t KalSetJobStringPrinter(uint16_t first, uint16_t handle, const char *key, const char *value);
 
-/* --------------------------------------------------------------------------------------------------- Enumeration -- */
+/** @} */
 
 /**
- * Reports all printers of the chosen kinds to a callback, one call a printer.
- * @param first        not read.
- * @param netTypes     mask: ::NETTYPE_IP, ::NETTYPEUSB, ::NETTYPE_LOCAL; with ::KAL_DISCOVER_FIRST USB and parallel
- *                     devices are discovered before. Other bits find nothing.
- * @param[in] callback called for each printer, on a thread of the service; may be null.
- * @return ::KAL_OKAY once the service was asked, also when it failed (the log tells); ::KAL_FAIL when no binding
- *         exists.
- * Two enumerations at the same time both report to the callback that was given last.
+ * @defgroup enumeration Enumeration
+ * @brief Which printers there are, and what the service keeps of them.
+ * @{
+ */
+
+/**
+ * Reports all printers of the chosen kinds to a callback, one call a printer. Two enumerations at the same time both
+ * report to the callback that was given last.
+ * @param[in] first     not read.
+ * @param[in] netTypes  mask: ::NETTYPE_IP, ::NETTYPEUSB, ::NETTYPE_LOCAL; with ::KAL_DISCOVER_FIRST USB and parallel
+ *                      devices are discovered before. Other bits find nothing.
+ * @param[in] callback  called for each printer, on a thread of the service; may be null.
+ * @retval KAL_OKAY  the service was asked, also when it failed (the log tells)
+ * @retval KAL_FAIL  no binding exists
+ * @par Threads
+ * Any. Blocks until the service has reported every printer.
+ * @par Log line
+ * `-KalEnumPrinters rc=KAL_OKAY`
+ * @par Example
+ * @snippet enumeration.c KalEnumPrinters
  */
 KAL_API int32_t KalEnumPrinters(uint16_t first, uint32_t netTypes, KalPortCallback callback);
 
 /**
- * Finds the printer behind one port and reports it to a callback.
- * @param first         not used.
- * @param netTypes      mask of net types to accept; any bit of 0xFFF accepts every recognised kind, ::ENUM_P2P also
+ * Finds the printer behind one port and reports it to a callback. The result is a port-type code, no result code:
+ * whether a printer was found, only the callback tells.
+ * @param[in] first     not used.
+ * @param[in] netTypes  mask of net types to accept; any bit of 0xFFF accepts every recognised kind, ::ENUM_P2P also
  *                      unrecognised ones, 0 none (but a parallel port whose name contains "LPT").
  * @param[in] portName  zero-terminated port name as the service knows it; not null.
  * @param[in] callback  called once when the printer was found, on a worker thread; may be null.
- * @return the port-type code of the printer after the callback was called (0 for an unknown transport); 0 when
- *         nothing was reported; ::KAL_FAIL (1) for a null name, when no binding exists and when no worker thread could
- *         be started.
- * Works on a thread of its own while the caller waits without time-out.
+ * @return the port-type code of the printer after the callback was called (0 for an unknown transport); 0 when nothing
+ * was reported; ::KAL_FAIL (1) for a null name, when no binding exists and when no worker thread could be started.
+ * @par Threads
+ * Any. Works on a thread of its own while the caller waits without time-out.
+ * @par Log line
+ * `-KalEnumSpecificPort() port=USB001 rc=1024`
+ * @par Example
+ * @snippet enumeration.c KalEnumSpecificPort
  */
 KAL_API int32_t KalEnumSpecificPort(uint16_t first, uint32_t netTypes, const char *portName, KalPortCallback callback);
 
 /**
  * Does what ::KalEnumSpecificPort does, for a UNC name.
- * @param first         not used.
- * @param netTypes      as for ::KalEnumSpecificPort.
+ * @param[in] first     not used.
+ * @param[in] netTypes  as for ::KalEnumSpecificPort.
  * @param[in] name      zero-terminated name; not null.
  * @param[in] callback  as for ::KalEnumSpecificPort.
  * @return as ::KalEnumSpecificPort.
+ * @par Threads
+ * Any. Works on a thread of its own while the caller waits without time-out.
+ * @par Log line
+ * `-KalEnumByUnc()  name=USB001`
+ * with two blanks before the name, around the lines of ::KalEnumSpecificPort.
+ * @par Example
+ * @snippet enumeration.c KalEnumByUNC
  */
 KAL_API int32_t KalEnumByUNC(uint16_t first, uint32_t netTypes, const char *name, KalPortCallback callback);
 
 /**
- * Reads the cached data block of a printer.
- * @param first          not used.
- * @param handle         printer handle.
- * @param[out] buffer    receives the block; a head of eight bytes that begins with 0xA5 is removed. Not null.
- * @param size           bytes of the buffer.
- * @param[out] length    receives the bytes in the buffer. Not null.
- * @return ::KAL_OKAY; ::DEVERR_INVHANDLE (6); ::KAL_FAIL for every other code, for a null pointer, when no binding
- *         exists and when no worker thread could be started.
- * Works on a thread of its own while the caller waits without time-out.
+ * Reads the data block that the service keeps of a printer, without asking the printer.
+ * @param[in]  first   not used.
+ * @param[in]  handle  printer handle.
+ * @param[out] buffer  receives the block; a head of eight bytes that begins with 0xA5 is removed. Not null.
+ * @param[in]  size    bytes of the buffer.
+ * @param[out] length  receives the bytes in the buffer. Not null.
+ * @retval KAL_OKAY          the block is in the buffer
+ * @retval DEVERR_INVHANDLE  the service does not know the handle (6)
+ * @retval KAL_FAIL          every other code; a null pointer; no binding exists; no worker thread could be started
+ * @par Threads
+ * Any. Works on a thread of its own while the caller waits without time-out.
+ * @par Log line
+ * `-KalGetCache() handle =3 rc=0`
+ * @par Example
+ * @snippet enumeration.c KalGetCache
  */
 KAL_API int32_t KalGetCache(uint16_t first, uint16_t handle, void *buffer, uint32_t size, uint32_t *length);
 
-/* -------------------------------------------------------------------------------------------- Alerts and status -- */
+/** @} */
+
+/**
+ * @defgroup alerts Alerts and status
+ * @brief What ails a printer, and what it is doing.
+ *
+ * Alerts and notifications come as @ref messages "window messages". The process has one window for all of them.
+ * @{
+ */
 
 /**
  * Asks for a printer's alerts as window messages. The process has one window: that of the latest successful call
  * receives every alert and notification, whatever printer it was given for.
- * @param first      not read.
- * @param handle     printer handle.
- * @param[in] mask   the alerts wanted: client alert mask, 32 bits. Not null.
- * @param window     HWND to post to.
- * @return ::KAL_OKAY; ::DEVERR_INVHANDLE (the handle cannot be opened, for whatever reason); ::KAL_FAIL when the
- *         service refuses, for a null mask and when no binding exists.
+ * @param[in] first   not read.
+ * @param[in] handle  printer handle.
+ * @param[in] mask    the alerts wanted: client alert mask, 32 bits. Not null.
+ * @param[in] window  HWND to post to.
+ * @retval KAL_OKAY          the alerts will come
+ * @retval DEVERR_INVHANDLE  the handle cannot be opened, for whatever reason
+ * @retval KAL_FAIL          the service refuses; a null mask; no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalCaptureAlerts() handle=3, hwnd=0x0000000000010020 rc=KAL_OKAY`
+ * @par Example
+ * @snippet alerts.c KalCaptureAlerts
  */
 KAL_API int32_t KalCaptureAlerts(uint16_t first, uint16_t handle, const uint32_t *mask, void *window);
 
@@ -387,195 +607,322 @@ KAL_API int32_t KalCaptureAlerts(uint16_t first, uint16_t handle, const uint32_t
  * Gives one capture back. Captures are counted, but every release ends alerts and notifications of the handle at the
  * service and closes the handle, once more when notifications were running, whoever opened it: an application that
  * captured twice captures again, and one that used ::KalSetJobControlMode mode 2 does not call mode 1 after this.
- * @param first   not read.
- * @param handle  printer handle.
- * @return ::KAL_OKAY, also when the service fails; ::DEVERR_INVHANDLE when the handle was not captured; ::KAL_FAIL
- *         when no binding exists.
+ * @param[in] first   not read.
+ * @param[in] handle  printer handle.
+ * @retval KAL_OKAY          released, also when the service fails
+ * @retval DEVERR_INVHANDLE  the handle was not captured
+ * @retval KAL_FAIL          no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalReleaseAlerts() handle=3 rc=KAL_OKAY`
+ * @par Example
+ * @snippet alerts.c KalReleaseAlerts
  */
 KAL_API int32_t KalReleaseAlerts(uint16_t first, uint16_t handle);
 
 /**
  * Fetches the bytes of an alert, from its offset 5 on. The alert stays stored and may be fetched again, until 65536
  * further alerts were posted.
- * @param first          not read.
- * @param alertId        high 16 bits of the message's wParam.
- * @param third          not read.
- * @param fourth         not read.
- * @param[out] buffer    receives the bytes; may be null only when *size is too small anyway.
- * @param[in,out] size   in: bytes of the buffer; out: bytes of the alert. Not null.
+ * @param[in]     first    not read.
+ * @param[in]     alertId  high 16 bits of the message's wParam.
+ * @param[in]     third    not read.
+ * @param[in]     fourth   not read.
+ * @param[out]    buffer   receives the bytes; may be null only when *size is too small anyway.
+ * @param[in,out] size     in: bytes of the buffer; out: bytes of the alert. Not null.
  * @return ::KAL_OKAY; the number of bytes needed (a positive number, deliberately not a named code) when the buffer is
- *         too small; ::KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result of 1
- * with *size changed to 1 means one byte is needed. Never asks the service.
+ * too small; ::KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result of 1 with *size
+ *         changed to 1 means one byte is needed.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `-KalQueryAlerts()  alertId=1 rc=KAL_OKAY`
+ * with two blanks before the id, which is the next one to be given out, not the argument.
+ * @par Example
+ * @snippet alerts.c KalQueryAlerts
  */
 KAL_API int32_t KalQueryAlerts(uint16_t first, uint16_t alertId, uint16_t third, uint16_t fourth, void *buffer,
                                uint16_t *size);
 
 /**
  * Tells whether a printer prints.
- * @param first         not read.
- * @param handle        printer handle.
- * @param third         not read.
- * @param[out] buffer   receives a KalPrinterStatusRecord; may be null only when size is too small anyway.
- * @param size          bytes of the buffer.
- * @param[out] needed   receives ::KAL_PRINTER_STATUS_SIZE. Not null.
- * @return ::KAL_OKAY; ::KAL_MOREDATA when the buffer is too small; ::KAL_FAIL when the service fails, for a null
- *         pointer and when no binding exists.
+ * @param[in]  first   not read.
+ * @param[in]  handle  printer handle.
+ * @param[in]  third   not read.
+ * @param[out] buffer  receives a KalPrinterStatusRecord; may be null only when size is too small anyway.
+ * @param[in]  size    bytes of the buffer.
+ * @param[out] needed  receives ::KAL_PRINTER_STATUS_SIZE. Not null.
+ * @retval KAL_OKAY      the record is in the buffer
+ * @retval KAL_MOREDATA  the buffer is too small
+ * @retval KAL_FAIL      the service fails; a null pointer; no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalQueryPrinterStatus() handle=3 rc=KAL_OKAY`
+ * @par Example
+ * @snippet alerts.c KalQueryPrinterStatus
  */
 KAL_API int32_t KalQueryPrinterStatus(uint16_t first, uint16_t handle, uint16_t third, void *buffer, uint32_t size,
                                       uint32_t *needed);
 
-/* ----------------------------------------------------------------------------------------------------------- Bidi --
+/** @} */
+
+/**
+ * @defgroup bidi Bidirectional requests
+ * @brief Asking the printer itself.
+ * @{
  */
 
 /**
- * Sends one bidirectional request to a printer and returns its response. Opens and closes the handle by itself.
- * @param first                not read.
- * @param handle               printer handle.
- * @param third                not read.
- * @param function             0 to 181: the stored request of that code, with the caller's data appended when it fits
- *                             into 512 bytes together; 170: the caller's data as it stands.
- * @param[out] response        receives the response, without its five-byte head unless function is 170; may be null.
- * @param[in,out] responseSize in: bytes of response; out: bytes received; may be null (then nothing is received).
- * @param[in] data             bytes to append or, for 170, to send; may be null.
- * @param dataLength           number of those bytes.
- * @return ::KAL_OKAY; ::KAL_INVALID_FUNCTION (-15: no such request; the service was not asked); ::DEVERR_INVHANDLE (the
- *         handle cannot be opened, or service code 6); ::KAL_MOREDATA (122; *responseSize is the needed size when the
- *         service told it); ::KAL_PRNBUSY (1); ::DEVERR_READFAIL (1460); ::KAL_FAIL for every other code and when no
- *         binding exists. After a failed exchange the whole response buffer is zero.
+ * Sends one bidirectional request to a printer and returns its response. Opens and closes the handle by itself. After a
+ * failed exchange the whole response buffer is zero.
+ * @param[in]     first         not read.
+ * @param[in]     handle        printer handle.
+ * @param[in]     third         not read.
+ * @param[in]     function      0 to 181: the stored request of that code, with the caller's data appended when it fits
+ *                              into 512 bytes together; 170: the caller's data as it stands.
+ * @param[out]    response      receives the response, without its five-byte head unless function is 170; may be null.
+ * @param[in,out] responseSize  in: bytes of response; out: bytes received; may be null (then nothing is received).
+ * @param[in]     data          bytes to append or, for 170, to send; may be null.
+ * @param[in]     dataLength    number of those bytes.
+ * @retval KAL_OKAY              the response is in the buffer
+ * @retval KAL_INVALID_FUNCTION  there is no such request; the service was not asked
+ * @retval DEVERR_INVHANDLE      the handle cannot be opened, or the service does not know it (6)
+ * @retval KAL_MOREDATA          the response is longer (122); *responseSize is the needed size when the service told it
+ * @retval KAL_PRNBUSY           the printer is busy with another request (1)
+ * @retval DEVERR_READFAIL       the printer did not answer in time (1460)
+ * @retval KAL_FAIL              every other code; null data with a length for 170; no binding exists
+ * @par Threads
+ * Any. Blocks while the service answers.
+ * @par Log line
+ * `-KalSendBidi() handle=3 function=1 rc=KAL_OKAY, response=64 65 66`
+ * @par Example
+ * @snippet bidi.c KalSendBidi
  */
 KAL_API int32_t KalSendBidi(uint16_t first, uint16_t handle, uint16_t third, uint16_t function, void *response,
                             uint32_t *responseSize, const void *data, uint16_t dataLength);
 
-/* ----------------------------------------------------------------------------------------- Fixed-answer exports -- */
+/** @} */
 
-/** Nothing is buffered here. @return ::KAL_OKAY, always. Never blocks. */
+/* C before C23 has no way to say "any arguments" but an empty list, which compilers warn of on request. */
+#if !defined(__cplusplus) && (defined(__GNUC__) || defined(__clang__))
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wstrict-prototypes"
+#endif
+
+/**
+ * @defgroup fixed_answers Fixed answers
+ * @brief Exports that need not do anything here; each has one answer.
+ * @{
+ */
+
+/**
+ * Nothing is buffered here: a write has reached the service when it returns.
+ * @return ::KAL_OKAY, always.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `-KalFlushMWOBuffer rc=KAL_OKAY`
+ * @par Example
+ * @snippet older.c KalFlushMWOBuffer
+ */
 KAL_API int32_t KalFlushMWOBuffer(void);
-/** Nothing is uninstalled here. @return ::KAL_OKAY, always. Never blocks. */
+
+/**
+ * Nothing is uninstalled here: the service has an installer of its own.
+ * @return ::KAL_OKAY, always.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `-KalUninstallORX rc=KAL_OKAY`
+ * @par Example
+ * @snippet older.c KalUninstallORX
+ */
 KAL_API int32_t KalUninstallORX(void);
-/** No server is needed. @return 1: a boolean true, not ::KAL_FAIL. Never blocks. */
+
+/**
+ * No server is needed.
+ * @return 1: a boolean true, not ::KAL_FAIL.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `-KalStartRpcServer rc=TRUE`
+ * @par Example
+ * @snippet older.c KalStartRpcServer
+ */
 KAL_API int32_t KalStartRpcServer(void);
-/** Four arguments, not read; reports no printer. @return ::KAL_OKAY, always. Never blocks. */
+
+/**
+ * Reports no printer; ::KalEnumSpecificPort finds one. Its arguments, four in older applications, are not read.
+ * @return ::KAL_OKAY, always.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `-KalEnumSpecific`
+ * @par Example
+ * @snippet older.c KalEnumSpecific
+ */
 KAL_API int32_t KalEnumSpecific(KAL_ARGUMENTS_NOT_READ);
-/** Does nothing. Never blocks. */
+
+/**
+ * Does nothing: there is nothing to prepare.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `-KalPrepareRhoaForUninstall`
+ * @par Example
+ * @snippet older.c KalPrepareRhoaForUninstall
+ */
 KAL_API void KalPrepareRhoaForUninstall(void);
 
-/* ------------------------------------------------------------------------------------------ Unsupported exports -- */
-/* Kept so that older applications link and run. Each reads no argument, logs "KAL_FAIL (unsupported)", never blocks */
-/* and always returns KAL_FAIL. */
+/** @} */
 
-/** Unsupported. @return ::KAL_FAIL, always. */
+/**
+ * @defgroup unsupported Unsupported exports
+ * @brief Kept so that older applications link and run: each answers ::KAL_FAIL.
+ *
+ * How the log is switched on, for which there were calls once: @ref logging_page.
+ * @par Results
+ * ::KAL_FAIL, always. Arguments may be passed; none is read.
+ * @par Threads
+ * Any. Never blocks: the service is not asked.
+ * @par Log line
+ * `-KalPing rc=KAL_FAIL (unsupported)`, with the name of the export; ::KalEnumJobs deliberately writes "KalEnumJob".
+ * @par Example
+ * What an application does whose older parts still call one:
+ * @snippet older.c unsupported
+ * @{
+ */
+
+/** Unsupported: use ::KalCaptureAlerts instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalCaptureAlertsEx(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumSpecificPort instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetDeviceIDString(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumSpecificPort instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetDeviceIDStringEx(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumSpecificPort instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetPrtInfo(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalQueryPrinterStatus instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalPing(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumSpecificPort instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalQueryPortType(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalQueryPrinterStatus instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalQueryPrintBuffer(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalReceiveShutdownNotification(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalRetrieveData(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: the log is switched on by its settings (docs/logging.md). @return ::KAL_FAIL, always. */
 KAL_API int32_t KalStartTrace(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: the log is switched on by its settings (docs/logging.md). @return ::KAL_FAIL, always. */
 KAL_API int32_t KalStopTrace(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalStoreData(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalWrite instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalWriteUNI(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalSendBidi instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalDeviceIoControl(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumSpecificPort instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalEnumSpecificEx(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalExchangeNetInfo(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumPrinters instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetConnectionNames(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumPrinters instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetNetInfo(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalSetJobControlMode instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalEnumJobs(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalQueryAlerts instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetJobAlertInfo(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumPrinters instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetNets(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalCaptureAlerts instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetPollingInterval(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumPrinters instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetPrinterAddr(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumPrinters instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetPrinterAddrEx(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalEnumPrinters instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetPrinterName(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalQueryPrinterStatus instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetQueueUpdate(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: see ::KAL_VERSION_MAJOR and the properties of kalclient.dll. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetVersion(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: see ::KAL_VERSION_MAJOR and the properties of kalclient.dll. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetVersionEx(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: see ::KAL_VERSION_MAJOR and the properties of kalclient.dll. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalGetVersionInfoEx(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalIsUserAdmin(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalCaptureAlerts instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalMonitorPrinter(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalMoveJob(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalReleaseJobs(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalClose instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalReleasePort(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalReleaseQueues(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalSetJobStatus(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalSetNetInfo(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported: use ::KalCaptureAlerts instead. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalSetPollingInterval(KAL_ARGUMENTS_NOT_READ);
-/** Unsupported. @return ::KAL_FAIL, always. */
+/** Unsupported; nothing takes its place. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalSetQueueStatus(KAL_ARGUMENTS_NOT_READ);
 
-/* --------------------------------------------------------------------------------------------------- LM aliases -- */
-/* Each writes a trace under its own name (two deliberately under another's), passes its arguments on unchanged and */
-/* returns what the export without LM returns. Thread rule and blocking are those of that export. */
+/** @} */
+
+/**
+ * @defgroup aliases LM aliases
+ * @brief The same exports under the names that older applications use.
+ *
+ * Each passes its arguments on unchanged and returns what the export without LM returns. Thread rule and blocking are
+ * those of that export.
+ * @par Log line
+ * The lines of the export without LM, between those of the alias:
+ * `+KalCloseLM`, `+KalClose() handle=3`, `-KalClose() handle=3 rc=KAL_OKAY`, `-KalCloseLM`. Two deliberately write
+ * another name: ::KalCaptureAlertsExLM "KalCaptureAlertsLM" and ::KalReceiveShutdownNotificationLM
+ * "KalReceiveShutdownNotification".
+ * @par Example
+ * An alias is called as the export whose name it bears:
+ * @snippet older.c aliases
+ * @{
+ */
 
 /** Alias of ::KalRegisterApp. Needs a registered application: it opens a trace, which ::KalRegisterApp does not.
- * @return as ::KalRegisterApp. */
+ * @copydetails KalRegisterApp */
 KAL_API uint16_t KalRegisterAppLM(uint16_t first);
-/** Alias of ::KalUnregisterApp. Needs a registered application: it opens a trace, which ::KalUnregisterApp does not. */
+/** Alias of ::KalUnregisterApp. Needs a registered application: it opens a trace, which ::KalUnregisterApp does not.
+ * @copydetails KalUnregisterApp */
 KAL_API void KalUnregisterAppLM(uint16_t first);
-/** Alias of ::KalOpen. @return as ::KalOpen. */
+/** Alias of ::KalOpen. @copydetails KalOpen */
 KAL_API int32_t KalOpenLM(uint16_t first, uint16_t handle, uint16_t third);
-/** Alias of ::KalClose. @return as ::KalClose. */
+/** Alias of ::KalClose. @copydetails KalClose */
 KAL_API int32_t KalCloseLM(uint16_t first, uint16_t handle);
-/** Alias of ::KalStartDoc. @return as ::KalStartDoc. */
+/** Alias of ::KalStartDoc. @copydetails KalStartDoc */
 KAL_API int32_t KalStartDocLM(uint16_t handle, uint32_t portType, const char *documentName);
-/** Alias of ::KalWrite. @return as ::KalWrite. */
+/** Alias of ::KalWrite. @copydetails KalWrite */
 KAL_API int32_t KalWriteLM(uint16_t first, uint16_t handle, uint32_t portType, const void *data, uint32_t *byteCount);
-/** Alias of ::KalEndDoc. @return as ::KalEndDoc. */
+/** Alias of ::KalEndDoc. @copydetails KalEndDoc */
 KAL_API int32_t KalEndDocLM(uint16_t handle, uint32_t portType);
-/** Alias of ::KalEnumPrinters. @return as ::KalEnumPrinters. */
+/** Alias of ::KalEnumPrinters. @copydetails KalEnumPrinters */
 KAL_API int32_t KalEnumPrintersLM(uint16_t first, uint32_t netTypes, KalPortCallback callback);
-/** Alias of ::KalEnumSpecificPort. @return as ::KalEnumSpecificPort. */
+/** Alias of ::KalEnumSpecificPort. @copydetails KalEnumSpecificPort */
 KAL_API int32_t KalEnumSpecificPortLM(uint16_t first, uint32_t netTypes, const char *portName,
                                       KalPortCallback callback);
-/** Alias of ::KalEnumByUNC. @return as ::KalEnumByUNC. */
+/** Alias of ::KalEnumByUNC. @copydetails KalEnumByUNC */
 KAL_API int32_t KalEnumByUNCLM(uint16_t first, uint32_t netTypes, const char *name, KalPortCallback callback);
-/** Alias of ::KalCaptureAlerts. @return as ::KalCaptureAlerts. */
+/** Alias of ::KalCaptureAlerts. @copydetails KalCaptureAlerts */
 KAL_API int32_t KalCaptureAlertsLM(uint16_t first, uint16_t handle, const uint32_t *mask, void *window);
-/** Alias of ::KalReleaseAlerts. @return as ::KalReleaseAlerts. */
+/** Alias of ::KalReleaseAlerts. @copydetails KalReleaseAlerts */
 KAL_API int32_t KalReleaseAlertsLM(uint16_t first, uint16_t handle);
-/** Alias of ::KalQueryAlerts. @return as ::KalQueryAlerts. */
+/** Alias of ::KalQueryAlerts. @copydetails KalQueryAlerts */
 KAL_API int32_t KalQueryAlertsLM(uint16_t first, uint16_t alertId, uint16_t third, uint16_t fourth, void *buffer,
                                  uint16_t *size);
-/** Alias of ::KalSendBidi. @return as ::KalSendBidi. */
+/** Alias of ::KalSendBidi. @copydetails KalSendBidi */
 KAL_API int32_t KalSendBidiLM(uint16_t first, uint16_t handle, uint16_t third, uint16_t function, void *response,
                               uint32_t *responseSize, const void *data, uint16_t dataLength);
 /** Alias of ::KalCaptureAlertsEx. @return ::KAL_FAIL, always. */
@@ -624,6 +971,12 @@ KAL_API int32_t KalSetNetInfoLM(KAL_ARGUMENTS_NOT_READ);
 KAL_API int32_t KalStartTraceLM(KAL_ARGUMENTS_NOT_READ);
 /** Alias of ::KalStopTrace. @return ::KAL_FAIL, always. */
 KAL_API int32_t KalStopTraceLM(KAL_ARGUMENTS_NOT_READ);
+
+/** @} */
+
+#if !defined(__cplusplus) && (defined(__GNUC__) || defined(__clang__))
+#pragma GCC diagnostic pop
+#endif
 
 #ifdef __cplusplus
 } /* extern "C" */

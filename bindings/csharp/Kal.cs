@@ -139,14 +139,16 @@ namespace Kal
         /// <summary>Prepares the library and sets the alert id counter back to 0. Loading the library has done this
         /// already; an application need not call it.</summary>
         /// <returns>1 (true), always.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int Initialize();
 
         /// <summary>Cancels the print job on a handle.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle.</param>
-        /// <returns>KAL_OKAY; KAL_FAIL for every other code of the service (an unknown handle too) and when no binding
-        /// exists.</returns>
+        /// <returns>KAL_OKAY: the job is cancelled; KAL_FAIL: every other code of the service (an unknown handle too);
+        /// no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCancelJob(ushort first, ushort handle);
 
@@ -156,12 +158,13 @@ namespace Kal
         /// <param name="handle">printer handle.</param>
         /// <param name="mask">the alerts wanted: client alert mask, 32 bits. Not null.</param>
         /// <param name="window">HWND to post to.</param>
-        /// <returns>KAL_OKAY; DEVERR_INVHANDLE (the handle cannot be opened, for whatever reason); KAL_FAIL when the
-        /// service refuses, for a null mask and when no binding exists.</returns>
+        /// <returns>KAL_OKAY: the alerts will come; DEVERR_INVHANDLE: the handle cannot be opened, for whatever reason;
+        /// KAL_FAIL: the service refuses; a null mask; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCaptureAlerts(ushort first, ushort handle, ref uint mask, IntPtr window);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalCaptureAlerts instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCaptureAlertsEx();
@@ -171,25 +174,37 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCaptureAlertsExLM();
 
-        /// <summary>Alias of KalCaptureAlerts.</summary>
-        /// <returns>as KalCaptureAlerts.</returns>
+        /// <summary>Alias of KalCaptureAlerts. The process has one window: that of the latest successful call receives
+        /// every alert and notification, whatever printer it was given for.</summary>
+        /// <param name="first">not read.</param>
+        /// <param name="handle">printer handle.</param>
+        /// <param name="mask">the alerts wanted: client alert mask, 32 bits. Not null.</param>
+        /// <param name="window">HWND to post to.</param>
+        /// <returns>KAL_OKAY: the alerts will come; DEVERR_INVHANDLE: the handle cannot be opened, for whatever reason;
+        /// KAL_FAIL: the service refuses; a null mask; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCaptureAlertsLM(ushort first, ushort handle, ref uint mask, IntPtr window);
 
         /// <summary>Closes a printer once.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <returns>KAL_OKAY; DEVERR_INVHANDLE (the handle is not open); KAL_FAIL for every other code of the service
-        /// and when no binding exists.</returns>
+        /// <returns>KAL_OKAY: one open is given back; DEVERR_INVHANDLE: the handle is not open; KAL_FAIL: every other
+        /// code of the service; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalClose(ushort first, ushort handle);
 
         /// <summary>Alias of KalClose.</summary>
-        /// <returns>as KalClose.</returns>
+        /// <param name="first">not read.</param>
+        /// <param name="handle">printer handle.</param>
+        /// <returns>KAL_OKAY: one open is given back; DEVERR_INVHANDLE: the handle is not open; KAL_FAIL: every other
+        /// code of the service; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCloseLM(ushort first, ushort handle);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalSendBidi instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalDeviceIoControl();
@@ -202,12 +217,22 @@ namespace Kal
         /// <summary>Ends the print job; the data is then complete.</summary>
         /// <param name="handle">open printer handle.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <returns>as KalStartDoc.</returns>
+        /// <returns>KAL_OKAY: the service has the whole document; DEVERR_PROTOCOL: the port type does not fit the
+        /// handle; the service was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the
+        /// device cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every
+        /// other code (among them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEndDoc(ushort handle, uint portType);
 
         /// <summary>Alias of KalEndDoc.</summary>
-        /// <returns>as KalEndDoc.</returns>
+        /// <param name="handle">open printer handle.</param>
+        /// <param name="portType">as for KalStartDoc.</param>
+        /// <returns>KAL_OKAY: the service has the whole document; DEVERR_PROTOCOL: the port type does not fit the
+        /// handle; the service was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the
+        /// device cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every
+        /// other code (among them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEndDocLM(ushort handle, uint portType);
 
@@ -217,42 +242,59 @@ namespace Kal
         /// <param name="name">zero-terminated name; not null.</param>
         /// <param name="callback">as for KalEnumSpecificPort.</param>
         /// <returns>as KalEnumSpecificPort.</returns>
+        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumByUNC(ushort first, uint netTypes, [MarshalAs(UnmanagedType.LPStr)] string name,
             KalPortCallback callback);
 
         /// <summary>Alias of KalEnumByUNC.</summary>
-        /// <returns>as KalEnumByUNC.</returns>
+        /// <param name="first">not used.</param>
+        /// <param name="netTypes">as for KalEnumSpecificPort.</param>
+        /// <param name="name">zero-terminated name; not null.</param>
+        /// <param name="callback">as for KalEnumSpecificPort.</param>
+        /// <returns>as KalEnumSpecificPort.</returns>
+        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumByUNCLM(ushort first, uint netTypes,
             [MarshalAs(UnmanagedType.LPStr)] string name, KalPortCallback callback);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalSetJobControlMode instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumJobs();
 
-        /// <summary>Reports all printers of the chosen kinds to a callback, one call a printer.</summary>
+        /// <summary>Reports all printers of the chosen kinds to a callback, one call a printer. Two enumerations at the
+        /// same time both report to the callback that was given last.</summary>
         /// <param name="first">not read.</param>
         /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST USB and parallel
         /// devices are discovered before. Other bits find nothing.</param>
         /// <param name="callback">called for each printer, on a thread of the service; may be null.</param>
-        /// <returns>KAL_OKAY once the service was asked, also when it failed (the log tells); KAL_FAIL when no binding
-        /// exists. Two enumerations at the same time both report to the callback that was given last.</returns>
+        /// <returns>KAL_OKAY: the service was asked, also when it failed (the log tells); KAL_FAIL: no binding
+        /// exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service has reported every printer.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumPrinters(ushort first, uint netTypes, KalPortCallback callback);
 
-        /// <summary>Alias of KalEnumPrinters.</summary>
-        /// <returns>as KalEnumPrinters.</returns>
+        /// <summary>Alias of KalEnumPrinters. Two enumerations at the same time both report to the callback that was
+        /// given last.</summary>
+        /// <param name="first">not read.</param>
+        /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST USB and parallel
+        /// devices are discovered before. Other bits find nothing.</param>
+        /// <param name="callback">called for each printer, on a thread of the service; may be null.</param>
+        /// <returns>KAL_OKAY: the service was asked, also when it failed (the log tells); KAL_FAIL: no binding
+        /// exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service has reported every printer.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumPrintersLM(ushort first, uint netTypes, KalPortCallback callback);
 
-        /// <summary>Four arguments, not read; reports no printer.</summary>
-        /// <returns>KAL_OKAY, always. Never blocks.</returns>
+        /// <summary>Reports no printer; KalEnumSpecificPort finds one. Its arguments, four in older applications, are
+        /// not read.</summary>
+        /// <returns>KAL_OKAY, always.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecific();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumSpecificPort instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecificEx();
@@ -267,7 +309,8 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecificLM();
 
-        /// <summary>Finds the printer behind one port and reports it to a callback.</summary>
+        /// <summary>Finds the printer behind one port and reports it to a callback. The result is a port-type code, no
+        /// result code: whether a printer was found, only the callback tells.</summary>
         /// <param name="first">not used.</param>
         /// <param name="netTypes">mask of net types to accept; any bit of 0xFFF accepts every recognised kind, ENUM_P2P
         /// also unrecognised ones, 0 none (but a parallel port whose name contains "LPT").</param>
@@ -275,18 +318,28 @@ namespace Kal
         /// <param name="callback">called once when the printer was found, on a worker thread; may be null.</param>
         /// <returns>the port-type code of the printer after the callback was called (0 for an unknown transport); 0
         /// when nothing was reported; KAL_FAIL (1) for a null name, when no binding exists and when no worker thread
-        /// could be started. Works on a thread of its own while the caller waits without time-out.</returns>
+        /// could be started.</returns>
+        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecificPort(ushort first, uint netTypes,
             [MarshalAs(UnmanagedType.LPStr)] string portName, KalPortCallback callback);
 
-        /// <summary>Alias of KalEnumSpecificPort.</summary>
-        /// <returns>as KalEnumSpecificPort.</returns>
+        /// <summary>Alias of KalEnumSpecificPort. The result is a port-type code, no result code: whether a printer was
+        /// found, only the callback tells.</summary>
+        /// <param name="first">not used.</param>
+        /// <param name="netTypes">mask of net types to accept; any bit of 0xFFF accepts every recognised kind, ENUM_P2P
+        /// also unrecognised ones, 0 none (but a parallel port whose name contains "LPT").</param>
+        /// <param name="portName">zero-terminated port name as the service knows it; not null.</param>
+        /// <param name="callback">called once when the printer was found, on a worker thread; may be null.</param>
+        /// <returns>the port-type code of the printer after the callback was called (0 for an unknown transport); 0
+        /// when nothing was reported; KAL_FAIL (1) for a null name, when no binding exists and when no worker thread
+        /// could be started.</returns>
+        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecificPortLM(ushort first, uint netTypes,
             [MarshalAs(UnmanagedType.LPStr)] string portName, KalPortCallback callback);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalExchangeNetInfo();
@@ -296,26 +349,27 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalExchangeNetInfoLM();
 
-        /// <summary>Nothing is buffered here.</summary>
-        /// <returns>KAL_OKAY, always. Never blocks.</returns>
+        /// <summary>Nothing is buffered here: a write has reached the service when it returns.</summary>
+        /// <returns>KAL_OKAY, always.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalFlushMWOBuffer();
 
-        /// <summary>Reads the cached data block of a printer.</summary>
+        /// <summary>Reads the data block that the service keeps of a printer, without asking the printer.</summary>
         /// <param name="first">not used.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="buffer">receives the block; a head of eight bytes that begins with 0xA5 is removed. Not
         /// null.</param>
         /// <param name="size">bytes of the buffer.</param>
         /// <param name="length">receives the bytes in the buffer. Not null.</param>
-        /// <returns>KAL_OKAY; DEVERR_INVHANDLE (6); KAL_FAIL for every other code, for a null pointer, when no binding
-        /// exists and when no worker thread could be started. Works on a thread of its own while the caller waits
-        /// without time-out.</returns>
+        /// <returns>KAL_OKAY: the block is in the buffer; DEVERR_INVHANDLE: the service does not know the handle (6);
+        /// KAL_FAIL: every other code; a null pointer; no binding exists; no worker thread could be started.</returns>
+        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetCache(ushort first, ushort handle, [Out] byte[] buffer, uint size,
             ref uint length);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumPrinters instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetConnectionNames();
@@ -325,12 +379,12 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetConnectionNamesLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumSpecificPort instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetDeviceIDString();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumSpecificPort instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetDeviceIDStringEx();
@@ -345,12 +399,12 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetDeviceIDStringLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalQueryAlerts instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetJobAlertInfo();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumPrinters instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetNetInfo();
@@ -360,7 +414,7 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetNetInfoLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumPrinters instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetNets();
@@ -370,17 +424,17 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetNetsLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalCaptureAlerts instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPollingInterval();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumPrinters instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPrinterAddr();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumPrinters instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPrinterAddrEx();
@@ -395,7 +449,7 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPrinterAddrLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumPrinters instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPrinterName();
@@ -405,7 +459,7 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPrinterNameLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumSpecificPort instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPrtInfo();
@@ -415,17 +469,17 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetPrtInfoLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalQueryPrinterStatus instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetQueueUpdate();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: see KAL_VERSION_MAJOR and the properties of kalclient.dll.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetVersion();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: see KAL_VERSION_MAJOR and the properties of kalclient.dll.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetVersionEx();
@@ -435,7 +489,7 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetVersionExLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: see KAL_VERSION_MAJOR and the properties of kalclient.dll.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetVersionInfoEx();
@@ -450,12 +504,12 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetVersionLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalIsUserAdmin();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalCaptureAlerts instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalMonitorPrinter();
@@ -465,7 +519,7 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalMonitorPrinterLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalMoveJob();
@@ -474,24 +528,31 @@ namespace Kal
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle (PortInfoRecord.handle), 0 to 65535.</param>
         /// <param name="third">not read.</param>
-        /// <returns>KAL_OKAY; KAL_PRNBUSY (service code 170); DEVERR_CONNECT (1168: the device cannot be found);
-        /// DEVERR_INVHANDLE (6: no such handle); KAL_FAIL for every other code, when no binding exists, and when no
-        /// worker thread could be started. Works on a thread of its own while the caller waits without time-
-        /// out.</returns>
+        /// <returns>KAL_OKAY: the printer is open; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT:
+        /// the device cannot be found (1168); DEVERR_INVHANDLE: there is no such handle (6); KAL_FAIL: every other
+        /// code; no binding exists; no worker thread could be started.</returns>
+        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalOpen(ushort first, ushort handle, ushort third);
 
-        /// <summary>Alias of KalOpen.</summary>
-        /// <returns>as KalOpen.</returns>
+        /// <summary>Alias of KalOpen. Opens are counted: each needs its own KalClose.</summary>
+        /// <param name="first">not read.</param>
+        /// <param name="handle">printer handle (PortInfoRecord.handle), 0 to 65535.</param>
+        /// <param name="third">not read.</param>
+        /// <returns>KAL_OKAY: the printer is open; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT:
+        /// the device cannot be found (1168); DEVERR_INVHANDLE: there is no such handle (6); KAL_FAIL: every other
+        /// code; no binding exists; no worker thread could be started.</returns>
+        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalOpenLM(ushort first, ushort handle, ushort third);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalQueryPrinterStatus instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalPing();
 
-        /// <summary>Does nothing. Never blocks.</summary>
+        /// <summary>Does nothing: there is nothing to prepare.</summary>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalPrepareRhoaForUninstall();
 
@@ -505,23 +566,34 @@ namespace Kal
         /// <param name="size">in: bytes of the buffer; out: bytes of the alert. Not null.</param>
         /// <returns>KAL_OKAY; the number of bytes needed (a positive number, deliberately not a named code) when the
         /// buffer is too small; KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result
-        /// of 1 with *size changed to 1 means one byte is needed. Never asks the service.</returns>
+        /// of 1 with *size changed to 1 means one byte is needed.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryAlerts(ushort first, ushort alertId, ushort third, ushort fourth,
             [Out] byte[] buffer, ref ushort size);
 
-        /// <summary>Alias of KalQueryAlerts.</summary>
-        /// <returns>as KalQueryAlerts.</returns>
+        /// <summary>Alias of KalQueryAlerts. The alert stays stored and may be fetched again, until 65536 further
+        /// alerts were posted.</summary>
+        /// <param name="first">not read.</param>
+        /// <param name="alertId">high 16 bits of the message's wParam.</param>
+        /// <param name="third">not read.</param>
+        /// <param name="fourth">not read.</param>
+        /// <param name="buffer">receives the bytes; may be null only when *size is too small anyway.</param>
+        /// <param name="size">in: bytes of the buffer; out: bytes of the alert. Not null.</param>
+        /// <returns>KAL_OKAY; the number of bytes needed (a positive number, deliberately not a named code) when the
+        /// buffer is too small; KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result
+        /// of 1 with *size changed to 1 means one byte is needed.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryAlertsLM(ushort first, ushort alertId, ushort third, ushort fourth,
             [Out] byte[] buffer, ref ushort size);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalEnumSpecificPort instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryPortType();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalQueryPrinterStatus instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryPrintBuffer();
@@ -534,13 +606,14 @@ namespace Kal
         /// anyway.</param>
         /// <param name="size">bytes of the buffer.</param>
         /// <param name="needed">receives KAL_PRINTER_STATUS_SIZE. Not null.</param>
-        /// <returns>KAL_OKAY; KAL_MOREDATA when the buffer is too small; KAL_FAIL when the service fails, for a null
-        /// pointer and when no binding exists.</returns>
+        /// <returns>KAL_OKAY: the record is in the buffer; KAL_MOREDATA: the buffer is too small; KAL_FAIL: the service
+        /// fails; a null pointer; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryPrinterStatus(ushort first, ushort handle, ushort third, [Out] byte[] buffer,
             uint size, ref uint needed);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReceiveShutdownNotification();
@@ -551,26 +624,31 @@ namespace Kal
         public static extern int KalReceiveShutdownNotificationLM();
 
         /// <summary>Registers the application with the service on this machine. Registrations are counted per process:
-        /// the first makes the binding, each needs one KalUnregisterApp.</summary>
+        /// the first makes the binding, each needs one KalUnregisterApp. Starts nothing yet: comc.dll is loaded by the
+        /// first operation.</summary>
         /// <param name="first">not read.</param>
-        /// <returns>1, always; also when the binding could not be made (then nothing is registered). Serialised with
-        /// the other registration exports. Starts nothing yet: comc.dll is loaded by the first operation.</returns>
+        /// <returns>1, always; also when the binding could not be made (then nothing is registered).</returns>
+        /// <remarks>Threads: Any. Serialised with the other registration exports.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern ushort KalRegisterApp(ushort first);
 
         /// <summary>Alias of KalRegisterApp. Needs a registered application: it opens a trace, which KalRegisterApp
-        /// does not.</summary>
-        /// <returns>as KalRegisterApp.</returns>
+        /// does not. Registrations are counted per process: the first makes the binding, each needs one
+        /// KalUnregisterApp. Starts nothing yet: comc.dll is loaded by the first operation.</summary>
+        /// <param name="first">not read.</param>
+        /// <returns>1, always; also when the binding could not be made (then nothing is registered).</returns>
+        /// <remarks>Threads: Any. Serialised with the other registration exports.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern ushort KalRegisterAppLM(ushort first);
 
         /// <summary>Registers the application with the service on a named machine and checks that the network knows
         /// that machine.</summary>
-        /// <param name="serverName">name of the machine, with or without two leading backslashes; null or "" is this
-        /// machine. Ignored when the process is registered already.</param>
-        /// <returns>1 on success; KAL_REGISTRATION_REFUSED (-12) when the server cannot be reached or the binding could
-        /// not be made: nothing is registered then. Serialised with the other registration exports. Blocks while the
-        /// network looks a foreign name up.</returns>
+        /// <param name="serverName">zero-terminated name of the machine, with or without two leading backslashes; null
+        /// or "" is this machine. Ignored when the process is registered already.</param>
+        /// <returns>1: registered; KAL_REGISTRATION_REFUSED: the server cannot be reached or the binding could not be
+        /// made: nothing is registered.</returns>
+        /// <remarks>Threads: Any. Serialised with the other registration exports. Blocks while the network looks a
+        /// foreign name up.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalRegisterWithRpcServer([MarshalAs(UnmanagedType.LPStr)] string serverName);
 
@@ -580,22 +658,30 @@ namespace Kal
         /// not call mode 1 after this.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <returns>KAL_OKAY, also when the service fails; DEVERR_INVHANDLE when the handle was not captured; KAL_FAIL
-        /// when no binding exists.</returns>
+        /// <returns>KAL_OKAY: released, also when the service fails; DEVERR_INVHANDLE: the handle was not captured;
+        /// KAL_FAIL: no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleaseAlerts(ushort first, ushort handle);
 
-        /// <summary>Alias of KalReleaseAlerts.</summary>
-        /// <returns>as KalReleaseAlerts.</returns>
+        /// <summary>Alias of KalReleaseAlerts. Captures are counted, but every release ends alerts and notifications of
+        /// the handle at the service and closes the handle, once more when notifications were running, whoever opened
+        /// it: an application that captured twice captures again, and one that used KalSetJobControlMode mode 2 does
+        /// not call mode 1 after this.</summary>
+        /// <param name="first">not read.</param>
+        /// <param name="handle">printer handle.</param>
+        /// <returns>KAL_OKAY: released, also when the service fails; DEVERR_INVHANDLE: the handle was not captured;
+        /// KAL_FAIL: no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleaseAlertsLM(ushort first, ushort handle);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleaseJobs();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalClose instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleasePort();
@@ -605,18 +691,18 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleasePortLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleaseQueues();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalRetrieveData();
 
         /// <summary>Sends one bidirectional request to a printer and returns its response. Opens and closes the handle
-        /// by itself.</summary>
+        /// by itself. After a failed exchange the whole response buffer is zero.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="third">not read.</param>
@@ -628,23 +714,42 @@ namespace Kal
         /// received).</param>
         /// <param name="data">bytes to append or, for 170, to send; may be null.</param>
         /// <param name="dataLength">number of those bytes.</param>
-        /// <returns>KAL_OKAY; KAL_INVALID_FUNCTION (-15: no such request; the service was not asked); DEVERR_INVHANDLE
-        /// (the handle cannot be opened, or service code 6); KAL_MOREDATA (122; *responseSize is the needed size when
-        /// the service told it); KAL_PRNBUSY (1); DEVERR_READFAIL (1460); KAL_FAIL for every other code and when no
-        /// binding exists. After a failed exchange the whole response buffer is zero.</returns>
+        /// <returns>KAL_OKAY: the response is in the buffer; KAL_INVALID_FUNCTION: there is no such request; the
+        /// service was not asked; DEVERR_INVHANDLE: the handle cannot be opened, or the service does not know it (6);
+        /// KAL_MOREDATA: the response is longer (122); *responseSize is the needed size when the service told it;
+        /// KAL_PRNBUSY: the printer is busy with another request (1); DEVERR_READFAIL: the printer did not answer in
+        /// time (1460); KAL_FAIL: every other code; null data with a length for 170; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSendBidi(ushort first, ushort handle, ushort third, ushort function,
             [Out] byte[] response, ref uint responseSize, [In] byte[] data, ushort dataLength);
 
-        /// <summary>Alias of KalSendBidi.</summary>
-        /// <returns>as KalSendBidi.</returns>
+        /// <summary>Alias of KalSendBidi. Opens and closes the handle by itself. After a failed exchange the whole
+        /// response buffer is zero.</summary>
+        /// <param name="first">not read.</param>
+        /// <param name="handle">printer handle.</param>
+        /// <param name="third">not read.</param>
+        /// <param name="function">0 to 181: the stored request of that code, with the caller's data appended when it
+        /// fits into 512 bytes together; 170: the caller's data as it stands.</param>
+        /// <param name="response">receives the response, without its five-byte head unless function is 170; may be
+        /// null.</param>
+        /// <param name="responseSize">in: bytes of response; out: bytes received; may be null (then nothing is
+        /// received).</param>
+        /// <param name="data">bytes to append or, for 170, to send; may be null.</param>
+        /// <param name="dataLength">number of those bytes.</param>
+        /// <returns>KAL_OKAY: the response is in the buffer; KAL_INVALID_FUNCTION: there is no such request; the
+        /// service was not asked; DEVERR_INVHANDLE: the handle cannot be opened, or the service does not know it (6);
+        /// KAL_MOREDATA: the response is longer (122); *responseSize is the needed size when the service told it;
+        /// KAL_PRNBUSY: the printer is busy with another request (1); DEVERR_READFAIL: the printer did not answer in
+        /// time (1460); KAL_FAIL: every other code; null data with a length for 170; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSendBidiLM(ushort first, ushort handle, ushort third, ushort function,
             [Out] byte[] response, ref uint responseSize, [In] byte[] data, ushort dataLength);
 
-        /// <summary>Stores a name for the client.</summary>
-        /// <param name="name">at most 260 characters are kept; null changes nothing. Nothing in the library reads the
-        /// name. Never blocks.</param>
+        /// <summary>Stores a name for the client. Nothing in the library reads it.</summary>
+        /// <param name="name">zero-terminated, at most 260 characters are kept; null changes nothing.</param>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalSetClientName([MarshalAs(UnmanagedType.LPStr)] string name);
 
@@ -654,7 +759,8 @@ namespace Kal
         /// <param name="third">not read.</param>
         /// <param name="fourth">not read.</param>
         /// <param name="seconds">time in seconds, 0 to 65535.</param>
-        /// <returns>KAL_OKAY, also when the service refuses the value; KAL_FAIL only when no binding exists.</returns>
+        /// <returns>KAL_OKAY: the service was asked, whatever it said; KAL_FAIL: no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetEndOfJobMode(ushort first, ushort handle, ushort third, ushort fourth,
             ushort seconds);
@@ -663,8 +769,9 @@ namespace Kal
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="jobId">job id, 1 or more.</param>
-        /// <returns>KAL_OKAY; KAL_FAIL for a job id below 1 (the service is not asked), for every code of the service
-        /// but 0 and when no binding exists.</returns>
+        /// <returns>KAL_OKAY: the service took the job id; KAL_FAIL: a job id below 1 (the service is not asked); every
+        /// code of the service but 0; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobCancelMode(ushort first, ushort handle, int jobId);
 
@@ -675,13 +782,14 @@ namespace Kal
         /// <param name="handle">printer handle.</param>
         /// <param name="mode">2: open the handle and start notifications; 1: stop them and close the handle; 128:
         /// refused; any other value does nothing.</param>
-        /// <returns>KAL_OKAY, also for most failures of the service; DEVERR_INVHANDLE (mode 2: the handle cannot be
-        /// opened, or the service answers 1); DEVERR_CONNECT (service code 2); KAL_FAIL for mode 128 and when no
-        /// binding exists.</returns>
+        /// <returns>KAL_OKAY: done, or the service answered with a code that counts as such: all but 1 and 2;
+        /// DEVERR_INVHANDLE: mode 2: the handle cannot be opened; both modes: the service answered 1; DEVERR_CONNECT:
+        /// the service cannot find the device (2); KAL_FAIL: mode 128; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobControlMode(ushort first, ushort handle, uint mode);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobStatus();
@@ -691,13 +799,14 @@ namespace Kal
         /// <param name="handle">printer handle.</param>
         /// <param name="key">zero-terminated key; not null.</param>
         /// <param name="value">zero-terminated value; not null.</param>
-        /// <returns>KAL_OKAY, also when the service refuses it; KAL_FAIL for a null key or value and when no binding
+        /// <returns>KAL_OKAY: the service was asked, whatever it said; KAL_FAIL: a null key or value; no binding
         /// exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobStringPrinter(ushort first, ushort handle,
             [MarshalAs(UnmanagedType.LPStr)] string key, [MarshalAs(UnmanagedType.LPStr)] string value);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetNetInfo();
@@ -707,12 +816,12 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetNetInfoLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalCaptureAlerts instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetPollingInterval();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetQueueStatus();
@@ -722,25 +831,36 @@ namespace Kal
         /// <param name="portType">port-type code (NETTYPE value, 0 or 4095 for any); must fit the handle's bits 11 to
         /// 14.</param>
         /// <param name="documentName">zero-terminated name shown by the service; null for none.</param>
-        /// <returns>KAL_OKAY; DEVERR_PROTOCOL (the port type does not fit the handle; the service was not asked);
-        /// KAL_PRNBUSY (170); DEVERR_CONNECT (1168); DEVERR_INVHANDLE (6); KAL_FAIL for every other code (among them 1:
-        /// the handle was not opened) and when no binding exists.</returns>
+        /// <returns>KAL_OKAY: the job has begun; DEVERR_PROTOCOL: the port type does not fit the handle; the service
+        /// was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the device cannot be
+        /// found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code (among
+        /// them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartDoc(ushort handle, uint portType,
             [MarshalAs(UnmanagedType.LPStr)] string documentName);
 
         /// <summary>Alias of KalStartDoc.</summary>
-        /// <returns>as KalStartDoc.</returns>
+        /// <param name="handle">open printer handle.</param>
+        /// <param name="portType">port-type code (NETTYPE value, 0 or 4095 for any); must fit the handle's bits 11 to
+        /// 14.</param>
+        /// <param name="documentName">zero-terminated name shown by the service; null for none.</param>
+        /// <returns>KAL_OKAY: the job has begun; DEVERR_PROTOCOL: the port type does not fit the handle; the service
+        /// was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the device cannot be
+        /// found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code (among
+        /// them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartDocLM(ushort handle, uint portType,
             [MarshalAs(UnmanagedType.LPStr)] string documentName);
 
         /// <summary>No server is needed.</summary>
-        /// <returns>1: a boolean true, not KAL_FAIL. Never blocks.</returns>
+        /// <returns>1: a boolean true, not KAL_FAIL.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartRpcServer();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: the log is switched on by its settings (docs/logging.md).</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartTrace();
@@ -750,7 +870,7 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartTraceLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: the log is switched on by its settings (docs/logging.md).</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStopTrace();
@@ -760,45 +880,67 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStopTraceLM();
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported; nothing takes its place.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStoreData();
 
-        /// <summary>Nothing is uninstalled here.</summary>
-        /// <returns>KAL_OKAY, always. Never blocks.</returns>
+        /// <summary>Nothing is uninstalled here: the service has an installer of its own.</summary>
+        /// <returns>KAL_OKAY, always.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalUninstallORX();
 
         /// <summary>Gives one registration back; the last one destroys the binding (open handles included) and the
-        /// logger.</summary>
-        /// <param name="first">not read. Serialised with the other registration exports. Not guarded against one call
-        /// too many: the count then wraps and the next KalRegisterApp only brings it back to 0.</param>
+        /// logger. Not guarded against one call too many: the count then wraps and the next KalRegisterApp only brings
+        /// it back to 0.</summary>
+        /// <param name="first">not read.</param>
+        /// <remarks>Threads: Any. Serialised with the other registration exports. Waits for alerts and notifications
+        /// that are being posted, not for exports that still run.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalUnregisterApp(ushort first);
 
         /// <summary>Alias of KalUnregisterApp. Needs a registered application: it opens a trace, which KalUnregisterApp
-        /// does not.</summary>
+        /// does not. Not guarded against one call too many: the count then wraps and the next KalRegisterApp only
+        /// brings it back to 0.</summary>
+        /// <param name="first">not read.</param>
+        /// <remarks>Threads: Any. Serialised with the other registration exports. Waits for alerts and notifications
+        /// that are being posted, not for exports that still run.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalUnregisterAppLM(ushort first);
 
-        /// <summary>Sends document data.</summary>
+        /// <summary>Sends document data. Nothing is retried: when the service's buffer is full (service code 122) the
+        /// call waits 2000 ms and answers KAL_FAIL; offering the bytes again is the application's part.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle with a started job.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <param name="data">the bytes, not copied by the library; not null.</param>
+        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null.</param>
         /// <param name="byteCount">in: bytes to send; out: bytes that the service took (may be fewer: send the rest
         /// again).</param>
-        /// <returns>KAL_OKAY; DEVERR_PROTOCOL (port type does not fit, or service code 50); DEVERR_CONNECT (1168);
-        /// DEVERR_INVHANDLE (6); KAL_FAIL for every other code, busy (170) included, for a null pointer and when no
-        /// binding exists. Blocks for 2000 ms more when the service's buffer is full (122) and then answers KAL_FAIL;
-        /// nothing is retried.</returns>
+        /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type does not fit the handle, or
+        /// the device refused the write (service code 50); DEVERR_CONNECT: the device cannot be found (1168);
+        /// DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code, busy (170) included;
+        /// a null pointer; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service takes the data, and for 2000 ms more when its buffer is
+        /// full.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalWrite(ushort first, ushort handle, uint portType, [In] byte[] data,
             ref uint byteCount);
 
-        /// <summary>Alias of KalWrite.</summary>
-        /// <returns>as KalWrite.</returns>
+        /// <summary>Alias of KalWrite. Nothing is retried: when the service's buffer is full (service code 122) the
+        /// call waits 2000 ms and answers KAL_FAIL; offering the bytes again is the application's part.</summary>
+        /// <param name="first">not read.</param>
+        /// <param name="handle">open printer handle with a started job.</param>
+        /// <param name="portType">as for KalStartDoc.</param>
+        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null.</param>
+        /// <param name="byteCount">in: bytes to send; out: bytes that the service took (may be fewer: send the rest
+        /// again).</param>
+        /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type does not fit the handle, or
+        /// the device refused the write (service code 50); DEVERR_CONNECT: the device cannot be found (1168);
+        /// DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code, busy (170) included;
+        /// a null pointer; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks while the service takes the data, and for 2000 ms more when its buffer is
+        /// full.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalWriteLM(ushort first, ushort handle, uint portType, [In] byte[] data,
             ref uint byteCount);
@@ -808,21 +950,23 @@ namespace Kal
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle with a started job.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <param name="data">the bytes.</param>
+        /// <param name="data">the bytes, *byteCount of them; not null.</param>
         /// <param name="byteCount">in: bytes to send; out: bytes that the service took.</param>
         /// <param name="sixth">not used.</param>
         /// <returns>as KalWrite.</returns>
+        /// <remarks>Threads: Any. Blocks as KalWrite does.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalWriteOverlapped(ushort first, ushort handle, uint portType, [In] byte[] data,
             ref uint byteCount, uint sixth);
 
-        /// <summary>Unsupported.</summary>
+        /// <summary>Unsupported: use KalWrite instead.</summary>
         /// <returns>KAL_FAIL, always.</returns>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalWriteUNI();
 
         /// <summary>Does nothing; kept for applications that call it.</summary>
         /// <returns>1 (true), always.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int Uninitialize();
     }
