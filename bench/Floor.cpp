@@ -1,13 +1,11 @@
-// Each export against its floor: both in one process, batch about batch, so that a machine whose speed drifts does not
-// matter. What counts is the median of the ratios.
+// Each export against its floor, both in one process. What counts is the median of the ratios.
 
 #include "bench/BenchLibrary.h"
 #include "bench/FloorWork.h"
+#include "bench/Timing.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -16,66 +14,18 @@
 namespace {
 
 using bench::BenchLibrary;
+using bench::Comparison;
 using bench::FloorWork;
 using bench::LogState;
-using Clock = std::chrono::steady_clock;
 
 constexpr uint16_t handle = 3;
-constexpr int rounds = 61;
+constexpr double blockMicroseconds = 150'000;
 
 struct Pair {
     std::string name;
     std::function<void()> subject;
     std::function<void()> floor;
-    double worthOfOne = 1; ///< units of work a call stands for (printers, for an enumeration)
 };
-
-/// Microseconds that count calls take.
-double timeOf(const std::function<void()> &call, int count) {
-    const auto start = Clock::now();
-    for (int each = 0; each < count; ++each) {
-        call();
-    }
-    return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
-}
-
-double quantile(std::vector<double> values, double part) {
-    std::ranges::sort(values);
-    return values[static_cast<size_t>(part * static_cast<double>(values.size() - 1))];
-}
-
-struct Measured {
-    double subject; ///< microseconds a call, median
-    double floor;
-    double ratio; ///< median of the rounds' ratios
-    double low;   ///< quartiles of the ratios
-    double high;
-};
-
-Measured measure(const Pair &pair, const std::function<void()> &betweenBatches) {
-    constexpr double batchMicroseconds = 4000;
-    timeOf(pair.subject, 2);
-    timeOf(pair.floor, 2);
-    const double once = timeOf(pair.floor, 4) / 4;
-    const int count = std::clamp(static_cast<int>(batchMicroseconds / (once + 0.01)), 1, 20000);
-    std::vector<double> subjects;
-    std::vector<double> floors;
-    std::vector<double> ratios;
-    for (int round = 0; round < rounds; ++round) {
-        double subject = 0;
-        double floor = 0;
-        // Who comes first alternates: the second finds warmer caches.
-        for (const bool isSubject : {round % 2 == 0, round % 2 != 0}) {
-            betweenBatches();
-            (isSubject ? subject : floor) = timeOf(isSubject ? pair.subject : pair.floor, count) / count;
-        }
-        subjects.push_back(subject);
-        floors.push_back(floor);
-        ratios.push_back(subject / floor);
-    }
-    return {quantile(subjects, 0.5), quantile(floors, 0.5), quantile(ratios, 0.5), quantile(ratios, 0.25),
-            quantile(ratios, 0.75)};
-}
 
 void drainMessages() {
     MSG message;
@@ -132,7 +82,7 @@ std::vector<Pair> pairs(const BenchLibrary &library, FloorWork &floor, HWND wind
          },
          [&] { floor.sendBidi(handle, request, sizeof request); }},
         {"KalEnumPrinters, 1,000 printers", [=] { enumPrinters(0, NETTYPEUSB, nullptr); },
-         [&] { floor.enumPrinters(); }, 1000},
+         [&] { floor.enumPrinters(); }},
         {"alert to PostMessageA", [callback = BenchLibrary::alertCallback()] { callback(handle, alert, sizeof alert); },
          [&, window] { floor.alert(window, handle, alert, sizeof alert); }},
     };
@@ -156,12 +106,12 @@ int run(const char *resultPath) {
         const uint32_t mask = 1;
         library.get<decltype(KalCaptureAlerts)>("KalCaptureAlerts")(0, handle, &mask, window);
         FloorWork floor(library, state);
-        const auto betweenBatches = [&] {
+        const auto betweenBlocks = [&] {
             drainMessages();
             DeleteFileA(library.logPath().c_str()); // both append to a small file
         };
         for (const Pair &pair : pairs(library, floor, window, state)) {
-            const Measured measured = measure(pair, betweenBatches);
+            const Comparison measured = bench::compare(pair.subject, pair.floor, betweenBlocks, blockMicroseconds);
             std::printf("%-12s %-32s %12.2f %12.2f %7.3f %7.3f-%.3f\n", bench::nameOf(state), pair.name.c_str(),
                         measured.floor, measured.subject, measured.ratio, measured.low, measured.high);
             std::fflush(stdout);
@@ -171,7 +121,8 @@ int run(const char *resultPath) {
                                {"libraryMicroseconds", measured.subject},
                                {"ratio", measured.ratio},
                                {"lowerQuartile", measured.low},
-                               {"upperQuartile", measured.high}});
+                               {"upperQuartile", measured.high},
+                               {"calls", measured.calls}});
         }
         library.get<decltype(KalReleaseAlerts)>("KalReleaseAlerts")(0, handle);
         library.get<decltype(KalClose)>("KalClose")(0, handle);
