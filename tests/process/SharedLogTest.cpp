@@ -1,4 +1,5 @@
 // One log, many processes: every line whole, none lost, whoever dies in between.
+#include "tests/process/ChildProcess.h"
 #include "tests/process/LogProcesses.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -6,12 +7,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <map>
 #include <memory>
+#include <random>
 #include <regex>
-#include <set>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,61 +24,6 @@ namespace {
 
 constexpr char libraryName[] = "kalprocess.dll";
 constexpr char logName[] = "kalp.log";
-constexpr DWORD patience = 300000;
-
-class KernelObject {
-  public:
-    explicit KernelObject(HANDLE handle) : handle_(handle) {
-        if (handle == nullptr)
-            throw std::runtime_error("kernel object: " + std::to_string(GetLastError()));
-    }
-    ~KernelObject() { CloseHandle(handle_); }
-    KernelObject(const KernelObject &) = delete;
-    KernelObject &operator=(const KernelObject &) = delete;
-
-    HANDLE get() const { return handle_; }
-    bool wait(DWORD milliseconds) const { return WaitForSingleObject(handle_, milliseconds) == WAIT_OBJECT_0; }
-
-  private:
-    HANDLE handle_;
-};
-
-/// A process of this test program's; ended with the object.
-class Writer {
-  public:
-    explicit Writer(const std::string &arguments) {
-        std::string command = (programFolder() / "log_writer.exe").string() + " " + arguments;
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof startup;
-        PROCESS_INFORMATION information = {};
-        if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                            &information))
-            throw std::runtime_error("cannot start log_writer: " + std::to_string(GetLastError()));
-        CloseHandle(information.hThread);
-        process_ = std::make_unique<KernelObject>(information.hProcess);
-        id_ = information.dwProcessId;
-    }
-    ~Writer() { end(); }
-    Writer(const Writer &) = delete;
-    Writer &operator=(const Writer &) = delete;
-
-    DWORD id() const { return id_; }
-    void end() const {
-        TerminateProcess(process_->get(), 99);
-        process_->wait(patience);
-    }
-    bool isRunning() const { return !process_->wait(0); }
-    DWORD exitCode() const {
-        DWORD code = STILL_ACTIVE;
-        if (process_->wait(patience))
-            GetExitCodeProcess(process_->get(), &code);
-        return code;
-    }
-
-  private:
-    std::unique_ptr<KernelObject> process_;
-    DWORD id_ = 0;
-};
 
 struct Line {
     DWORD process;
@@ -125,9 +71,10 @@ class SharedLog : public testing::Test {
         std::filesystem::copy_file(programFolder() / "kalclient.dll", folder / libraryName);
     }
 
-    Writer &start(int threads, int calls, const std::string &how = "") {
-        writers.push_back(std::make_unique<Writer>(folder.path().string() + " " + libraryName + " " +
-                                                   std::to_string(threads) + " " + std::to_string(calls) + " " + how));
+    ChildProcess &start(int threads, int calls, const std::string &how = "") {
+        writers.push_back(std::make_unique<ChildProcess>("log_writer.exe", folder.path().string() + " " + libraryName +
+                                                                               " " + std::to_string(threads) + " " +
+                                                                               std::to_string(calls) + " " + how));
         return *writers.back();
     }
     /// Lets all processes go when each has said that it is ready.
@@ -147,7 +94,7 @@ class SharedLog : public testing::Test {
                 lines[line.process][line.thread].push_back(line.text);
         return lines;
     }
-    static void expectAllLinesOf(const Writer &writer, const LinesByThread &lines, int threads, int calls) {
+    static void expectAllLinesOf(const ChildProcess &writer, const LinesByThread &lines, int threads, int calls) {
         ASSERT_TRUE(lines.contains(writer.id()));
         EXPECT_EQ(lines.at(writer.id()).size(), static_cast<size_t>(threads));
         const std::vector<std::string> expected = linesOfCalls(calls);
@@ -160,11 +107,19 @@ class SharedLog : public testing::Test {
         }
     }
 
+    /// Of a process that was ended: its lines in order, none left out, up to where it got.
+    static void expectBeginOfCalls(const std::vector<std::string> &texts) {
+        const auto calls = static_cast<int>(texts.size() / linesOfACall + 1);
+        std::vector<std::string> expected = linesOfCalls(calls);
+        expected.resize(texts.size());
+        EXPECT_EQ(texts, expected);
+    }
+
     KernelObject ready{CreateSemaphoreA(nullptr, 0, 1000, sharedName("ready", GetCurrentProcessId()).c_str())};
     KernelObject go{CreateEventA(nullptr, TRUE, FALSE, sharedName("start", GetCurrentProcessId()).c_str())};
     KernelObject holding{CreateEventA(nullptr, TRUE, FALSE, sharedName("holding", GetCurrentProcessId()).c_str())};
     TemporaryFolder folder;
-    std::vector<std::unique_ptr<Writer>> writers;
+    std::vector<std::unique_ptr<ChildProcess>> writers;
 };
 
 } // namespace
@@ -185,12 +140,12 @@ TEST_F(SharedLog, KeepsEveryLineOfEightProcessesWithFourThreads) {
 
 TEST_F(SharedLog, GoesOnWhenAProcessEndsThatHoldsItsLock) {
     constexpr int threads = 2, calls = 20;
-    Writer &stalling = start(1, 1, "stall");
+    ChildProcess &stalling = start(1, 1, "stall");
     ASSERT_TRUE(ready.wait(patience));
     SetEvent(go.get());
     ASSERT_TRUE(holding.wait(patience));
-    const Writer &first = start(threads, calls);
-    const Writer &second = start(threads, calls);
+    const ChildProcess &first = start(threads, calls);
+    const ChildProcess &second = start(threads, calls);
     ASSERT_TRUE(ready.wait(patience));
     ASSERT_TRUE(ready.wait(patience));
     Sleep(200);
@@ -208,12 +163,48 @@ TEST_F(SharedLog, GoesOnWhenAProcessEndsThatHoldsItsLock) {
 
 TEST_F(SharedLog, LosesNothingOfTheOthersWhenAProcessEndsAmidItsLines) {
     constexpr int threads = 4, calls = 60;
-    const Writer &ending = start(threads, 60000);
-    const Writer &staying = start(threads, calls);
+    const ChildProcess &ending = start(threads, 60000);
+    const ChildProcess &staying = start(threads, calls);
     letGo();
     while (log().size() < 20000)
         Sleep(5);
     ending.end();
     ASSERT_EQ(staying.exitCode(), 0u);
     expectAllLinesOf(staying, linesByThread(), threads, calls);
+}
+
+/// Writers that are ended somewhere in their calls, five at a time, beside one that is not.
+TEST_F(SharedLog, HoldsWholeLinesWhereverProcessesEnd) {
+    constexpr int victimsAtOnce = 5, threads = 2, calls = 25;
+    const int ends = numberOfSuddenEnds();
+    const unsigned seed = suddenEndSeed();
+    std::mt19937 random(seed);
+    std::printf("%d sudden ends, seed %u\n", ends, seed);
+    int endedAmidLines = 0;
+    for (int ended = 0; ended < ends; ended += victimsAtOnce) {
+        for (int number = 0; number < victimsAtOnce; ++number)
+            start(threads, 60000);
+        const ChildProcess &staying = start(threads, calls);
+        ASSERT_NO_FATAL_FAILURE(letGo());
+        for (int number = 0; number < victimsAtOnce; ++number) {
+            Sleep(random() % 8);
+            writers[static_cast<size_t>(number)]->end();
+        }
+        ASSERT_EQ(staying.exitCode(), 0u);
+        const LinesByThread lines = linesByThread();
+        expectAllLinesOf(staying, lines, threads, calls);
+        for (int number = 0; number < victimsAtOnce; ++number) {
+            const DWORD victim = writers[static_cast<size_t>(number)]->id();
+            if (!lines.contains(victim))
+                continue;
+            ++endedAmidLines;
+            for (const auto &[thread, texts] : lines.at(victim))
+                expectBeginOfCalls(texts);
+        }
+        ASSERT_FALSE(HasFailure()) << "after " << ended << " ends";
+        writers.clear();
+        std::filesystem::remove(folder / logName);
+    }
+    std::printf("%d of them amid their lines\n", endedAmidLines);
+    EXPECT_GT(endedAmidLines, ends / 4); // else the ends came at the wrong moment and the test shows nothing
 }

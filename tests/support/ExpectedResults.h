@@ -1,0 +1,57 @@
+// What a service may answer, and what each answer means to an application: taken from the description of the interface,
+// not from the library's own tables, so that the two are checked against each other.
+#pragma once
+
+#include "api/kal.h"
+
+#include <cstdint>
+#include <initializer_list>
+#include <utility>
+
+namespace kal::test {
+
+/// Answers worth trying: success, every code that some export tells from the others, and some that none does.
+inline constexpr uint32_t serviceCodes[] = {0, 1, 2, 5, 6, 50, 87, 122, 126, 127, 170, 1168, 1460, 0xFFFFFFFF};
+
+inline constexpr uint32_t libraryMissing = 126;    ///< the binding's own answer when comc.dll cannot be brought up
+inline constexpr uint32_t entryPointMissing = 127; ///< when comc.dll lacks the entry point
+inline constexpr uint32_t handleUnknown = 1;       ///< when the handle is not open
+
+/// From the service's code to the export's result.
+class ExpectedResult {
+  public:
+    constexpr ExpectedResult(std::initializer_list<std::pair<uint32_t, int32_t>> rows, int32_t anyOther)
+        : anyOther_(anyOther) {
+        for (const auto &row : rows)
+            rows_[count_++] = row;
+    }
+    constexpr int32_t operator()(uint32_t code) const {
+        for (int index = 0; index < count_; ++index)
+            if (rows_[index].first == code)
+                return rows_[index].second;
+        return anyOther_;
+    }
+
+  private:
+    std::pair<uint32_t, int32_t> rows_[8];
+    int count_ = 0;
+    int32_t anyOther_;
+};
+
+namespace expected {
+
+// clang-format off
+inline constexpr ExpectedResult standard({{0, 0}, {170, KAL_PRNBUSY}, {1168, DEVERR_CONNECT}, {6, DEVERR_INVHANDLE}}, KAL_FAIL);
+inline constexpr ExpectedResult close({{0, 0}, {1, DEVERR_INVHANDLE}}, KAL_FAIL);
+inline constexpr ExpectedResult write({{0, 0}, {1168, DEVERR_CONNECT}, {50, DEVERR_PROTOCOL}, {6, DEVERR_INVHANDLE}}, KAL_FAIL);
+inline constexpr ExpectedResult plain({{0, 0}}, KAL_FAIL);
+inline constexpr ExpectedResult cache({{0, 0}, {6, DEVERR_INVHANDLE}}, KAL_FAIL);
+inline constexpr ExpectedResult ignored({}, KAL_OKAY);
+inline constexpr ExpectedResult openFirst({{0, 0}}, DEVERR_INVHANDLE); ///< of exports that open before their own work
+inline constexpr ExpectedResult notificationMode({{1, DEVERR_INVHANDLE}, {2, DEVERR_CONNECT}}, KAL_OKAY);
+inline constexpr ExpectedResult bidi({{0, 0}, {122, KAL_MOREDATA}, {6, DEVERR_INVHANDLE}, {1, KAL_PRNBUSY}, {1460, DEVERR_READFAIL}}, KAL_FAIL);
+// clang-format on
+
+} // namespace expected
+
+} // namespace kal::test
