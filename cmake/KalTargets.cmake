@@ -8,6 +8,13 @@ function(kal_optimise target)
   endif()
 endfunction()
 
+# kal_without_exceptions(TARGET): for a module that must not bring the C++ library with it. Exceptions of others still pass.
+function(kal_without_exceptions target)
+  if(NOT MSVC)
+    target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
+  endif()
+endfunction()
+
 # kal_rules(NAME sources...): the part of a folder that decides and does not touch Windows, as a static library of its own
 # that tools and native tests can link alone.
 function(kal_rules name)
@@ -84,4 +91,7 @@ function(kal_test_program name)
   add_test(NAME ${name} COMMAND ${name} "--gtest_output=xml:${PROJECT_BINARY_DIR}/results/${name}.xml"
            WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${name}")
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+  foreach(label ${arg_LABELS})
+    set_property(GLOBAL APPEND PROPERTY kal_${label}_programs ${name})
+  endforeach()
 endfunction()

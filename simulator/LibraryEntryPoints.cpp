@@ -14,8 +14,8 @@ void removeMissingEntryPoints() noexcept {
         const bool isAnyMissing = std::any_of(entryPoints.begin(), entryPoints.end(),
                                               [](const auto &rules) { return isMissing(rules.second); });
         if (isAnyMissing) {
-            spy::removeExports(thisModule, [&](std::string_view name) {
-                const auto found = entryPoints.find(std::string(name));
+            spy::ExportTable(thisModule).remove([&](const char *name) {
+                const auto found = entryPoints.find(name);
                 return found != entryPoints.end() && isMissing(found->second);
             });
         }

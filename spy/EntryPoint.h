@@ -1,6 +1,8 @@
 /// What is known of the entry points of comc.dll: their arguments, and what of the caller's memory belongs to them.
 #pragma once
 
+#include "spy/EntryPointIndex.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -8,9 +10,6 @@
 #include <vector>
 
 namespace spy {
-
-/// Every entry point hands on so many words, which is more than any of them has arguments.
-inline constexpr std::size_t mostWords = 8;
 
 enum class ArgumentKind {
     number,               ///< 32 bits; the client identifier and handles too
@@ -43,16 +42,6 @@ struct EntryPoint {
 
 /// "enum", "alert" or "notification".
 [[nodiscard]] std::string_view callbackName(ArgumentKind kind) noexcept;
-
-/// Indices of the table.
-enum class EntryPointIndex : std::uint32_t {
-#define ORX_ENTRY_POINT(name, client, parameters, arguments) name,
-#include "spy/OrxEntryPoints.inc"
-#undef ORX_ENTRY_POINT
-    count
-};
-
-inline constexpr std::size_t entryPointCount = static_cast<std::size_t>(EntryPointIndex::count);
 
 /// All of them, in the order of EntryPointIndex.
 [[nodiscard]] const std::vector<EntryPoint> &entryPoints();

@@ -3,17 +3,82 @@
 
 #include <windows.h>
 
-#include <functional>
-#include <string_view>
+#include <cstdint>
 
 namespace spy {
 
-/// Takes names out of the directory, so that GetProcAddress no longer finds them, for as long as the module is loaded.
-/// The order of the other names is kept: they are searched by halves.
-/// @return whether the directory could be written
-bool removeExports(HMODULE module, const std::function<bool(std::string_view)> &isToBeRemoved);
+/// The tables of a module's export directory, writable while this lives. They lie behind the directory, in the range of
+/// its entry.
+class ExportTable {
+  public:
+    explicit ExportTable(HMODULE module) noexcept : module_(module) {
+        const auto *const dos = at<IMAGE_DOS_HEADER>(0);
+        const auto *const headers = at<IMAGE_NT_HEADERS>(static_cast<DWORD>(dos->e_lfanew));
+        const auto &entry = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
+        directory_ = at<IMAGE_EXPORT_DIRECTORY>(entry.VirtualAddress);
+        size_ = entry.Size;
+        isWritable_ = VirtualProtect(directory_, size_, PAGE_READWRITE, &before_) != 0;
+    }
+    ~ExportTable() {
+        if (isWritable_) {
+            DWORD ignored = 0;
+            VirtualProtect(directory_, size_, before_, &ignored);
+        }
+    }
+    ExportTable(const ExportTable &) = delete;
+    ExportTable &operator=(const ExportTable &) = delete;
 
-/// Lets names lead to other functions of the same module; null leaves a name as it is. As removeExports otherwise.
-bool redirectExports(HMODULE module, const std::function<const void *(std::string_view)> &targetOf);
+    /// Takes names out, so that GetProcAddress no longer finds them, for as long as the module is loaded. The order of
+    /// the other names is kept: they are searched by halves. @return whether the directory could be written
+    template <class Predicate>
+    bool remove(Predicate isToBeRemoved) const {
+        if (!isWritable_) {
+            return false;
+        }
+        auto *const names = at<DWORD>(directory_->AddressOfNames);
+        auto *const ordinals = at<WORD>(directory_->AddressOfNameOrdinals);
+        DWORD kept = 0;
+        for (DWORD index = 0; index < directory_->NumberOfNames; ++index) {
+            if (!isToBeRemoved(at<const char>(names[index]))) {
+                names[kept] = names[index];
+                ordinals[kept] = ordinals[index];
+                ++kept;
+            }
+        }
+        directory_->NumberOfNames = kept;
+        return true;
+    }
+
+    /// Lets names lead to other functions of the same module; null leaves a name as it is.
+    template <class TargetOf>
+    bool redirect(TargetOf targetOf) const {
+        if (!isWritable_) {
+            return false;
+        }
+        const auto *const names = at<DWORD>(directory_->AddressOfNames);
+        const auto *const ordinals = at<WORD>(directory_->AddressOfNameOrdinals);
+        auto *const functions = at<DWORD>(directory_->AddressOfFunctions);
+        for (DWORD index = 0; index < directory_->NumberOfNames; ++index) {
+            if (const void *const target = targetOf(at<const char>(names[index]))) {
+                const auto distance =
+                    reinterpret_cast<std::uintptr_t>(target) - reinterpret_cast<std::uintptr_t>(module_);
+                functions[ordinals[index]] = static_cast<DWORD>(distance);
+            }
+        }
+        return true;
+    }
+
+  private:
+    template <class Type>
+    [[nodiscard]] Type *at(DWORD offset) const noexcept {
+        return reinterpret_cast<Type *>(reinterpret_cast<std::uintptr_t>(module_) + offset);
+    }
+
+    HMODULE module_;
+    IMAGE_EXPORT_DIRECTORY *directory_ = nullptr;
+    DWORD size_ = 0;
+    DWORD before_ = 0;
+    bool isWritable_ = false;
+};
 
 } // namespace spy

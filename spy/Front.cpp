@@ -1,13 +1,14 @@
 // comc.dll in front of the real one. It has every entry point that the real one has and no other, and hands each call
 // to the recorder, which calls the real one. Without a recorder the calls go straight through.
-#include "spy/EntryPoint.h"
+//
+// Clients load and free comc.dll thousands of times in a process, and what the C++ library sets up a module (storage
+// for each thread, above all) is not given back with it. So nothing of that library is used here.
+#include "spy/EntryPointIndex.h"
 #include "spy/ExportTable.h"
 #include "spy/RecorderInterface.h"
 
-#include <array>
-#include <exception>
-#include <string>
-#include <utility>
+#include <cstddef>
+#include <cstdint>
 
 #include <windows.h>
 
@@ -17,66 +18,76 @@ using spy::AnyFunction;
 
 HMODULE service = nullptr;
 const spy::RecorderInterface *recorder = nullptr;
-std::array<AnyFunction *, spy::entryPointCount> functions{};
+AnyFunction *functions[spy::entryPointCount];
+
+constexpr const char *names[] = {
+#define ORX_ENTRY_POINT(name, client, parameters, arguments) #name,
+#include "spy/OrxEntryPoints.inc"
+#undef ORX_ENTRY_POINT
+};
 
 template <class Function>
 Function *find(HMODULE module, const char *name) noexcept {
     return reinterpret_cast<Function *>(reinterpret_cast<void *>(GetProcAddress(module, name)));
 }
 
-std::wstring folderOf(HMODULE module) {
-    std::wstring name(32768, L'\0');
-    name.resize(GetModuleFileNameW(module, name.data(), static_cast<DWORD>(name.size())));
-    return name.substr(0, name.rfind(L'\\') + 1);
-}
+/// A path. One at a time is made, while the loader lets nobody else in.
+constexpr DWORD longestPath = 32768;
+wchar_t path[longestPath];
 
-void tell(const char *what) noexcept {
-    try {
-        const auto code = std::to_string(GetLastError());
-        OutputDebugStringA((std::string("comc.dll spy: ") + what + ", code " + code + "\n").c_str());
-    } catch (const std::exception &) {
-        // No memory for a message is no reason to change what the client sees.
+/// The path of a file beside this library.
+const wchar_t *beside(HMODULE self, const wchar_t *fileName) noexcept {
+    DWORD length = GetModuleFileNameW(self, path, longestPath);
+    while (length > 0 && path[length - 1] != L'\\') {
+        --length;
     }
+    for (; length < longestPath - 1 && *fileName != 0; ++fileName) {
+        path[length++] = *fileName;
+    }
+    path[length] = 0;
+    return path;
 }
 
 /// KAL_SPY_REAL names the real library, else it is comc-real.dll beside this one.
-HMODULE loadService(HMODULE self, const std::wstring &folder) {
-    std::wstring path(32768, L'\0');
-    path.resize(GetEnvironmentVariableW(L"KAL_SPY_REAL", path.data(), static_cast<DWORD>(path.size())));
-    const HMODULE loaded = LoadLibraryW(path.empty() ? (folder + L"comc-real.dll").c_str() : path.c_str());
+HMODULE loadService(HMODULE self) noexcept {
+    const DWORD length = GetEnvironmentVariableW(L"KAL_SPY_REAL", path, longestPath);
+    const bool isNamed = length > 0 && length < longestPath;
+    const HMODULE loaded = LoadLibraryW(isNamed ? path : beside(self, L"comc-real.dll"));
     if (loaded == self && loaded != nullptr) {
-        FreeLibrary(loaded);
-        SetLastError(ERROR_CIRCULAR_DEPENDENCY);
+        FreeLibrary(loaded); // it would call itself for ever
         return nullptr;
     }
     return loaded;
 }
 
-const spy::RecorderInterface *loadRecorder(const std::wstring &folder) {
-    const HMODULE module = LoadLibraryW((folder + L"comc-recorder.dll").c_str());
+/// A process has one recorder, and so one recording, however many copies of the spy it loads.
+const spy::RecorderInterface *loadRecorder(HMODULE self) noexcept {
+    constexpr const wchar_t *name = L"comc-recorder.dll";
+    HMODULE module = GetModuleHandleW(name);
+    if (module == nullptr) {
+        module = LoadLibraryW(beside(self, name));
+    }
     auto *const ask =
         module == nullptr ? nullptr : find<spy::RecorderInterfaceFunction>(module, spy::recorderInterfaceName);
     const auto *const found = ask == nullptr ? nullptr : ask();
     return found != nullptr && found->size == sizeof(spy::RecorderInterface) ? found : nullptr;
 }
 
-bool attach(HMODULE self) {
-    const auto folder = folderOf(self);
-    service = loadService(self, folder);
+bool attach(HMODULE self) noexcept {
+    service = loadService(self);
     if (service == nullptr) {
-        tell("comc-real.dll, the real library, cannot be loaded");
+        OutputDebugStringA("comc.dll spy: comc-real.dll, the real library, cannot be loaded\n");
         return false;
     }
-    const auto &entryPoints = spy::entryPoints();
-    for (std::size_t index = 0; index < functions.size(); ++index) {
-        functions[index] = find<AnyFunction>(service, entryPoints[index].name.c_str());
+    for (std::size_t index = 0; index < spy::entryPointCount; ++index) {
+        functions[index] = find<AnyFunction>(service, names[index]);
     }
-    spy::removeExports(self, [](std::string_view name) { return GetProcAddress(service, name.data()) == nullptr; });
-    recorder = loadRecorder(folder);
+    spy::ExportTable(self).remove([](const char *name) { return GetProcAddress(service, name) == nullptr; });
+    recorder = loadRecorder(self);
     if (recorder == nullptr) {
-        tell("comc-recorder.dll cannot be loaded, nothing is recorded");
+        OutputDebugStringA("comc.dll spy: comc-recorder.dll cannot be loaded, nothing is recorded\n");
     } else {
-        recorder->loaded(service, functions.data());
+        recorder->loaded(service, functions);
     }
     return true;
 }
@@ -112,11 +123,7 @@ std::uint64_t forward(spy::EntryPointIndex index, const std::uint64_t (&words)[s
 /// loaded it may look names up as soon as this returns.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {
-        try {
-            return attach(module) ? TRUE : FALSE;
-        } catch (const std::exception &) {
-            return FALSE;
-        }
+        return attach(module) ? TRUE : FALSE;
     }
     if (reason == DLL_PROCESS_DETACH && processEnds == nullptr && service != nullptr) {
         detach();

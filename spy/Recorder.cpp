@@ -145,9 +145,8 @@ class Exchange {
     Exchange &operator=(const Exchange &) = delete;
 
     ~Exchange() {
-        if (isBegun_) { // left by an exception, or there was no memory for what was answered
+        if (isBegun_) { // left by an exception, or there was no memory for the outputs
             quietly([&](Recorder &) {
-                end_.raised = std::uncaught_exceptions() > exceptions_;
                 finish();
             });
         }
@@ -171,9 +170,15 @@ class Exchange {
         end_.kind = endKind;
         end_.number = event.number;
         end_.entryPoint = event.entryPoint;
+        end_.raised = true; // until there is an answer
         recorder->setActive(&active_);
         isBegun_ = true;
         recorder->write(std::move(event));
+    }
+
+    void answered(std::uint32_t result) noexcept {
+        end_.raised = false;
+        end_.result = result;
     }
 
     void finish() {
@@ -189,7 +194,6 @@ class Exchange {
   private:
     Active active_{0, nullptr};
     bool isBegun_ = false;
-    const int exceptions_ = std::uncaught_exceptions();
 };
 
 class CallExchange : public Exchange {
@@ -203,7 +207,7 @@ class CallExchange : public Exchange {
     }
 
     void returned(const Words &words, std::uint32_t result, DWORD lastError) {
-        end_.result = result;
+        answered(result);
         if (result != 0) {
             end_.lastError = lastError;
         }
@@ -227,7 +231,7 @@ class CallbackExchange : public Exchange {
     }
 
     void returned(std::uint32_t result) {
-        end_.result = result;
+        answered(result);
         finish();
     }
 };

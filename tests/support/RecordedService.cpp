@@ -41,6 +41,15 @@ std::string readableText(uint64_t address) {
     return {start, strnlen(start, std::min(left, most))};
 }
 
+/// The module that the client loaded: the double itself, or the spy in front of it, for which it was loaded.
+HMODULE frontOf(HMODULE module) {
+    std::string path(MAX_PATH, '\0');
+    path.resize(GetModuleFileNameA(module, path.data(), MAX_PATH));
+    path.replace(path.rfind('\\') + 1, path.npos, "comc.dll");
+    const HMODULE front = GetModuleHandleA(path.c_str());
+    return front != nullptr ? front : module;
+}
+
 } // namespace
 
 const ServiceHost RecordedService::host = {&RecordedService::attached, &RecordedService::detached,
@@ -76,7 +85,7 @@ RecordedService::RecordedService() {
 RecordedService::~RecordedService() {
     // What a test left loaded would hide the next test's first load.
     for (auto left = modules_; !left.empty(); left = modules_)
-        FreeLibrary(left.front());
+        FreeLibrary(frontOf(left.front()));
     const std::lock_guard guard(instanceLock);
     instance = nullptr;
 }
@@ -106,8 +115,10 @@ void RecordedService::lacks(std::string_view entryPoint) {
     const std::lock_guard guard(lock_);
     const auto *name = rowOf(entryPoint).name;
     lacking_.insert(name);
-    for (HMODULE module : modules_)
+    for (HMODULE module : modules_) {
         removeExport(module, name);
+        removeExport(frontOf(module), name); // a spy copies the export directory once, when it is loaded
+    }
 }
 
 void RecordedService::hasAgain(std::string_view entryPoint) {

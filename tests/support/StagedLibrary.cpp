@@ -2,10 +2,24 @@
 
 namespace kal::test {
 
+namespace {
+
+/// What a comc.dll that is the spy needs: the double as the real library beside it, and the recorder, which stays
+/// loaded and therefore comes from the program's folder, not from one that goes away.
+void stageBehindSpy(const TemporaryFolder &folder) {
+    if (std::filesystem::exists(programFolder() / realComcName)) {
+        std::filesystem::copy_file(programFolder() / realComcName, folder / realComcName);
+        LoadLibraryA((programFolder() / "comc-recorder.dll").string().c_str());
+    }
+}
+
+} // namespace
+
 void stageComc(const TemporaryFolder &folder, ComcFile comc) {
-    if (comc == ComcFile::recording)
+    if (comc == ComcFile::recording) {
         std::filesystem::copy_file(programFolder() / "comc.dll", folder / "comc.dll");
-    else if (comc == ComcFile::notALibrary)
+        stageBehindSpy(folder);
+    } else if (comc == ComcFile::notALibrary)
         folder.write("comc.dll", "this is not a library");
 }
 

@@ -27,6 +27,9 @@ enum class ComcFile {
     notALibrary ///< a file of that name that Windows cannot load
 };
 
+/// Where this file lies beside the test program, comc.dll is the spy and this the double behind it.
+inline constexpr const char *realComcName = "comc-real.dll";
+
 /// Puts a comc.dll, or none, into the folder.
 void stageComc(const TemporaryFolder &folder, ComcFile comc);
 

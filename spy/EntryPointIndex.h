@@ -1,0 +1,22 @@
+/// The entry points of comc.dll by number.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace spy {
+
+/// Every entry point hands on so many words, which is more than any of them has arguments.
+inline constexpr std::size_t mostWords = 8;
+
+/// Indices of the table.
+enum class EntryPointIndex : std::uint32_t {
+#define ORX_ENTRY_POINT(name, client, parameters, arguments) name,
+#include "spy/OrxEntryPoints.inc"
+#undef ORX_ENTRY_POINT
+    count
+};
+
+inline constexpr std::size_t entryPointCount = static_cast<std::size_t>(EntryPointIndex::count);
+
+} // namespace spy

@@ -1,0 +1,84 @@
+// comc.dll, the spy, before the recording double, loaded as a client loads it; and what it recorded.
+#pragma once
+
+#include "spy/Recording.h"
+#include "tests/support/RecordedService.h"
+#include "tests/support/StagedLibrary.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kal::test {
+
+/// The recording in a folder that has one.
+inline ::spy::Recording readRecording(const std::filesystem::path &file) {
+    ::spy::RecordingReader reader;
+    std::ifstream lines(file, std::ios::binary);
+    for (std::string line; std::getline(lines, line);) {
+        reader.add(line);
+    }
+    return reader.finish();
+}
+
+inline std::vector<std::filesystem::path> recordingsIn(const std::filesystem::path &folder) {
+    std::vector<std::filesystem::path> found;
+    std::error_code missing;
+    for (const auto &entry : std::filesystem::directory_iterator(folder, missing)) {
+        if (entry.path().extension() == ".jsonl") {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+/// All tests of the program share its recorder, and so its recording: each looks at what came since it began.
+class SpyTest : public testing::Test {
+  protected:
+    SpyTest() : before_(recording().calls.size()), callbacksBefore_(recording().callbacks.size()) {}
+    ~SpyTest() override { unload(); }
+
+    void load() {
+        module = LoadLibraryW((programFolder() / "comc.dll").c_str());
+        ASSERT_NE(module, nullptr) << GetLastError();
+    }
+    void unload() {
+        if (module != nullptr) {
+            FreeLibrary(std::exchange(module, nullptr));
+        }
+    }
+    /// Calls an entry point with 64-bit words, so that all of them can be compared.
+    template <class... Words>
+    std::uint64_t call(const char *name, Words... words) const {
+        return exported<std::uint64_t(Words...)>(module, name)(words...);
+    }
+    static std::uint64_t word(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+
+    static ::spy::Recording recording() {
+        const auto files = recordingsIn(programFolder() / "recordings");
+        return files.empty() ? ::spy::Recording() : readRecording(files.back());
+    }
+    std::vector<::spy::RecordedCall> calls() const {
+        auto all = recording().calls;
+        all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(before_));
+        return all;
+    }
+    std::vector<::spy::RecordedCallback> callbacks() const {
+        auto all = recording().callbacks;
+        all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(callbacksBefore_));
+        return all;
+    }
+
+    RecordedService service;
+    HMODULE module = nullptr;
+
+  private:
+    std::size_t before_;
+    std::size_t callbacksBefore_;
+};
+
+} // namespace kal::test

@@ -1,0 +1,72 @@
+#!/usr/bin/env python3
+"""What the contract suite left when it ran through the spy: recordings_test.py RESULTS FOLDER...
+
+Each suite must have run to its end, which its report in RESULTS shows, with the same tests and results as without the
+spy, where there is a report of that run too. The newest recording in each FOLDER must be whole: a header, lines that are JSON, an end for every call and callback of
+the same thread. Together they must show every entry point, and callbacks of each kind."""
+import json
+import pathlib
+import sys
+import xml.etree.ElementTree as xml
+
+failures = []
+seen_entry_points, seen_callbacks, calls = set(), set(), 0
+
+
+def examine(path: pathlib.Path) -> None:
+    global calls
+    lines = path.read_bytes().split(b"\n")
+    if lines.pop() != b"":
+        failures.append(f"{path}: the last line has no end")
+    header, *events = map(json.loads, lines)
+    if header.get("recording") != "comc.dll" or header.get("format") != 1:
+        failures.append(f"{path}: no header")
+    begun, time = {}, 0
+    for event in events:
+        if event["event"] == "bytes":
+            continue
+        if event["time"] < time:
+            failures.append(f"{path}: event {event['number']} is earlier than the one before it")
+        time = event["time"]
+        if event["event"] in ("call", "callback"):
+            begun[event["number"]] = event
+        elif event["event"] in ("return", "callbackReturn"):
+            begin = begun.pop(event["number"], None)
+            if begin is None or begin["thread"] != event["thread"] or begin.get("entryPoint") != event.get("entryPoint"):
+                failures.append(f"{path}: the end {event['number']} has no beginning")
+        if event["event"] == "call":
+            seen_entry_points.add(event["entryPoint"])
+            calls += 1
+        elif event["event"] == "callback":
+            seen_callbacks.add(event["kind"])
+    for number in begun:
+        failures.append(f"{path}: {number} has no end")
+
+
+def results(report: pathlib.Path) -> dict[str, bool]:
+    cases = xml.parse(report).getroot().iter("testcase")
+    return {f"{case.get('classname')}.{case.get('name')}": case.find("failure") is None for case in cases}
+
+
+reports = pathlib.Path(sys.argv[1])
+for folder in map(pathlib.Path, sys.argv[2:]):
+    suite = folder.parent.name.removeprefix("spied_")
+    through, direct = reports / f"spied_{suite}.xml", reports / f"{suite}.xml"
+    if not through.exists():
+        failures.append(f"{suite} did not come to its end")
+    elif direct.exists() and direct.stat().st_mtime > folder.parent.joinpath("staged").stat().st_mtime:
+        ours, theirs = results(through), results(direct)
+        failures += [f"{name} ends otherwise through the spy" for name in theirs if ours.get(name) != theirs[name]]
+    recordings = sorted(folder.glob("*.jsonl"), key=lambda path: path.stat().st_mtime)
+    if not recordings:
+        failures.append(f"{folder}: no recording, the calls did not go through the spy")
+        continue
+    for old in recordings[:-1]:
+        old.unlink()
+    examine(recordings[-1])
+if len(seen_entry_points) != 90:
+    failures.append(f"{len(seen_entry_points)} entry points were seen, there are 90")
+if seen_callbacks != {"enum", "alert", "notification"}:
+    failures.append(f"callbacks were seen of {sorted(seen_callbacks)} only")
+print("\n".join(failures) or f"{calls} calls of {len(seen_entry_points)} entry points in {len(sys.argv) - 2} recordings: whole.")
+sys.exit(bool(failures))
