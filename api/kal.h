@@ -695,7 +695,7 @@ KAL_API int32_t KalQueryPrinterStatus(uint16_t first, uint16_t handle, uint16_t 
  * @par Threads
  * Any. Blocks while the service answers.
  * @par Log line
- * `-KalSendBidi() handle=3 function=1 rc=KAL_OKAY, response=64 65 66`
+ * `-KalSendBidi() handle=3 function=1 rc=KAL_OKAY, response=72 65 61 64 79`
  * @par Example
  * @snippet bidi.c KalSendBidi
  */

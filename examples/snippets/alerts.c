@@ -36,6 +36,6 @@ int is_printing(uint16_t handle) {
     KalPrinterStatusRecord status;
     uint32_t needed = 0;
     const int32_t result = KalQueryPrinterStatus(0, handle, 0, &status, sizeof status, &needed);
-    return result == KAL_OKAY ? (int)status.isPrinting : -1;
+    return result == KAL_OKAY ? status.isPrinting != 0 : -1;
 }
 /* [KalQueryPrinterStatus] */

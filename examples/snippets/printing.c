@@ -1,16 +1,13 @@
 /* Print jobs. */
 #include "snippets.h"
 
-#include <string.h>
-
 /* [KalStartDoc] */
 /* A job from its beginning to its end, on a printer that is open. */
-int32_t print_text(uint16_t handle, const char *text) {
+int32_t print_text(uint16_t handle, const char *text, uint32_t left) {
     int32_t result = KalStartDoc(handle, KAL_PORT_TYPE_ANY, "A letter");
     if (result != KAL_OKAY) { /* never "below 0": KAL_FAIL is positive */
         return result;
     }
-    uint32_t left = (uint32_t)strlen(text);
     while (result == KAL_OKAY && left > 0) {
         uint32_t count = left; /* in: bytes offered; out: bytes taken */
         result = KalWrite(0, handle, KAL_PORT_TYPE_ANY, text, &count);

@@ -23,7 +23,7 @@ int end_of_an_older_program(void);
 int32_t open_patiently(uint16_t handle);
 void close_wholly(uint16_t handle);
 
-int32_t print_text(uint16_t handle, const char *text);
+int32_t print_text(uint16_t handle, const char *text, uint32_t left);
 int32_t send_some(uint16_t handle, const char *data, uint32_t *size);
 int32_t send_as_older_programs_do(uint16_t handle, const void *data, uint32_t size);
 int32_t end_or_cancel(uint16_t handle);
