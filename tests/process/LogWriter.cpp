@@ -3,6 +3,9 @@
 //   log_writer FOLDER LIBRARY THREADS CALLS         every thread makes its calls, numbered by their handle from 1 on
 //   log_writer FOLDER LIBRARY THREADS CALLS stall   as before, until the first line is to be written: then it stays
 //                                                   there, with the log's lock held, and says so by the event "holding"
+//   log_writer FOLDER LIBRARY THREADS CALLS pause   as before, resting after each step of writing a line, so that an
+//   end
+//                                                   from outside finds it between any two of them
 #include "api/kal.h"
 #include "tests/process/LogProcesses.h"
 #include "tests/support/ImportHook.h"
@@ -29,6 +32,32 @@ BOOL stall(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED) {
     Sleep(INFINITE);
     return FALSE;
 }
+
+/// A system call that is followed by a rest while this lives.
+template <ImportName Name, typename Result, typename... Arguments>
+class RestingCall {
+  public:
+    explicit RestingCall(HMODULE library)
+        : hook_(library, [this](Arguments... arguments) {
+              const Result result = hook_.original(arguments...);
+              const DWORD error = GetLastError();
+              Sleep(1);
+              SetLastError(error);
+              return result;
+          }) {}
+
+  private:
+    ImportHook<Name, Result(Arguments...)> hook_;
+};
+
+struct RestingSteps {
+    explicit RestingSteps(HMODULE library) : open(library), seek(library), write(library), release(library) {}
+
+    RestingCall<"CreateFileA", HANDLE, LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE> open;
+    RestingCall<"SetFilePointer", DWORD, HANDLE, LONG, PLONG, DWORD> seek;
+    RestingCall<"WriteFile", BOOL, HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED> write;
+    RestingCall<"ReleaseMutex", BOOL, HANDLE> release;
+};
 
 /// Says that this process is ready and waits until all are.
 void waitForTheStart() {
@@ -60,8 +89,12 @@ int main(int argumentCount, char **arguments) {
     if (library == nullptr)
         return 3;
     std::unique_ptr<WriteFileHook> stalling;
-    if (argumentCount > 5)
+    std::unique_ptr<RestingSteps> resting;
+    const std::string how = argumentCount > 5 ? arguments[5] : "";
+    if (how == "stall")
         stalling = std::make_unique<WriteFileHook>(library, stall);
+    else if (how == "pause")
+        resting = std::make_unique<RestingSteps>(library);
 
     waitForTheStart();
     exported<decltype(KalRegisterApp)>(library, "KalRegisterApp")(0);

@@ -173,7 +173,8 @@ TEST_F(SharedLog, LosesNothingOfTheOthersWhenAProcessEndsAmidItsLines) {
     expectAllLinesOf(staying, linesByThread(), threads, calls);
 }
 
-/// Writers that are ended somewhere in their calls, five at a time, beside one that is not.
+/// Writers that are ended somewhere in their calls, five at a time, beside one that is not. Some of them rest between
+/// the steps of writing a line, or hardly an end would find them there.
 TEST_F(SharedLog, HoldsWholeLinesWhereverProcessesEnd) {
     constexpr int victimsAtOnce = 5, threads = 2, calls = 25;
     const int ends = numberOfSuddenEnds();
@@ -183,7 +184,7 @@ TEST_F(SharedLog, HoldsWholeLinesWhereverProcessesEnd) {
     int endedAmidLines = 0;
     for (int ended = 0; ended < ends; ended += victimsAtOnce) {
         for (int number = 0; number < victimsAtOnce; ++number)
-            start(threads, 60000);
+            start(threads, 60000, number % 2 == 0 ? "pause" : "");
         const ChildProcess &staying = start(threads, calls);
         ASSERT_NO_FATAL_FAILURE(letGo());
         for (int number = 0; number < victimsAtOnce; ++number) {
