@@ -93,6 +93,10 @@ OrxAlertCallback BenchLibrary::alertCallback() {
     return reinterpret_cast<OrxAlertCallback (*)()>(find(GetModuleHandleA("comc.dll"), "BenchAlertCallback"))();
 }
 
+void BenchLibrary::setPrinterCount(uint32_t count) {
+    reinterpret_cast<void (*)(uint32_t)>(find(GetModuleHandleA("comc.dll"), "BenchSetPrinterCount"))(count);
+}
+
 OrxNotificationCallback BenchLibrary::notificationCallback() {
     return reinterpret_cast<OrxNotificationCallback (*)()>(
         find(GetModuleHandleA("comc.dll"), "BenchNotificationCallback"))();

@@ -39,6 +39,9 @@ class BenchLibrary {
     [[nodiscard]] static OrxAlertCallback alertCallback();
     [[nodiscard]] static OrxNotificationCallback notificationCallback();
 
+    /// How many printers the service finds from now on; comc.dll must be loaded.
+    static void setPrinterCount(uint32_t count);
+
     [[nodiscard]] const std::string &logPath() const noexcept { return logPath_; }
     [[nodiscard]] const std::string &settingsKey() const noexcept { return settingsKey_; }
 

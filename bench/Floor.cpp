@@ -95,7 +95,6 @@ std::vector<Pair> pairs(const BenchLibrary &library, FloorWork &floor, HWND wind
 }
 
 int run(const char *resultPath) {
-    SetEnvironmentVariableA("KAL_BENCH_PRINTERS", "1000");
     BenchLibrary library;
     const HWND window = makeMessageWindow();
     auto results = nlohmann::json::array();
@@ -103,6 +102,7 @@ int run(const char *resultPath) {
     for (const LogState state : bench::logStates) {
         library.enter(state);
         library.get<decltype(KalOpen)>("KalOpen")(0, handle, 0);
+        BenchLibrary::setPrinterCount(1000);
         const uint32_t mask = 1;
         library.get<decltype(KalCaptureAlerts)>("KalCaptureAlerts")(0, handle, &mask, window);
         FloorWork floor(library, state);

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <atomic>
 #include <cstdio>
 
 namespace tool {
@@ -22,7 +23,10 @@ HANDLE interruptionEvent() {
     return event;
 }
 
+std::atomic<bool> isInterrupted = false; ///< as the event, for those who ask often and wait for nothing
+
 BOOL WINAPI noteInterruption(DWORD /*kind*/) {
+    isInterrupted = true;
     SetEvent(interruptionEvent());
     return TRUE;
 }
@@ -80,6 +84,7 @@ void StatusLine::clear() {
 
 Interruption::Interruption() {
     ResetEvent(interruptionEvent());
+    isInterrupted = false;
     SetConsoleCtrlHandler(noteInterruption, TRUE);
 }
 
@@ -88,7 +93,7 @@ Interruption::~Interruption() {
 }
 
 bool Interruption::requested() const {
-    return WaitForSingleObject(event(), 0) == WAIT_OBJECT_0;
+    return isInterrupted;
 }
 
 HANDLE Interruption::event() const noexcept {

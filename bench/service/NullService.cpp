@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -20,16 +19,7 @@ void fill(char *buffer, uint32_t size, uint32_t *length, const char *text) {
     *length = needed;
 }
 
-/// Printers that an enumeration finds; KAL_BENCH_PRINTERS says how many.
-uint32_t printerCount() {
-    static const uint32_t count = [] {
-        char text[16] = {};
-        return GetEnvironmentVariableA("KAL_BENCH_PRINTERS", text, sizeof text) == 0
-                   ? 1u
-                   : static_cast<uint32_t>(std::strtoul(text, nullptr, 10));
-    }();
-    return count;
-}
+uint32_t printerCount = 1; ///< that an enumeration finds
 
 } // namespace
 
@@ -77,7 +67,7 @@ EXPORT uint32_t OrxDiscovery(uint32_t, const char *, const char *) {
     return 0;
 }
 EXPORT uint32_t OrxEnumPrinters(uint32_t, const char *, const char *, OrxEnumCallback callback) {
-    for (uint32_t printer = 0; printer < printerCount(); ++printer) {
+    for (uint32_t printer = 0; printer < printerCount; ++printer) {
         callback(printer & 0xFFFF);
     }
     return 0;
@@ -136,7 +126,10 @@ EXPORT uint32_t OrxUnregisterForNotificationsPrinter(uint32_t, uint32_t) {
     return 0;
 }
 
-/// For the benches: what was registered.
+/// For the benches.
+EXPORT void BenchSetPrinterCount(uint32_t count) {
+    printerCount = count;
+}
 EXPORT OrxAlertCallback BenchAlertCallback() {
     return alertCallback;
 }
