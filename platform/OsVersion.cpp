@@ -16,7 +16,9 @@ bool readVersion(OSVERSIONINFOEXA &record) noexcept {
     return GetVersionExA(reinterpret_cast<OSVERSIONINFOA *>(&record)) != 0;
 }
 
-[[maybe_unused]] const OsVersion &madeAtLoad = OsVersion::instance();
+// Not local to instance(): the GNU library guards a local one by means of a slot of thread-local storage that stays
+// taken when the DLL is unloaded, and a process has about a thousand of them.
+const OsVersion madeAtLoad;
 
 } // namespace
 
@@ -60,8 +62,7 @@ bool OsVersion::is64BitWindows() noexcept {
 }
 
 const OsVersion &OsVersion::instance() {
-    static const OsVersion version;
-    return version;
+    return madeAtLoad;
 }
 
 } // namespace kal
