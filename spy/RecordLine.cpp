@@ -86,6 +86,15 @@ void requireEntryPoint(const std::string &name) {
     }
 }
 
+void requireCallback(const std::string &kind) {
+    constexpr ArgumentKind known[] = {ArgumentKind::enumCallback, ArgumentKind::alertCallback,
+                                      ArgumentKind::notificationCallback};
+    if (std::none_of(std::begin(known), std::end(known),
+                     [&](ArgumentKind each) { return callbackName(each) == kind; })) {
+        throw RecordingError("there is no callback \"" + kind + "\"");
+    }
+}
+
 } // namespace
 
 std::string hexadecimal(const void *bytes, std::size_t count) {
@@ -213,6 +222,7 @@ RecordEvent parseLine(std::string_view line) {
     if (event.kind == EventKind::callback) {
         event.callback = require<std::uint32_t>(json, "callback");
         event.callbackKind = require<std::string>(json, "kind");
+        requireCallback(event.callbackKind);
     }
     if (event.kind == EventKind::callReturn || event.kind == EventKind::callbackReturn) {
         event.raised = find<bool>(json, "raised").value_or(false);

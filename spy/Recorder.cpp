@@ -146,9 +146,7 @@ class Exchange {
 
     ~Exchange() {
         if (isBegun_) { // left by an exception, or there was no memory for the outputs
-            quietly([&](Recorder &) {
-                finish();
-            });
+            quietly([&](Recorder &) { finish(); });
         }
     }
 

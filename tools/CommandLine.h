@@ -44,6 +44,7 @@ void addBidiCommand(CLI::App &program, Invocation &invocation);
 void addWatchCommand(CLI::App &program, Invocation &invocation);
 void addJobCommands(CLI::App &program, Invocation &invocation);
 void addLogCommands(CLI::App &program, Invocation &invocation);
+void addSpyCommands(CLI::App &program, Invocation &invocation);
 void addDoctorCommand(CLI::App &program, Invocation &invocation);
 
 } // namespace tool

@@ -39,6 +39,7 @@ void addCommands(CLI::App &program, Invocation &invocation) {
     addWatchCommand(program, invocation);
     addJobCommands(program, invocation);
     addLogCommands(program, invocation);
+    addSpyCommands(program, invocation);
     addDoctorCommand(program, invocation);
 }
 

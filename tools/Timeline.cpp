@@ -1,6 +1,5 @@
 #include "tools/Timeline.h"
 
-#include "tools/JsonText.h"
 #include "tools/NumberText.h"
 
 #include <algorithm>
@@ -13,10 +12,9 @@ using Json = nlohmann::ordered_json;
 
 } // namespace
 
-Timeline::Timeline(Sink sink) : sink_(std::move(sink)) {
-    sink_("{\"displayTimeUnit\":\"ms\",\"otherData\":{\"clock\":\"The log has milliseconds; lines of one millisecond "
-          "stand one microsecond apart, in their order.\"},\"traceEvents\":[");
-}
+Timeline::Timeline(Sink sink)
+    : document_(std::move(sink),
+                "The log has milliseconds; lines of one millisecond stand one microsecond apart, in their order.") {}
 
 void Timeline::add(std::string_view rawLine) {
     const auto line = parseLogLine(rawLine);
@@ -47,7 +45,7 @@ void Timeline::add(std::string_view rawLine) {
 
 void Timeline::finish() {
     writeUnfinished();
-    sink_("\n]}\n");
+    document_.finish();
 }
 
 std::int64_t Timeline::placeOf(const LogLine &line) {
@@ -59,12 +57,9 @@ std::int64_t Timeline::placeOf(const LogLine &line) {
 }
 
 void Timeline::introduce(const Thread &thread) {
-    if (!introduced_.insert(thread.first).second) {
-        return;
-    }
     const std::string name =
         thread.first == 0 ? "process (no pid= in the log)" : "process " + hexNumber(thread.first, 4);
-    writeEvent(jsonLine({{"name", "process_name"}, {"ph", "M"}, {"pid", thread.first}, {"args", {{"name", name}}}}));
+    document_.introduce(thread.first, name);
 }
 
 void Timeline::leave(const Thread &thread, const LogLine &line, std::int64_t time) {
@@ -123,18 +118,18 @@ void Timeline::writeCall(const Thread &thread, const OpenCall &call, std::int64_
                {"tid", thread.second},
                {"args", std::move(arguments)}};
     if (!finished || (result != nullptr && isFailureResult(*result))) {
-        event["cname"] = "terrible";
+        event["cname"] = failureColour;
     }
-    writeEvent(jsonLine(event));
+    document_.write(event);
 }
 
 void Timeline::writeMark(const Thread &thread, const LogLine &line, std::int64_t time) {
     Json event{{"name", line.text}, {"cat", line.component}, {"ph", "i"},           {"s", "t"},
                {"ts", time},        {"pid", thread.first},   {"tid", thread.second}};
     if (isFailure(line)) {
-        event["cname"] = "terrible";
+        event["cname"] = failureColour;
     }
-    writeEvent(jsonLine(event));
+    document_.write(event);
 }
 
 void Timeline::writeUnfinished() {
@@ -144,12 +139,6 @@ void Timeline::writeUnfinished() {
         }
     }
     open_.clear();
-}
-
-void Timeline::writeEvent(const std::string &event) {
-    sink_(firstEvent_ ? "\n" : ",\n");
-    firstEvent_ = false;
-    sink_(event);
 }
 
 } // namespace tool

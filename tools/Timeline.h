@@ -2,13 +2,13 @@
 #pragma once
 
 #include "tools/LogLineParser.h"
+#include "tools/TraceDocument.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,7 +24,7 @@ namespace tool {
 /// microsecond apart throughout.
 class Timeline {
   public:
-    using Sink = std::function<void(std::string_view piece)>;
+    using Sink = TraceDocument::Sink;
 
     explicit Timeline(Sink sink);
 
@@ -54,20 +54,17 @@ class Timeline {
                    std::optional<std::int64_t> endMilliseconds, const std::string_view *result, bool finished);
     void writeMark(const Thread &thread, const LogLine &line, std::int64_t time);
     void writeUnfinished();
-    void writeEvent(const std::string &event);
 
     /// More calls than this are not open at once in any program; a log that lost its exits must not fill the memory.
     static constexpr std::size_t mostOpenCalls = 100'000;
 
-    Sink sink_;
+    TraceDocument document_;
     std::map<Thread, std::vector<OpenCall>> open_;
-    std::set<std::uint32_t> introduced_;
     std::size_t openCount_ = 0;
     std::size_t callCount_ = 0;
     std::size_t unfinishedCount_ = 0;
     std::size_t lineCount_ = 0;
     std::int64_t lastTime_ = -1;
-    bool firstEvent_ = true;
 };
 
 } // namespace tool

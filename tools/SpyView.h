@@ -1,0 +1,54 @@
+/// A recording of the spy for people, and as objects for programs.
+#pragma once
+
+#include "spy/Recording.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// "handle=0x6001, descriptor=\"...\", buffer=[5 bytes: 49 50 76 34 00]": the values of a call, in their order.
+std::string describeValues(const spy::Json &values);
+
+/// Which events are wanted.
+struct SpyFilter {
+    std::string entryPoint; ///< "": all, and everything else
+    std::optional<std::uint32_t> thread;
+    bool failures = false; ///< only calls that answered something else than 0
+};
+
+/// What an event leads to in text: calls and callbacks with their ends, nested by indentation.
+class SpyView {
+  public:
+    explicit SpyView(SpyFilter filter) : filter_(std::move(filter)) {}
+
+    /// A line with its end, or nothing.
+    [[nodiscard]] std::string show(const spy::RecordEvent &event);
+
+  private:
+    SpyFilter filter_;
+    std::map<std::uint32_t, std::vector<std::uint64_t>> open_; ///< by thread
+    std::map<std::uint64_t, spy::RecordEvent> held_;           ///< begun, and shown only when they fail
+    std::map<std::uint64_t, std::string> callbackNames_;       ///< of open callbacks
+};
+
+/// Calls and callbacks, each as one object with its begin, duration and answer, once it has ended.
+class SpyObjects {
+  public:
+    explicit SpyObjects(SpyFilter filter) : filter_(std::move(filter)) {}
+
+    /// Null when the event leads to none.
+    [[nodiscard]] spy::Json add(const spy::RecordEvent &event);
+    /// What never ended.
+    [[nodiscard]] std::vector<spy::Json> finish() const;
+
+  private:
+    SpyFilter filter_;
+    std::map<std::uint64_t, spy::RecordEvent> open_;
+};
+
+} // namespace tool
