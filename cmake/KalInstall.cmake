@@ -36,7 +36,7 @@ install(FILES "${PROJECT_BINARY_DIR}/install/kalConfig.cmake" "${PROJECT_BINARY_
 
 install(FILES docs/sdk-readme.md DESTINATION . RENAME README.md)
 install(FILES CHANGELOG.md DESTINATION .)
-install(DIRECTORY docs/ DESTINATION docs PATTERN sdk-readme.md EXCLUDE)
+install(DIRECTORY docs/ DESTINATION docs PATTERN sdk-readme.md EXCLUDE PATTERN doxygen EXCLUDE)
 install(DIRECTORY examples/ DESTINATION examples PATTERN CMakeLists.txt EXCLUDE)
 install(FILES resources/examples.cmake DESTINATION examples RENAME CMakeLists.txt)
 install(DIRECTORY bindings DESTINATION . PATTERN __pycache__ EXCLUDE PATTERN generate EXCLUDE)

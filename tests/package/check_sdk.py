@@ -51,6 +51,12 @@ for name, tool in (("lib/libkalclient.dll.a", "x86_64-w64-mingw32-nm"), ("lib/ka
     expect({each for each in re.findall(r" T (\w+)", listed) if not each.startswith("_")} == exports,
            f"{name} does not offer exactly the exports")
 
+# The reference is there, without what it was made of, and its search knows the exports.
+expect("docs/html/results_page.html" in files, "the reference lacks its page of results")
+expect(not any(name.startswith(("docs/doxygen", "docs/xml")) for name in files), "the reference's workshop is in the archive")
+searched = b"".join(data for name, data in files.items() if name.startswith("docs/html/search/all_")).decode()
+expect(not [name for name in exports if f"'{name}'" not in searched], "the reference's search does not know every export")
+
 # The list of parts.
 bill = json.loads(files["kal.spdx.json"])
 identifiers = [each["SPDXID"] for each in (bill, *bill["packages"], *bill["files"])]
@@ -67,7 +73,7 @@ for name, each in listed.items():
         actual = hashlib.new(sum_["algorithm"].lower(), files.get(name, b"")).hexdigest()
         expect(sum_["checksumValue"] == actual, f"the list of parts has a wrong {sum_['algorithm']} for {name}")
 parts = {each["name"]: each for each in bill["packages"]}
-for name in ("CLI11", "nlohmann-json", "libstdc++", "libgcc", "mingw-w64-crt", "winpthreads"):
+for name in ("CLI11", "nlohmann-json", "libstdc++", "libgcc", "mingw-w64-crt", "winpthreads", "doxygen-html", "doxygen-awesome"):
     expect(bool(parts.get(name, {}).get("versionInfo")), f"{name} is not listed with its version")
 
 print("\n".join(failures) or f"{len(files)} files of version {version}: sound.")
