@@ -6,6 +6,7 @@
 //
 // A document is its name's pieces: recognised whole wherever it is found. Ends with the number of jobs that failed.
 #include "api/kal.h"
+#include "tests/process/LogProcesses.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -50,6 +51,12 @@ int main(int argumentCount, char **arguments) {
     KalRegisterApp(0);
     if (KalOpen(0, handle, 0) != KAL_OKAY)
         return 101;
+    // Who started this process may want to know that it prints now.
+    if (const HANDLE ready = OpenSemaphoreA(SEMAPHORE_MODIFY_STATE, FALSE,
+                                            kal::test::sharedName("ready", kal::test::parentProcessId()).c_str())) {
+        ReleaseSemaphore(ready, 1, nullptr);
+        CloseHandle(ready);
+    }
     int failed = 0;
     for (int number = 0; number < jobs; ++number) {
         const std::string name = std::to_string(GetCurrentProcessId()) + "-" + std::to_string(number);

@@ -18,7 +18,7 @@ inline DWORD parentProcessId() {
 
 /// A kernel object's name that only one test program and its children use.
 inline std::string sharedName(const std::string &purpose, DWORD parent) {
-    return "kal-log-processes-" + std::to_string(parent) + "-" + purpose;
+    return "kal-processes-" + std::to_string(parent) + "-" + purpose;
 }
 
 } // namespace kal::test

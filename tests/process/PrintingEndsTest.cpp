@@ -2,6 +2,7 @@
 // is that job alone, and whoever still runs is told.
 #include "api/kal.h"
 #include "tests/process/ChildProcess.h"
+#include "tests/process/LogProcesses.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +23,7 @@ constexpr char printers[] = R"({ "printers": [
 class Printing : public testing::Test {
   protected:
     Printing() {
+        SetEnvironmentVariableA(parentVariable, std::to_string(GetCurrentProcessId()).c_str());
         SetEnvironmentVariableA("KAL_SIMULATOR_CONFIG", folder.write("comc.json", printers).c_str());
         SetEnvironmentVariableA("KAL_SIMULATOR_SPOOL", spool.string().c_str());
     }
@@ -56,6 +58,7 @@ class Printing : public testing::Test {
         return false;
     }
 
+    KernelObject ready{CreateSemaphoreA(nullptr, 0, 1000, sharedName("ready", GetCurrentProcessId()).c_str())};
     TemporaryFolder folder;
     std::filesystem::path spool = folder / "spool";
 };
@@ -90,12 +93,15 @@ TEST_F(Printing, EveryFinishedDocumentIsWholeWhereverProcessesEnd) {
         std::vector<std::unique_ptr<ChildProcess>> victims;
         for (int number = 0; number < victimsAtOnce; ++number)
             victims.push_back(start(1, 10000, pieces));
+        for (int number = 0; number < victimsAtOnce; ++number)
+            ASSERT_TRUE(ready.wait(patience));
         const auto staying = start(2, jobs, pieces);
         for (const auto &victim : victims) {
-            Sleep(random() % 40);
+            Sleep(random() % 20);
             victim->end();
         }
         ASSERT_EQ(staying->exitCode(), 0u);
+        ASSERT_TRUE(ready.wait(patience));
         const auto found = documents();
         for (int number = 0; number < jobs; ++number)
             ASSERT_EQ(found.count(document(std::to_string(staying->id()) + "-" + std::to_string(number), pieces)), 1u);
