@@ -151,6 +151,13 @@ TEST(LoggerInstance, LogsNothingBeforeItIsThere) {
     EXPECT_FALSE(logEnabled(legacyClient, 1));
 }
 
+TEST(LoggerInstance, IsTheFirstOneUntilItIsGone) {
+    LogToFile first, second;
+    first.logger.publishAsInstance();
+    EXPECT_FALSE(second.logger.offerAsInstance());
+    EXPECT_EQ(&BasicLogger::getInstance(), &first.logger);
+}
+
 TEST(BasicLoggerSettings, PlainLoggerStartsWhileItsFileExists) {
     TemporaryFolder folder;
     BasicLogger logger(folder.write(uniqueLogName(), ""), 15);
@@ -254,6 +261,19 @@ TEST_F(LevelTest, SettingThatCannotBeReadCountsAsOff) {
     logger.onRead = [](const std::string &) { throw Win32Exception("type", 0, "", 0); };
     EXPECT_FALSE(logger.isEnabled(legacyClient, 2));
     EXPECT_TRUE(logger.isEnabled(legacyClient, 1));
+}
+
+TEST_F(LevelTest, SettingThatThereIsNoRoomToKeepCountsAsOff) {
+    logger.settings["startLog"] = 1;
+    logger.reads.reserve(8);
+    bool isEnabled = true;
+    {
+        const ImportHook<"malloc", void *(size_t)> memory(GetModuleHandleA(nullptr), [](size_t) { return nullptr; });
+        isEnabled = logger.isEnabled(legacyClient, 2);
+    }
+    EXPECT_FALSE(isEnabled);
+    EXPECT_THAT(logger.reads, ElementsAre("startLog"));
+    EXPECT_TRUE(logger.isEnabled(legacyClient, 2));
 }
 
 TEST_F(LevelTest, StartLogChangesTakeEffectWhenTheCachedValueIsFiveSecondsOld) {

@@ -145,6 +145,38 @@ TEST_F(LogFile, MissingFolderCostsTheLinesMeanwhile) {
     EXPECT_EQ(gone.content(), bidiLine("kept"));
 }
 
+TEST_F(LogFile, SizeThatCannotBeReadCostsThatLine) {
+    log.write("one");
+    {
+        FailingCall<"GetFileSize", DWORD(HANDLE, LPDWORD)> size(INVALID_FILE_SIZE, ERROR_INVALID_FUNCTION);
+        log.write("lost");
+        EXPECT_EQ(size.calls(), 1);
+    }
+    log.write("three");
+    EXPECT_EQ(log.content(), bidiLine("one") + bidiLine("three"));
+}
+
+/// The low half of a size may look like the answer of a call that failed: only the last error tells.
+TEST_F(LogFile, SizeThatLooksLikeAFailureIsAppendedTo) {
+    constexpr int64_t size = 0xFFFFFFFF;
+    setSize(log.file, size);
+    FailingCall<"GetFileSize", DWORD(HANDLE, LPDWORD)> sizeCall(0xFFFFFFFF, NO_ERROR);
+    log.write("text");
+    EXPECT_EQ(bytesAt(log.file, size, 100), bidiLine("text"));
+}
+
+TEST_F(LogFile, EndThatCannotBeReachedCostsThatLineAndOverwritesNone) {
+    log.write("one");
+    {
+        FailingCall<"SetFilePointer", DWORD(HANDLE, LONG, PLONG, DWORD)> seek(INVALID_SET_FILE_POINTER,
+                                                                              ERROR_NEGATIVE_SEEK);
+        log.write("lost");
+        EXPECT_EQ(seek.calls(), 1);
+    }
+    log.write("three");
+    EXPECT_EQ(log.content(), bidiLine("one") + bidiLine("three"));
+}
+
 TEST_F(LogFile, LargerThanTwoGibibytesIsAppendedTo) {
     constexpr int64_t size = 0x80000010;
     setSize(log.file, size);

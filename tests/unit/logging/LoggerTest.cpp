@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <thread>
 
 using namespace kal;
@@ -50,6 +51,17 @@ class ProcessLogger : public testing::Test {
 
     PrivateMachine machine;
 };
+
+/// A piece of a message that cannot be written.
+template <class Thrown>
+struct Raising {
+    Thrown thrown;
+};
+
+template <class Thrown>
+MessageText &operator<<(MessageText &, const Raising<Thrown> &piece) {
+    throw piece.thrown;
+}
 
 } // namespace
 
@@ -308,6 +320,14 @@ TEST_F(ProcessLogger, MessageKeepsTheThreadsLastError) {
 TEST_F(ProcessLogger, MessageBeforeItsCreationIsNothing) {
     EXPECT_NO_THROW(log(1, "error"));
     EXPECT_THAT(texts(), IsEmpty());
+}
+
+TEST_F(ProcessLogger, MessageWhosePieceRaisesIsLostQuietly) {
+    Logger::createInstance();
+    EXPECT_NO_THROW(logMessage(legacyClient, 1, Raising<Win32Exception>{Win32Exception("piece", 5, "", 0)}));
+    EXPECT_NO_THROW(logMessage(legacyClient, 1, Raising<std::bad_alloc>{}));
+    log(1, "next");
+    EXPECT_THAT(texts(), ElementsAre("next"));
 }
 
 TEST_F(ProcessLogger, CreatedByManyThreadsAtOnceIsOne) {

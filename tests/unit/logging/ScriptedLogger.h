@@ -45,9 +45,10 @@ class ScriptedLogger : public BasicLogger {
     /// Takes the place of whoever is the logger of the process.
     void publishAsInstance() {
         unpublish();
-        if (!publish(this))
+        if (!offerAsInstance())
             throw std::logic_error("there is a logger of the process");
     }
+    bool offerAsInstance() { return publish(this); }
 
     std::map<std::string, uint32_t> settings{{"Clocktime_In_Header", 0}};
     std::vector<std::string> reads;

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 using namespace kal;
@@ -219,6 +220,34 @@ TEST(Mutex, AbandonedWaitResultCountsAsAcquired) {
     EXPECT_EQ(holdCountOf(mutex), 1u);
 }
 
+TEST(ScopedMutex, HoldsTheMutexForItsLife) {
+    Mutex mutex(false, "", false);
+    {
+        const ScopedMutex guard(mutex);
+        EXPECT_FALSE(isFreeForOthers(mutex));
+    }
+    EXPECT_TRUE(isFreeForOthers(mutex));
+}
+
+TEST(ScopedMutex, WaitsWithoutTimeout) {
+    Mutex mutex(false, "", false);
+    DWORD timeout = 0;
+    ImportHook<"WaitForSingleObject", DWORD(HANDLE, DWORD)> wait(GetModuleHandleA(nullptr),
+                                                                 [&](HANDLE handle, DWORD milliseconds) {
+                                                                     timeout = milliseconds;
+                                                                     return wait.original(handle, milliseconds);
+                                                                 });
+    { const ScopedMutex guard(mutex); }
+    EXPECT_EQ(timeout, 0xFFFFFFFFu);
+}
+
+TEST(ScopedMutex, ReleaseThatFailsIsNotNoticed) {
+    Mutex mutex(false, "", false);
+    FailingCall<"ReleaseMutex", BOOL(HANDLE)> release(FALSE, ERROR_NOT_OWNER);
+    EXPECT_NO_THROW({ const ScopedMutex guard(mutex); });
+    EXPECT_EQ(release.calls(), 1);
+}
+
 TEST(InterProcessLock, HoldsTheMutexForItsLife) {
     Mutex mutex(false, uniqueName(), true);
     {
@@ -259,4 +288,16 @@ TEST(InterProcessLock, ReleaseThatFailsThrows) {
     FailingCall<"ReleaseMutex", BOOL(HANDLE)> release(FALSE, ERROR_NOT_OWNER);
     EXPECT_EQ(thrownBy([&] { InterProcessLock lock(mutex); }),
               (Thrown{"Mutex::release() ReleaseMutex failed", ERROR_NOT_OWNER, ".\\Mutex", 70}));
+}
+
+TEST(InterProcessLock, ReleaseThatFailsLeavesAnotherExceptionOnItsWay) {
+    Mutex mutex(false, uniqueName(), false);
+    FailingCall<"ReleaseMutex", BOOL(HANDLE)> release(FALSE, ERROR_NOT_OWNER);
+    EXPECT_THROW(
+        {
+            InterProcessLock lock(mutex);
+            throw std::length_error("on its way");
+        },
+        std::length_error);
+    EXPECT_EQ(release.calls(), 1);
 }

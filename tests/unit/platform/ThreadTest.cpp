@@ -275,6 +275,26 @@ TEST(Thread, StartThatFailsGivesTheStartEventBack) {
     EXPECT_EQ(waits.calls(), 0);
 }
 
+TEST(Thread, StartWhoseWaitFailsEndsTheThreadBeforeItThrows) {
+    uint32_t value = 42;
+    RunnableFunction work(giveBack, &value);
+    Thread thread(work);
+    DWORD joinTimeout = 0;
+    ImportHook<"WaitForSingleObject", DWORD(HANDLE, DWORD)> wait(GetModuleHandleA(nullptr),
+                                                                 [&](HANDLE handle, DWORD milliseconds) {
+                                                                     if (wait.calls() == 1) {
+                                                                         SetLastError(ERROR_INVALID_HANDLE);
+                                                                         return WAIT_FAILED;
+                                                                     }
+                                                                     joinTimeout = milliseconds;
+                                                                     return wait.original(handle, milliseconds);
+                                                                 });
+    EXPECT_EQ(thrownBy([&] { thread.start(); }),
+              (Thrown{"Event::wait() failed", ERROR_INVALID_HANDLE, ".\\Event", 145}));
+    EXPECT_EQ(joinTimeout, infinite);
+    EXPECT_EQ(exitCodeOf(thread), 42u);
+}
+
 TEST(Thread, StartWithoutEventThrowsTheEventsException) {
     RunnableFunction work(answer42, nullptr);
     Thread thread(work);

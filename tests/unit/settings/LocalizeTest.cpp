@@ -38,6 +38,12 @@ struct InstanceHistory {
             failedCreation = thrownBy([] { Localize::createInstance(someModule); });
         }
         afterFailure = textThrownByGetInstance();
+        {
+            ModuleName name(ownName);
+            Localize::createInstance(otherModule);
+            Localize::destroyInstance();
+        }
+        afterDestruction = textThrownByGetInstance();
 
         ModuleName name(ownName);
         std::vector<std::thread> threads;
@@ -52,7 +58,7 @@ struct InstanceHistory {
         nameReadsOfALaterCreation = name.calls() - nameReadsOfEightCreations;
     }
 
-    std::string beforeCreation, afterFailure;
+    std::string beforeCreation, afterFailure, afterDestruction;
     Thrown failedCreation;
     int nameReadsOfEightCreations = 0, nameReadsOfALaterCreation = 0;
     const Localize *first = nullptr, *second = nullptr;
@@ -124,6 +130,11 @@ TEST(LocalizeInstance, FailedCreationReachesTheCaller) {
 
 TEST(LocalizeInstance, FailedCreationLeavesNone) {
     EXPECT_EQ(history().afterFailure, notCreated);
+}
+
+TEST(LocalizeInstance, DestructionLeavesNoneUntilTheNextCreation) {
+    EXPECT_EQ(history().afterDestruction, notCreated);
+    EXPECT_EQ(history().first->module(), someModule);
 }
 
 TEST(LocalizeInstance, LaterCreationTriesAgain) {

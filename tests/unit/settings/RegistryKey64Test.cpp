@@ -302,6 +302,25 @@ TEST_F(RegistryKey, StringWhoseDataCannotBeReadThrows) {
               (Thrown{"RegistryKey64::getValue(string) ", ERROR_MORE_DATA, file, 251}));
 }
 
+TEST_F(RegistryKey, StringDeletedBetweenItsSizeAndItsDataIsMissing) {
+    key.setValue("text", std::string("value"));
+    FailingCall<"RegQueryValueExA", QuerySignature> query(ERROR_FILE_NOT_FOUND, 0, 2);
+    EXPECT_EQ(read<std::string>("text"), std::nullopt);
+    EXPECT_EQ(query.calls(), 2);
+}
+
+TEST_F(RegistryKey, StringThatShrankBetweenItsSizeAndItsDataIsReadAsItIs) {
+    key.setValue("text", std::string("a long value"));
+    ImportHook<"RegQueryValueExA", QuerySignature> query(
+        GetModuleHandleA(nullptr),
+        [&](HKEY handle, LPCSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size) {
+            if (query.calls() == 2)
+                key.setValue("text", std::string("short"));
+            return query.original(handle, name, reserved, type, data, size);
+        });
+    EXPECT_EQ(read<std::string>("text"), "short");
+}
+
 TEST_F(RegistryKey, StringStoredAsANumberThrowsWithTheQuerysCode) {
     scratch.setNumber("text", 1);
     const Thrown thrown = thrownByRead<std::string>("text");
