@@ -56,7 +56,7 @@ int32_t Uninitialize(void) {
     return 1;
 }
 
-BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
     switch (reason) {
     case DLL_PROCESS_ATTACH:
         DisableThreadLibraryCalls(instance);
@@ -65,6 +65,9 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
         break;
     case DLL_PROCESS_DETACH:
         Uninitialize();
+        if (processEnds == nullptr) {
+            Localize::destroyInstance();
+        }
         break;
     default:
         break;

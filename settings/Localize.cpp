@@ -23,9 +23,15 @@ void Localize::createInstance(HMODULE module) {
     }
     const ScopedMutex guard(creation);
     if (!created) {
-        instance = new Localize(module); // lives until the process ends
+        instance = new Localize(module); // lives until destroyInstance(), or the end of the process
         created = true;
     }
+}
+
+void Localize::destroyInstance() noexcept {
+    created = false;
+    delete instance;
+    instance = nullptr;
 }
 
 const Localize &Localize::getInstance() {

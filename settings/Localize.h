@@ -8,12 +8,16 @@
 namespace kal {
 
 /// Where this library lies, which brand it belongs to and where its settings are. One instance a process, made when the
-/// library is loaded and never destroyed: whoever logs last still needs it. Only read after construction.
+/// library is loaded and destroyed when it is unloaded, not when the process ends: whoever logs last still needs it.
+/// Only read after construction.
 class Localize {
   public:
     /// Makes the instance when there is none yet; a construction that throws leaves none, so that a later call tries
     /// again. Throws "Localize::Localize(): GetModuleFileName failed" and "Localize::Localize(): GetLocalId failed".
     static void createInstance(HMODULE module);
+
+    /// For the unloading of the library, when nobody uses the instance any more.
+    static void destroyInstance() noexcept;
 
     /// Throws a plain C string when there is no instance: a programming error.
     [[nodiscard]] static const Localize &getInstance();
