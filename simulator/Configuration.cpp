@@ -429,8 +429,10 @@ Configuration readConfiguration(std::string_view text) {
     Configuration configuration;
     members.string("spool", configuration.spool);
     members.number("spoolCapacity", configuration.spoolCapacity);
+    members.string("replay", configuration.replay);
     members.boolean("logCalls", configuration.logsCalls);
-    for (const auto &value : reader.array(members.require("printers"), "\"printers\"")) {
+    const auto *const printers = configuration.replay ? members.find("printers") : &members.require("printers");
+    for (const auto &value : printers ? reader.array(*printers, "\"printers\"") : JsonValue::Array{}) {
         auto printer = readPrinter(reader, value);
         for (const auto &other : configuration.printers) {
             if (other.handle == printer.handle) {

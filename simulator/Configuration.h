@@ -86,6 +86,7 @@ struct TimelineEntry {
 struct Configuration {
     std::optional<std::string> spool;
     std::optional<std::uint64_t> spoolCapacity; // bytes that one job may have before the spool counts as full
+    std::optional<std::string> replay;          // a recording; there need not be printers then
     bool logsCalls = false;
     std::vector<PrinterConfiguration> printers;
     std::map<std::string, std::vector<Misbehaviour>> entryPoints;

@@ -75,6 +75,9 @@ LoadedConfiguration loadConfiguration(HMODULE module) {
             if (loaded.configuration.spool) {
                 spool = file.parent_path() / pathOf(*loaded.configuration.spool);
             }
+            if (loaded.configuration.replay) {
+                loaded.replay = file.parent_path() / pathOf(*loaded.configuration.replay);
+            }
         } catch (const ConfigurationError &error) {
             loaded.error = loaded.source + ":" + std::to_string(error.line()) + ":" + std::to_string(error.column()) +
                            ": " + error.what();
@@ -82,6 +85,9 @@ LoadedConfiguration loadConfiguration(HMODULE module) {
     }
     if (const auto other = environment(L"KAL_SIMULATOR_SPOOL")) {
         spool = fs::absolute(fs::path(*other));
+    }
+    if (const auto recording = environment(L"KAL_SIMULATOR_REPLAY")) {
+        loaded.replay = fs::absolute(fs::path(*recording));
     }
     loaded.spool = spool;
     loaded.identity = std::hash<std::string>{}(printable(spool) + '\n' + text.value_or(""));

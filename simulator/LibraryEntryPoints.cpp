@@ -1,4 +1,5 @@
 #include "simulator/EntryPoint.h"
+#include "simulator/Replay.h"
 #include "spy/ExportTable.h"
 
 using namespace simulator;
@@ -24,6 +25,14 @@ void removeMissingEntryPoints() noexcept {
     }
 }
 
+bool isReplaying() noexcept {
+    try {
+        return startReplay(thisModule);
+    } catch (const std::exception &) {
+        return false;
+    }
+}
+
 } // namespace
 
 extern "C" {
@@ -31,7 +40,9 @@ extern "C" {
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void *) {
     if (reason == DLL_PROCESS_ATTACH) {
         thisModule = module;
-        removeMissingEntryPoints();
+        if (!isReplaying()) {
+            removeMissingEntryPoints();
+        }
     }
     return TRUE;
 }

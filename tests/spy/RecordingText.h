@@ -1,0 +1,102 @@
+// Recordings written down in a test.
+#pragma once
+
+#include "spy/Recording.h"
+
+#include <string>
+#include <vector>
+
+namespace kal::test {
+
+using ::spy::Json;
+
+/// Composes the lines of a recording; each event is a millisecond later than the one before it.
+class RecordingText {
+  public:
+    explicit RecordingText(bool redacted = false)
+        : lines{::spy::composeHeader({1, "app.exe", "comc-real.dll", "2012-03-05T14:07:09.000000Z", redacted})} {}
+
+    std::uint64_t call(const std::string &entryPoint, Json arguments) {
+        auto event = next(::spy::EventKind::call, ++number_);
+        event.entryPoint = entryPoint;
+        event.values = std::move(arguments);
+        if (!within.empty()) {
+            event.within = within.back();
+        }
+        add(event);
+        return event.number;
+    }
+    void answer(std::uint64_t number, const std::string &entryPoint, std::uint32_t result,
+                Json outputs = Json::object()) {
+        auto event = next(::spy::EventKind::callReturn, number);
+        event.entryPoint = entryPoint;
+        event.result = result;
+        if (result != 0) {
+            event.lastError = 5;
+        }
+        event.values = std::move(outputs);
+        add(event);
+    }
+    /// A call and its answer.
+    void whole(const std::string &entryPoint, Json arguments, std::uint32_t result = 0, Json outputs = Json::object()) {
+        answer(call(entryPoint, std::move(arguments)), entryPoint, result, std::move(outputs));
+    }
+    /// A callback and its answer, within the call when there is one.
+    void callback(const std::string &kind, std::uint32_t function, Json arguments, std::uint32_t result = 0,
+                  std::optional<std::uint64_t> inCall = {}) {
+        auto event = next(::spy::EventKind::callback, ++number_);
+        event.callback = function;
+        event.callbackKind = kind;
+        event.values = std::move(arguments);
+        event.within = inCall;
+        add(event);
+        auto end = next(::spy::EventKind::callbackReturn, event.number);
+        end.result = result;
+        add(end);
+    }
+    void load(Json missing = Json::array()) {
+        auto event = next(::spy::EventKind::load, ++number_);
+        event.values = std::move(missing);
+        add(event);
+    }
+
+    [[nodiscard]] ::spy::Recording read() const {
+        ::spy::RecordingReader reader;
+        for (const auto &line : lines) {
+            reader.add(line);
+        }
+        return reader.finish();
+    }
+    [[nodiscard]] std::string text() const {
+        std::string all;
+        for (const auto &line : lines) {
+            all += line + "\n";
+        }
+        return all;
+    }
+
+    std::vector<std::string> lines;
+    std::vector<std::uint64_t> within;
+    std::uint32_t thread = 9;
+
+  private:
+    ::spy::RecordEvent next(::spy::EventKind kind, std::uint64_t number) {
+        ::spy::RecordEvent event;
+        event.kind = kind;
+        event.number = number;
+        event.thread = thread;
+        event.time = time_ += 1000;
+        return event;
+    }
+    void add(const ::spy::RecordEvent &event) { lines.push_back(::spy::composeLine(event)); }
+
+    std::uint64_t number_ = 0;
+    std::int64_t time_ = 0;
+};
+
+/// Arguments of OrxOpenPrinter and its like.
+inline Json handleOf(int handle, int client = 100) {
+    return {{"clientId", client}, {"handle", handle}};
+}
+
+} // namespace kal::test
