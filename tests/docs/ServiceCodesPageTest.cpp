@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <optional>
 #include <set>
+#include <stdexcept>
 
 namespace kal::test {
 namespace {
@@ -78,6 +79,8 @@ int32_t expectedResult(const ServiceCallOfExport &call, uint32_t code) {
         if (says && row.covers(call) && (!row.code || *row.code == code))
             return row.result;
     }
+    if (!isSilent)
+        throw std::runtime_error("the page says nothing of " + call.exportName);
     return silentRow->result;
 }
 
