@@ -22,24 +22,6 @@ void notePrinter(const PortInfoRecord *record) {
 constexpr uint16_t kinds[] = {0x0000, 0x1000, 0x4000, 0x6000}; // of connection; each thread has one handle of each
 constexpr uint32_t portTypes[] = {0, 2, 512, 1024, 2048, 4095, 4096};
 
-bool fits(uint32_t portType, uint16_t handle) {
-    const uint16_t kind = handle & 0x7800;
-    switch (portType) {
-    case 0:
-    case 1024:
-    case 4095:
-        return true;
-    case 2:
-        return kind == 0x6000;
-    case 512:
-        return kind == 0x4000 || kind == 0x4800 || kind == 0x1000 || kind == 0x6000;
-    case 2048:
-        return kind == 0x1000 || kind == 0x6000;
-    default:
-        return false;
-    }
-}
-
 /// What the library asks about a found printer. @return whether the application is told of it
 bool readsPrinter(CallReplay &replay, uint32_t portType) {
     if (portType == 512 && replay.clientScoped(EntryPoint::OrxGetByteArrayPrinter) != 0)
@@ -178,7 +160,7 @@ void DriverThread::printJob(size_t which, bool alias) {
     const uint16_t handle = handleOf(which);
     HandleModel &model = handles_[which];
     const uint32_t portType = draw(3) != 0 ? 0 : portTypes[draw(std::size(portTypes))];
-    const bool isFit = fits(portType, handle);
+    const bool isFit = expected::portTypeFits(portType, handle);
     switch (draw(8)) {
     case 0:
         check(

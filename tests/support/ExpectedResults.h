@@ -52,6 +52,25 @@ inline constexpr ExpectedResult notificationMode({{1, DEVERR_INVHANDLE}, {2, DEV
 inline constexpr ExpectedResult bidi({{0, 0}, {122, KAL_MOREDATA}, {6, DEVERR_INVHANDLE}, {1, KAL_PRNBUSY}, {1460, DEVERR_READFAIL}}, KAL_FAIL);
 // clang-format on
 
+/// Whether the port type that a caller states fits a handle.
+constexpr bool portTypeFits(uint32_t portType, uint16_t handle) {
+    const unsigned kind = handle & 0x7800u;
+    switch (portType) {
+    case 0:
+    case 1024:
+    case 4095:
+        return true;
+    case 2:
+        return kind == 0x6000;
+    case 512:
+        return kind == 0x4000 || kind == 0x4800 || kind == 0x1000 || kind == 0x6000;
+    case 2048:
+        return kind == 0x1000 || kind == 0x6000;
+    default:
+        return false;
+    }
+}
+
 } // namespace expected
 
 } // namespace kal::test

@@ -1,5 +1,6 @@
 // Which port type fits which handle, and which port type a transport has.
 #include "tests/contract/print/ClientFixture.h"
+#include "tests/support/ExpectedResults.h"
 
 #include <algorithm>
 #include <tuple>
@@ -15,26 +16,6 @@ constexpr uint16_t uninterpreted[] = {0x0000, 0x87FF, 0x8000, 0x0005};
 constexpr uint32_t portTypes[] = {0,    1,    2,    3,          4,          16,         256,       511,
                                   512,  513,  1023, 1024,       1025,       2047,       2048,      2049,
                                   4094, 4095, 4096, 0x00010000, 0x10000002, 0x80000000, 0xFFFFFFFF};
-
-bool fits(uint32_t portType, uint16_t kind) {
-    const auto among = [kind](std::initializer_list<uint16_t> fitting) {
-        return std::ranges::find(fitting, kind) != fitting.end();
-    };
-    switch (portType) {
-    case 0:
-    case 1024:
-    case 4095:
-        return true;
-    case 2:
-        return among({0x6000});
-    case 512:
-        return among({0x4000, 0x4800, 0x1000, 0x6000});
-    case 2048:
-        return among({0x1000, 0x6000});
-    default:
-        return false;
-    }
-}
 
 } // namespace
 
@@ -53,7 +34,7 @@ class PortTypeFit : public RegisteredClient, public testing::WithParamInterface<
                 const auto which = static_cast<uint16_t>(kind | others);
                 ASSERT_EQ(kal.KalOpen(0, which, 0), KAL_OKAY);
                 service.forgetCalls();
-                const bool allowed = fits(GetParam(), kind);
+                const bool allowed = expected::portTypeFits(GetParam(), kind);
                 EXPECT_EQ(call(which), allowed ? KAL_OKAY : DEVERR_PROTOCOL) << "handle " << which;
                 EXPECT_EQ(service.count(operation), allowed ? 1u : 0u) << "handle " << which;
                 kal.KalClose(0, which);

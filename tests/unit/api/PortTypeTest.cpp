@@ -1,5 +1,7 @@
 #include "api/PortType.h"
 
+#include "tests/support/ExpectedResults.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,29 +9,11 @@
 namespace kal::test {
 namespace {
 
-bool isExpectedToFit(uint32_t portType, uint16_t handle) {
-    const unsigned kind = handle & 0x7800;
-    switch (portType) {
-    case 0:
-    case 1024:
-    case 4095:
-        return true;
-    case 2:
-        return kind == 0x6000;
-    case 512:
-        return kind == 0x4000 || kind == 0x4800 || kind == 0x1000 || kind == 0x6000;
-    case 2048:
-        return kind == 0x1000 || kind == 0x6000;
-    default:
-        return false;
-    }
-}
-
 TEST(PortTypeFit, EveryNamedTypeWithEveryHandle) {
     for (const uint32_t portType : {0u, 2u, 512u, 1024u, 2048u, 4095u})
         for (uint32_t handle = 0; handle <= 65535; ++handle)
             ASSERT_EQ(portTypeFits(portType, static_cast<uint16_t>(handle)),
-                      isExpectedToFit(portType, static_cast<uint16_t>(handle)))
+                      expected::portTypeFits(portType, static_cast<uint16_t>(handle)))
                 << portType << " with " << handle;
 }
 
@@ -37,7 +21,7 @@ TEST(PortTypeFit, EveryOtherTypeNeverFits) {
     for (uint32_t portType = 0; portType <= 70000; ++portType)
         for (uint32_t kind = 0; kind < 16; ++kind) {
             const auto handle = static_cast<uint16_t>(kind << 11);
-            ASSERT_EQ(portTypeFits(portType, handle), isExpectedToFit(portType, handle))
+            ASSERT_EQ(portTypeFits(portType, handle), expected::portTypeFits(portType, handle))
                 << portType << " with " << handle;
         }
     for (const uint32_t portType : {0x80000000u, 0x10000u, 0xFFFFFFFFu, 0x10200u})
