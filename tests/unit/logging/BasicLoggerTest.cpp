@@ -45,6 +45,20 @@ std::string pathIn(const std::string &windowsDirectory, UINT answer, const std::
     return ScriptedLogger(name).path();
 }
 
+enum class File { empty, missing };
+
+/// What the plain logger answers for a setting; its file is its switch.
+uint32_t plainSetting(const char *name, uint32_t defaultValue, File file = File::empty) {
+    TemporaryFolder folder;
+    const std::string logName = uniqueLogName();
+    if (file == File::empty)
+        folder.write(logName, "");
+    BasicLogger logger((folder / logName).string(), 15);
+    uint32_t value = ~defaultValue;
+    logger.readSetting(name, value, defaultValue);
+    return value;
+}
+
 class LevelTest : public testing::Test {
   protected:
     LogToFile log;
@@ -159,35 +173,19 @@ TEST(LoggerInstance, IsTheFirstOneUntilItIsGone) {
 }
 
 TEST(BasicLoggerSettings, PlainLoggerStartsWhileItsFileExists) {
-    TemporaryFolder folder;
-    BasicLogger logger(folder.write(uniqueLogName(), ""), 15);
-    uint32_t value = 0;
-    logger.readSetting("startLog", value, 0);
-    EXPECT_EQ(value, 0xFFFFFFFFu);
+    EXPECT_EQ(plainSetting("startLog", 0), 0xFFFFFFFFu);
 }
 
 TEST(BasicLoggerSettings, PlainLoggerIsOffWithoutItsFile) {
-    TemporaryFolder folder;
-    BasicLogger logger((folder / uniqueLogName()).string(), 15);
-    uint32_t value = 7;
-    logger.readSetting("startLog", value, 7);
-    EXPECT_EQ(value, 0u);
+    EXPECT_EQ(plainSetting("startLog", 7, File::missing), 0u);
 }
 
 TEST(BasicLoggerSettings, PlainLoggerKnowsStartLogInItsExactCaseOnly) {
-    TemporaryFolder folder;
-    BasicLogger logger(folder.write(uniqueLogName(), ""), 15);
-    uint32_t value = 0;
-    logger.readSetting("StartLog", value, 7);
-    EXPECT_EQ(value, 7u);
+    EXPECT_EQ(plainSetting("StartLog", 7), 7u);
 }
 
 TEST(BasicLoggerSettings, PlainLoggerGivesTheDefaultOfEveryOtherSetting) {
-    TemporaryFolder folder;
-    BasicLogger logger(folder.write(uniqueLogName(), ""), 15);
-    uint32_t value = 0;
-    logger.readSetting("All", value, 5);
-    EXPECT_EQ(value, 5u);
+    EXPECT_EQ(plainSetting("All", 5), 5u);
 }
 
 TEST(BasicLoggerSettings, PlainLoggerDoesNotMakeItsFileByLooking) {

@@ -13,11 +13,6 @@ using namespace kal::test;
 
 namespace {
 
-class LogFile : public testing::Test {
-  protected:
-    LogToFile log;
-};
-
 /// Makes the file this large without writing it: a file of gigabytes costs no room.
 void setSize(const std::string &file, int64_t size) {
     const HANDLE handle = CreateFileA(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
@@ -49,6 +44,18 @@ std::string bytesAt(const std::string &file, int64_t offset, size_t count) {
     bytes.resize(read);
     return bytes;
 }
+
+class LogFile : public testing::Test {
+  protected:
+    void expectAppendedAt(int64_t size) {
+        setSize(log.file, size);
+        log.write("text");
+        EXPECT_EQ(sizeOf(log.file), size + static_cast<int64_t>(bidiLine("text").size()));
+        EXPECT_EQ(bytesAt(log.file, size, 100), bidiLine("text"));
+    }
+
+    LogToFile log;
+};
 
 } // namespace
 
@@ -178,19 +185,11 @@ TEST_F(LogFile, EndThatCannotBeReachedCostsThatLineAndOverwritesNone) {
 }
 
 TEST_F(LogFile, LargerThanTwoGibibytesIsAppendedTo) {
-    constexpr int64_t size = 0x80000010;
-    setSize(log.file, size);
-    log.write("text");
-    EXPECT_EQ(sizeOf(log.file), size + static_cast<int64_t>(bidiLine("text").size()));
-    EXPECT_EQ(bytesAt(log.file, size, 100), bidiLine("text"));
+    expectAppendedAt(0x80000010);
 }
 
 TEST_F(LogFile, JustBelowFourGibibytesIsAppendedTo) {
-    constexpr int64_t size = 0xFFFFFFF0;
-    setSize(log.file, size);
-    log.write("text");
-    EXPECT_EQ(sizeOf(log.file), size + static_cast<int64_t>(bidiLine("text").size()));
-    EXPECT_EQ(bytesAt(log.file, size, 100), bidiLine("text"));
+    expectAppendedAt(0xFFFFFFF0);
 }
 
 /// Only the low half of the size counts: such a log is written over from its beginning.
