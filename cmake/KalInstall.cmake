@@ -1,10 +1,11 @@
-# What `cmake --install` lays out. The simulator has a folder of its own: a comc.dll must never come to lie beside a
-# production kalclient.dll by accident.
+# What `cmake --install` lays out. The simulator and the spy have folders of their own: their comc.dll must never come to
+# lie beside a production kalclient.dll by accident.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS kalclient RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
 install(TARGETS kal RUNTIME DESTINATION bin)
 install(TARGETS comc_simulator RUNTIME DESTINATION simulator)
+install(TARGETS spy_front spy_recorder RUNTIME DESTINATION spy)
 install(FILES api/kal.h DESTINATION include)
 
 # The import library of the other world's linker. Visual C++ makes its own; the cross build makes it from the export

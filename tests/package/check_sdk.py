@@ -26,7 +26,8 @@ expect(f"Version: {version}" in files["lib/pkgconfig/kal.pc"].decode(), "kal.pc 
 expect(f'PACKAGE_VERSION "{version}"' in files["lib/cmake/kal/kalConfigVersion.cmake"].decode(),
        "kalConfigVersion.cmake has another version")
 expect(f"## [{version}]" in files["CHANGELOG.md"].decode(), f"CHANGELOG.md has no entry for {version}")
-for name in ("bin/kalclient.dll", "bin/kal.exe", "simulator/comc.dll"):
+BINARIES = ("bin/kalclient.dll", "bin/kal.exe", "simulator/comc.dll", "spy/comc.dll", "spy/comc-recorder.dll")
+for name in BINARIES:
     key = "ProductVersion\0".encode("utf-16-le")
     at = files[name].find(key)
     shown = files[name][at + len(key):at + len(key) + 40].decode("utf-16-le", "replace").strip("\0").split("\0")[0]
@@ -36,11 +37,11 @@ for name in ("bin/kalclient.dll", "bin/kal.exe", "simulator/comc.dll"):
 for name, data in files.items():
     for path in private_paths:
         expect(str(path).encode() not in data, f"{name} contains {path}")
-for name in ("bin/kalclient.dll", "simulator/comc.dll", "bin/kal.exe"):
+for name in BINARIES:
     table = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", sdk / name], capture_output=True, text=True, check=True)
     imported = {each.lower() for each in re.findall(r"DLL Name: (\S+)", table.stdout)}
     foreign = imported - {"kernel32.dll", "user32.dll", "advapi32.dll", "shell32.dll", "msvcrt.dll", "ws2_32.dll",
-                          "version.dll", "ole32.dll", "kalclient.dll"}
+                          "version.dll", "ole32.dll", "bcrypt.dll", "kalclient.dll"}
     expect(not foreign, f"{name} needs {foreign}")
 expect("comc.dll" not in {path.name for path in (sdk / "bin").iterdir()}, "the simulator lies beside kalclient.dll")
 

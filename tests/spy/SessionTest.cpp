@@ -110,8 +110,8 @@ TEST_F(Session, CallThatWasNotRecordedFailsAndIsTold) {
     ToolRun other;
     record("desk", "status 0x6001", other);
     EXPECT_EQ(other.status, 1);
-    EXPECT_THAT(journal(), HasSubstr("replay: the call is not in the recording: OrxOpenPrinter{"));
-    EXPECT_THAT(journal(), HasSubstr("\"handle\":24577}, answers 1169"));
+    EXPECT_THAT(journal(), HasSubstr("replay: the call is not in the recording: OrxGetCurrentStatePrinter{"));
+    EXPECT_THAT(journal(), HasSubstr("\"handle\":24577,\"state\":{\"output\":true}}, answers 1169"));
 }
 
 TEST_F(Session, OtherDocumentIsNotTakenForTheRecordedOne) {
