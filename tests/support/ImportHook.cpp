@@ -13,9 +13,9 @@ const IMAGE_IMPORT_DESCRIPTOR *firstImport(const char *base) {
     return reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR *>(base + entry.VirtualAddress);
 }
 
-} // namespace
-
-void **findImport(HMODULE module, const char *name) {
+/// Visits each function imported by name, with the place that holds its address.
+template <typename Visit>
+void eachImport(HMODULE module, Visit visit) {
     auto *base = reinterpret_cast<char *>(module);
     for (const auto *library = firstImport(base); library->Name != 0; ++library) {
         const auto *named = reinterpret_cast<const IMAGE_THUNK_DATA64 *>(base + library->OriginalFirstThunk);
@@ -24,11 +24,26 @@ void **findImport(HMODULE module, const char *name) {
             if (IMAGE_SNAP_BY_ORDINAL64(named->u1.Ordinal))
                 continue;
             const auto *import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME *>(base + named->u1.AddressOfData);
-            if (std::strcmp(reinterpret_cast<const char *>(import->Name), name) == 0)
-                return reinterpret_cast<void **>(&bound->u1.Function);
+            visit(reinterpret_cast<const char *>(import->Name), reinterpret_cast<void **>(&bound->u1.Function));
         }
     }
-    return nullptr;
+}
+
+} // namespace
+
+void **findImport(HMODULE module, const char *name) {
+    void **found = nullptr;
+    eachImport(module, [&](const char *imported, void **place) {
+        if (found == nullptr && std::strcmp(imported, name) == 0)
+            found = place;
+    });
+    return found;
+}
+
+std::vector<std::string> importedFunctions(HMODULE module) {
+    std::vector<std::string> names;
+    eachImport(module, [&](const char *imported, void **) { names.emplace_back(imported); });
+    return names;
 }
 
 std::vector<std::string> importedLibraries(HMODULE module) {

@@ -19,6 +19,9 @@ void **findImport(HMODULE module, const char *name);
 /// Names of the libraries in the module's import table.
 std::vector<std::string> importedLibraries(HMODULE module);
 
+/// Names of the functions in the module's import table, in its order.
+std::vector<std::string> importedFunctions(HMODULE module);
+
 /// Writes an address into the import table, whose page is normally read-only.
 void writeImport(void **place, void *address);
 
@@ -63,9 +66,9 @@ class ImportHook<Name, Result(Arguments...)> {
     int calls() const { return calls_; }
 
   private:
-    using Function = Result (*)(Arguments...);
+    using Function = Result(WINAPI *)(Arguments...);
 
-    static Result enter(Arguments... arguments) {
+    static Result WINAPI enter(Arguments... arguments) {
         InterlockedIncrement(&active->calls_);
         return active->replacement_(arguments...);
     }
