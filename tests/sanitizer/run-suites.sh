@@ -70,6 +70,9 @@ export preload report folder work here
 
 : >"$work/verdicts"
 
+# Wine starts up by itself with its first program, which must not be one that is watched.
+env -u WINEDLLPATH KAL_WINE_PREFIX="$WINEPREFIX" "$root/cmake/wine-run" wineboot >"$work/wineboot.txt" 2>&1 || true
+
 # First the instruments themselves: each deliberate defect of the kind must be reported, and what is in order must not.
 case $kind in
   address) defects="HeapOverrun StackOverrun Leak SignedOverflow" ;;
