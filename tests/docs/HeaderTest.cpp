@@ -104,9 +104,12 @@ std::vector<std::string> logLinesOfGroup(const std::string &group) {
     return namesIn(header.substr(begin, header.find("@par Example", begin) - begin));
 }
 
-class HeaderLogLines : public testing::Test {
-  protected:
-    HeaderLogLines() {
+using Logged = std::map<std::string, std::vector<std::string>>;
+
+/// Runs the scenarios of all exports with everything logged.
+class LoggedScenarios {
+  public:
+    LoggedScenarios() {
         machine.logEverything();
         service.stringProperty("Transport", "USB1");
         service.stringProperty("Device", "BpdPrinter");
@@ -131,8 +134,8 @@ class HeaderLogLines : public testing::Test {
         runScenarios();
     }
 
-    /// All that the scenarios of each export have logged.
-    std::map<std::string, std::vector<std::string>> logged;
+    /// What the scenarios of each export have logged.
+    Logged logged;
 
   private:
     void runScenarios() {
@@ -171,6 +174,13 @@ class HeaderLogLines : public testing::Test {
     RecordedService service;
     StagedLibrary library;
     NetworkStandIn network_{library.module()};
+};
+
+class HeaderLogLines : public testing::Test {
+  protected:
+    static void SetUpTestSuite() { logged = LoggedScenarios().logged; }
+
+    static inline Logged logged;
 };
 
 TEST_F(HeaderLogLines, AreThoseThatTheExportsWrite) {

@@ -56,7 +56,7 @@ std::set<uint32_t> triedCodes() {
     for (const CodeRow &row : codeRows())
         if (row.code)
             codes.insert({*row.code - 1, *row.code, *row.code + 1});
-    for (uint32_t code = 0; code < 64; ++code)
+    for (uint32_t code = 0; code < 8; ++code)
         codes.insert(code);
     return codes;
 }
