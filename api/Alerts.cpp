@@ -207,6 +207,12 @@ bool takeCaptureOff(uint16_t handle) {
     return true;
 }
 
+void countCapture(OrxClient &client, uint16_t handle, HWND window) {
+    alertWindows.set(static_cast<int32_t>(client.clientId()), window);
+    const ScopedMutex guard(captureLock);
+    ++captureCounts[handle];
+}
+
 int32_t captureAlerts(CallTrace &trace, OrxClient &client, uint16_t handle, uint32_t clientMask, HWND window) {
     if (const uint32_t code = client.OpenPrinter(handle)) {
         logTrace("openPrinter() failed, rc=", code);
@@ -217,10 +223,15 @@ int32_t captureAlerts(CallTrace &trace, OrxClient &client, uint16_t handle, uint
         trace.setResult("KAL_FAIL, errorCode=", code);
         return KAL_FAIL;
     }
-    alertWindows.set(static_cast<int32_t>(client.clientId()), window);
-    {
-        const ScopedMutex guard(captureLock);
-        ++captureCounts[handle];
+    try {
+        countCapture(client, handle, window);
+    } catch (const std::bad_alloc &) {
+        client.UnregisterForAlertsPrinter(handle); // no entry yet, so no other capture that this could end
+        client.ClosePrinter(handle);
+        throw;
+    } catch (const Win32Exception &) {
+        client.ClosePrinter(handle); // other captures of the handle, of which nothing is known here, go on
+        throw;
     }
     return trace.named(KAL_OKAY);
 }

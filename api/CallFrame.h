@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -58,13 +59,17 @@ class CallTrace {
         open(logEnabled(legacyClient(), logLevel::trace) ? description.compose() : std::string());
     }
 
-    /// Gives the exit trace its result's text.
+    /// Gives the exit trace its result's text; without memory for it the trace goes without, since the call is done.
     template <class... Pieces>
-    void setResult(const Pieces &...pieces) {
-        if (trace_ && trace_->isActive()) {
+    void setResult(const Pieces &...pieces) noexcept {
+        if (!trace_ || !trace_->isActive()) {
+            return;
+        }
+        try {
             MessageText text;
             (text << ... << pieces);
             trace_->setResult(text.view());
+        } catch (const std::bad_alloc &) {
         }
     }
 

@@ -29,7 +29,7 @@ void Thread::start() {
     try {
         static_cast<void>(started.wait(waitWithoutTimeout));
     } catch (const Win32Exception &) {
-        static_cast<void>(join(waitWithoutTimeout)); // the thread still signals the event that goes with this block
+        awaitEnd(); // the thread still signals the event that goes with this block
         throw;
     }
 }
@@ -39,9 +39,19 @@ bool Thread::join(uint32_t timeoutMilliseconds) const noexcept {
     return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
 }
 
+void Thread::awaitEnd() const noexcept {
+    if (join(waitWithoutTimeout)) {
+        return;
+    }
+    DWORD exitCode = 0;
+    while (GetExitCodeThread(handle_.get(), &exitCode) && exitCode == STILL_ACTIVE) {
+        Sleep(1);
+    }
+}
+
 Thread::~Thread() {
     if (handle_.isOpen()) {
-        static_cast<void>(join(waitWithoutTimeout));
+        awaitEnd();
     }
 }
 

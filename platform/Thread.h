@@ -56,6 +56,8 @@ class Thread {
         Event *started;
     };
     static unsigned __stdcall procedure(void *startRecord);
+    /// Returns when the thread has ended, also when the system refuses to wait for it: what it uses goes away then.
+    void awaitEnd() const noexcept;
 
     std::unique_ptr<StartRecord> startRecord_;
     uint32_t stackSize_ = defaultStackSize;

@@ -7,6 +7,7 @@
 #include <winnetwk.h>
 
 #include <memory>
+#include <new>
 
 namespace kal {
 
@@ -47,7 +48,14 @@ uint32_t checkServerByName(const std::string &serverName) {
     char computerName[MAX_COMPUTERNAME_LENGTH + 1] = {};
     DWORD size = sizeof computerName;
     const bool known = GetComputerNameA(computerName, &size) != 0;
-    return isThisMachine(serverName, known ? computerName : nullptr) ? ERROR_SUCCESS : askNetworkProvider(serverName);
+    if (isThisMachine(serverName, known ? computerName : nullptr)) {
+        return ERROR_SUCCESS;
+    }
+    try {
+        return askNetworkProvider(serverName);
+    } catch (const std::bad_alloc &) {
+        return ERROR_NOT_ENOUGH_MEMORY; // a code like any other: whoever asks holds references to give back
+    }
 }
 
 } // namespace kal

@@ -38,6 +38,8 @@ struct ExportScenario {
     /// Whether an application is registered before `before`, and unregisters behind `after`. Otherwise the scenario is
     /// about registration itself and does both.
     bool needsRegistration = true;
+    /// Whether an earlier scenario differs from this one by names only.
+    bool isLikeEarlierOne = false;
 };
 
 /// All of them. The printer has handle 3; the service finds it under "USB001" and enumerates it.

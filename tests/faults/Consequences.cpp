@@ -1,0 +1,40 @@
+#include "tests/faults/Consequences.h"
+
+namespace kal::test {
+
+namespace {
+
+struct ConsequenceRow {
+    std::string import;
+    std::string what;
+    std::string where;
+    Promise promise;
+};
+
+const std::vector<ConsequenceRow> &rows() {
+    static const std::vector<ConsequenceRow> all = {
+#define CONSEQUENCE(import, what, where, consequence, text) {import, what, where, {Consequence::consequence, text}},
+#include "tests/faults/Consequences.inc"
+#undef CONSEQUENCE
+    };
+    return all;
+}
+
+bool fits(const std::string &wanted, const std::string &what) {
+    const std::string plain = what.substr(0, what.rfind('#'));
+    return wanted.empty() || wanted == what || wanted == plain;
+}
+
+} // namespace
+
+const Promise *promiseOf(const ImportWatch::Call &call, const ExportScenario &scenario) {
+    for (const ConsequenceRow &row : rows()) {
+        const bool isHere = row.where.empty() || row.where == scenario.name ||
+                            (!scenario.exports.empty() && row.where == scenario.exports.back());
+        if (row.import == call.import && isHere && fits(row.what, call.what))
+            return &row.promise;
+    }
+    return nullptr;
+}
+
+} // namespace kal::test
