@@ -23,12 +23,13 @@ ln -s temporary/folder "$work/temporary\\folder"
 
 export WINEPREFIX=${KAL_WINE_PREFIX:-$root/build/wine} WINEDEBUG=-all WINEDLLPATH=$folder/modules
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d" TMPDIR=$work/temporary\\folder
+# A thread of Wine is none that anybody joins.
 # Wine handles the signals; the stacks of its threads are not those that Linux knows.
 common="handle_segv=0:handle_sigill=0:handle_sigbus=0:handle_sigfpe=0:use_sigaltstack=0:exitcode=66"
 export ASAN_OPTIONS="$common:fast_unwind_on_malloc=0"
 export LSAN_OPTIONS="suppressions=$here/leaks.supp:print_suppressions=0:leak_check_at_exit=0:use_stacks=0"
 export UBSAN_OPTIONS="print_stacktrace=1"
-export TSAN_OPTIONS="$common:suppressions=$here/races.supp:print_suppressions=0:report_signal_unsafe=0"
+export TSAN_OPTIONS="$common:suppressions=$here/races.supp:print_suppressions=0:report_signal_unsafe=0:atexit_sleep_ms=0:report_thread_leaks=0"
 case $kind in
   address) runtime=libasan.so ;;
   thread) runtime=libtsan.so ;;

@@ -1,6 +1,6 @@
 // Makes the order that Windows objects give to threads known to the thread sanitizer, which sees only what Linux's own
-// library does. When the module is loaded, the import tables of the test program and of the module itself are changed
-// so that locks, waits and the ends of threads pass through here and are told; comc.dll follows when it is loaded.
+// library does. It is part of every module and program: when that is loaded, its import table is changed so that its
+// locks, waits and the ends of its threads pass through here and are told.
 //
 // A wait that succeeds comes after everything that was done before the object was set or released, and after the end of
 // every thread that has ended. The latter is more order than there is; it hides only a race with a thread that is gone.
@@ -19,8 +19,16 @@ void __tsan_release(void *address);
 
 namespace {
 
-char endOfThreads;
-char objects[4096]; ///< one address for each kernel handle, as good as always
+// Order is told by addresses; these are nobody's memory and the same in every module.
+constexpr uintptr_t tokens = 0x7000000000;
+
+void *endOfThreads() noexcept {
+    return reinterpret_cast<void *>(tokens);
+}
+
+void *tokenOf(HANDLE object) noexcept {
+    return reinterpret_cast<void *>(tokens + 64 + 8 * (reinterpret_cast<uintptr_t>(object) & 0xFFFFFF));
+}
 
 /// The system's own functions: this module imports them as well, and its imports are replaced with the others.
 struct System {
@@ -35,7 +43,6 @@ struct System {
     SYSTEM_FUNCTION(ReleaseMutex);
     SYSTEM_FUNCTION(ReleaseSemaphore);
     SYSTEM_FUNCTION(CreateThread);
-    SYSTEM_FUNCTION(LoadLibraryA);
 #undef SYSTEM_FUNCTION
 
     template <class Function>
@@ -46,10 +53,6 @@ struct System {
 
 // Before every other object of the module, whose constructors may lock already.
 __attribute__((init_priority(101))) const System systemFunctions;
-
-void *tokenOf(HANDLE object) noexcept {
-    return &objects[reinterpret_cast<uintptr_t>(object) / 4 % sizeof objects];
-}
 
 void WINAPI enterCriticalSection(CRITICAL_SECTION *section) {
     systemFunctions.EnterCriticalSection(section);
@@ -74,7 +77,7 @@ DWORD waited(DWORD result, DWORD count, const HANDLE *handles) noexcept {
         for (DWORD index = 0; index < count; ++index) {
             __tsan_acquire(tokenOf(handles[index]));
         }
-        __tsan_acquire(&endOfThreads);
+        __tsan_acquire(endOfThreads());
     }
     return result;
 }
@@ -112,7 +115,7 @@ DWORD WINAPI runThread(void *record) {
     const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart *>(record));
     __tsan_acquire(start.get());
     const DWORD result = start->procedure(start->argument);
-    __tsan_release(&endOfThreads);
+    __tsan_release(endOfThreads());
     return result;
 }
 
@@ -127,22 +130,6 @@ HANDLE WINAPI createThread(SECURITY_ATTRIBUTES *security, SIZE_T stackSize, LPTH
         static_cast<void>(start.release());
     }
     return thread;
-}
-
-uintptr_t WINAPI beginThreadEx(void *security, unsigned stackSize, LPTHREAD_START_ROUTINE procedure, void *argument,
-                               unsigned flags, unsigned *id) {
-    return reinterpret_cast<uintptr_t>(createThread(static_cast<SECURITY_ATTRIBUTES *>(security), stackSize, procedure,
-                                                    argument, flags, reinterpret_cast<DWORD *>(id)));
-}
-
-void watch(HMODULE module);
-
-HMODULE WINAPI loadLibrary(const char *name) {
-    HMODULE const module = systemFunctions.LoadLibraryA(name);
-    if (module != nullptr) {
-        watch(module);
-    }
-    return module;
 }
 
 struct Replacement {
@@ -160,8 +147,6 @@ const Replacement replacements[] = {
     {"ReleaseMutex", reinterpret_cast<void *>(&releaseMutex)},
     {"ReleaseSemaphore", reinterpret_cast<void *>(&releaseSemaphore)},
     {"CreateThread", reinterpret_cast<void *>(&createThread)},
-    {"_beginthreadex", reinterpret_cast<void *>(&beginThreadEx)},
-    {"LoadLibraryA", reinterpret_cast<void *>(&loadLibrary)},
 };
 
 void replace(ULONGLONG &imported, const char *name) {
@@ -198,10 +183,9 @@ void watch(HMODULE module) {
 
 struct Watch {
     Watch() {
-        watch(GetModuleHandleA(nullptr));
         HMODULE self = nullptr;
         GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                           reinterpret_cast<const char *>(&endOfThreads), &self);
+                           reinterpret_cast<const char *>(&replacements), &self);
         if (self != nullptr) {
             watch(self);
         }
