@@ -88,7 +88,7 @@ function(kal_test_program name)
     add_dependencies(${name} ${arg_DEPENDS})
   endif()
   kal_stage(${name} ${arg_STAGE})
-  add_test(NAME ${name} COMMAND ${name} "--gtest_output=xml:${PROJECT_BINARY_DIR}/results/${name}.xml"
+  add_test(NAME ${name} COMMAND ${name} "--gtest_output=xml:../../results/${name}.xml"
            WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${name}")
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
   foreach(label ${arg_LABELS})
