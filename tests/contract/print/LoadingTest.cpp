@@ -112,3 +112,28 @@ TEST_F(RegisteredClient, ServiceThatRefusesAnIdentifierFailsTheOpen) {
     EXPECT_FALSE(service.isLoaded());
     EXPECT_THAT(service.operations(), IsEmpty());
 }
+
+/// A copy of the library in whose import table one function stands for another.
+class LibraryWithoutItsName : public testing::Test {
+  protected:
+    LibraryWithoutItsName() {
+        constexpr std::string_view name("GetModuleFileNameA", 19); // with its terminator
+        std::string replacement = "GetAtomNameA";                  // answers 0 for what is a module's handle
+        replacement.resize(name.size());
+        std::string bytes = readFile(programFolder() / "kalclient.dll");
+        const size_t position = bytes.find(name);
+        if (position != std::string::npos)
+            bytes.replace(position, name.size(), replacement);
+        module = LoadLibraryA(folder.write("kalclient.dll", bytes).c_str());
+    }
+    ~LibraryWithoutItsName() override { FreeLibrary(module); }
+
+    TemporaryFolder folder;
+    HMODULE module = nullptr;
+};
+
+TEST_F(LibraryWithoutItsName, LoadsAllTheSame) {
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(findImport(module, "GetModuleFileNameA"), nullptr);
+    EXPECT_EQ(exported<decltype(Initialize)>(module, "Initialize")(), 1);
+}
