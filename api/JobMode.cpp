@@ -5,6 +5,7 @@
 #include "service/PropertyDescriptor.h"
 
 #include <charconv>
+#include <iterator>
 
 namespace kal {
 
@@ -38,8 +39,8 @@ int32_t KalSetEndOfJobMode(uint16_t, uint16_t handle, uint16_t, uint16_t, uint16
     return inlineCall(Description("KalSetEndOfJobMode() handle=", handle), cancelModeWithoutBinding,
                       [&](CallTrace &trace, OrxClient &client) {
                           char milliseconds[16] = {};
-                          std::to_chars(milliseconds, milliseconds + sizeof milliseconds - 1,
-                                        static_cast<int32_t>(seconds) * 1000);
+                          char *const end = std::end(milliseconds) - 1;
+                          std::to_chars(milliseconds, end, static_cast<int32_t>(seconds) * 1000);
                           client.SetJobStringPrinter(handle, propertyDescriptor::endOfJobDuration, milliseconds);
                           return trace.numbered(KAL_OKAY); // whatever the service says
                       });

@@ -43,7 +43,8 @@ std::string Settings::keyPath(const std::string &subkey, uint32_t selector) cons
 
 bool Settings::removeStores() {
     uint32_t wanted = 0;
-    if (!read("Settings\\", "DeleteStoreOnUninstall", wanted, localRoot) || wanted == 0) {
+    const bool isSet = read("Settings\\", "DeleteStoreOnUninstall", wanted, localRoot);
+    if (!isSet || wanted == 0) {
         return false;
     }
     // Read before anything is deleted: a registry that cannot be listed is not deleted from.
@@ -59,7 +60,8 @@ bool Settings::isBrandRecognised() const {
 
 bool Settings::isInbox() const {
     uint32_t inbox = 0;
-    return read("Settings\\", "Inbox", inbox, localRoot) && inbox > 0;
+    const bool isSet = read("Settings\\", "Inbox", inbox, localRoot);
+    return isSet && inbox > 0;
 }
 
 bool Settings::isHbnTransportUsable() const {
