@@ -1,0 +1,45 @@
+# Given to cmake as CMAKE_PROJECT_kal_INCLUDE. With KAL_COVERAGE, what goes into kalclient.dll counts which lines and
+# branches ran; with KAL_MUTATION, it may be code that no person would write. The target kal_exercise is every test
+# program that runs the library's own code.
+
+# The targets of a folder and of those below it.
+function(kal_targets_below folder result)
+  get_property(targets DIRECTORY "${folder}" PROPERTY BUILDSYSTEM_TARGETS)
+  get_property(subfolders DIRECTORY "${folder}" PROPERTY SUBDIRECTORIES)
+  foreach(subfolder ${subfolders})
+    kal_targets_below("${subfolder}" below)
+    list(APPEND targets ${below})
+  endforeach()
+  set(${result} ${targets} PARENT_SCOPE)
+endfunction()
+
+function(kal_instrument)
+  add_custom_target(kal_exercise)
+  set(kinds unit contract)
+  if(KAL_COVERAGE)
+    list(APPEND kinds faults)
+  endif()
+  foreach(kind ${kinds})
+    if(EXISTS "${CMAKE_SOURCE_DIR}/tests/${kind}/CMakeLists.txt")
+      kal_targets_below("${CMAKE_SOURCE_DIR}/tests/${kind}" targets)
+      add_dependencies(kal_exercise ${targets})
+    endif()
+  endforeach()
+  set(library kal_platform kal_settings_rules kal_settings kal_logging_rules kal_logging kal_service_rules kal_service
+              kal_api_rules kal_api)
+  if(KAL_MUTATION)
+    foreach(target ${library})
+      target_compile_options(${target} PRIVATE -w -Wno-narrowing)
+    endforeach()
+  endif()
+  if(KAL_COVERAGE)
+    # The unit tests have copies of their own of what stands in headers.
+    kal_targets_below("${CMAKE_SOURCE_DIR}/tests/unit" unit_tests)
+    foreach(target ${library} ${unit_tests})
+      # Without optimisation, so that a line is a line; counted exactly by any number of threads.
+      target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -O0)
+    endforeach()
+    target_link_options(kal_compiler INTERFACE --coverage)
+  endif()
+endfunction()
+cmake_language(DEFER DIRECTORY "${CMAKE_SOURCE_DIR}" CALL kal_instrument)
