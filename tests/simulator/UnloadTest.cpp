@@ -36,6 +36,23 @@ bool isUnloadedWithin(uint32_t timeMs) {
     return !isLoaded();
 }
 
+/// The slot of thread-local storage that would be given out next.
+DWORD nextSlot() {
+    const DWORD slot = TlsAlloc();
+    TlsFree(slot);
+    return slot;
+}
+
+// A client loads the service whenever it is not idle: a thousand times is soon reached.
+TEST(SimulatorUnload, TakesNoSlotOfThreadLocalStorageWithIt) {
+    { LoadedSimulator first; }
+    const DWORD before = nextSlot();
+    for (int load = 0; load < 20; ++load) {
+        LoadedSimulator again;
+    }
+    EXPECT_EQ(nextSlot(), before);
+}
+
 TEST(SimulatorUnload, IdleLibraryIsGoneAtOnce) {
     LoadedSimulator simulator;
     simulator.unload();

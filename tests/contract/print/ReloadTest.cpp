@@ -1,5 +1,6 @@
 // A program may load and free the library as often as it likes.
 
+#include "api/kal.h"
 #include "tests/support/StagedLibrary.h"
 
 #include <gtest/gtest.h>
@@ -22,6 +23,17 @@ TEST(Reload, TakesNoSlotOfThreadLocalStorageWithIt) {
     const DWORD before = nextSlot();
     for (int load = 0; load < 20; ++load) {
         const StagedLibrary again;
+    }
+    EXPECT_EQ(nextSlot(), before);
+}
+
+// An exception is what needs a slot.
+TEST(Reload, TakesNoSlotWithItThatAnExceptionNeeded) {
+    { const StagedLibrary first; }
+    const DWORD before = nextSlot();
+    for (int load = 0; load < 20; ++load) {
+        const StagedLibrary again;
+        EXPECT_ANY_THROW(again.function<decltype(KalClose)>("KalClose")(0, 5)); // nobody is registered
     }
     EXPECT_EQ(nextSlot(), before);
 }
