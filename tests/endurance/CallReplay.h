@@ -10,7 +10,7 @@
 
 namespace kal::test {
 
-/// References as the description counts them; exact where one thread alone uses the library.
+/// References as the interface promises them; exact where one thread alone uses the library.
 struct ReferenceModel {
     enum class Module { none, loaded, stale } module = Module::none;
     uint32_t loads = 0;

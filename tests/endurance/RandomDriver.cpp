@@ -1,5 +1,5 @@
 // Plays long sequences of exports from several threads against a service that answers everything it may answer, and
-// looks after each call whether the result, the calls of the service and the state of comc.dll are what the description
+// looks after each call whether the result, the calls of the service and the state of comc.dll are what the interface
 // promises.
 //
 //   random_driver --calls 200000 --threads 8 --seed 1

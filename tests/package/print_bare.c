@@ -1,5 +1,5 @@
 /* Prints the file DOCUMENT to a printer of the simulator, compiled for the Visual C++ object format and linked with
- * that world's import library. There is no such C library on this machine, so the program does without one. */
+ * that world's import library. It brings no C library, so that any linker of that world will do. */
 #include "print_job.h"
 
 __declspec(dllimport) void *__stdcall CreateFileA(const char *, uint32_t, uint32_t, void *, uint32_t, uint32_t, void *);

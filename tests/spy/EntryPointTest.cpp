@@ -8,7 +8,7 @@ using namespace spy;
 
 namespace {
 
-/// The description of the service, written down apart from the table under test.
+/// The interface of the service, written down apart from the table under test.
 const std::map<std::string, std::string> described = {
 #define ORX_ENTRY_POINT(name, kinds) {#name, kinds},
 #include "tests/support/OrxEntryPoints.inc"

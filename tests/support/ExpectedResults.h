@@ -1,5 +1,5 @@
-// What a service may answer, and what each answer means to an application: taken from the description of the interface,
-// not from the library's own tables, so that the two are checked against each other.
+// What a service may answer, and what each answer means to an application: the documented results,
+// not taken from the library's own tables, so that the two are checked against each other.
 #pragma once
 
 #include "api/kal.h"
