@@ -79,20 +79,25 @@ class WindowMessage(enum.IntEnum):
 DEVICE_CLASS_BPD = 3
 DEVICE_CLASS_CPD = 8
 
+PORT_NAME_SIZE = 80  #: of PortInfoRecord.portName, with the terminating zero
+SECOND_NAME_OFFSET = 100  #: of the second name, which may be longer than its array shows
+SECOND_NAME_MINIMUM = 260
+PRINTER_STATUS_SIZE = 1032  #: of PrinterStatusRecord
+
 
 class PortInfoRecord(ctypes.Structure):
     """A found printer, valid during the callback only. The second name may be longer than its array shows."""
 
     _fields_ = [
         ("macAddress", ctypes.c_uint8 * 6),
-        ("portName", ctypes.c_char * 80),
+        ("portName", ctypes.c_char * PORT_NAME_SIZE),
         ("handle", ctypes.c_uint16),
         ("deviceClass", ctypes.c_uint16),
         ("reserved90", ctypes.c_uint16),
         ("portType", ctypes.c_uint32),
         ("reserved96", ctypes.c_uint16),
         ("isHostBasedNetwork", ctypes.c_uint16),
-        ("secondName", ctypes.c_char * 260),
+        ("secondName", ctypes.c_char * SECOND_NAME_MINIMUM),
     ]
 
 
@@ -104,7 +109,7 @@ class PrinterStatusRecord(ctypes.Structure):
         ("version", ctypes.c_uint32),
         ("isPrinting", ctypes.c_uint32),
         ("count", ctypes.c_uint32),
-        ("reserved", ctypes.c_uint8 * 1016),
+        ("reserved", ctypes.c_uint8 * (PRINTER_STATUS_SIZE - 16)),
     ]
 
 

@@ -87,6 +87,8 @@ class PythonSignatures(unittest.TestCase):
             self.assertEqual(int(kal.NetType[ours]), numbers[theirs])
         self.assertEqual((kal.DEVICE_CLASS_BPD, kal.DEVICE_CLASS_CPD),
                          (numbers["KAL_DEVICE_CLASS_BPD"], numbers["KAL_DEVICE_CLASS_CPD"]))
+        for name in ("PORT_NAME_SIZE", "PRINTER_STATUS_SIZE", "SECOND_NAME_MINIMUM", "SECOND_NAME_OFFSET"):
+            self.assertEqual(getattr(kal, name), numbers[f"KAL_{name}"], name)
 
     def test_loading_elsewhere_than_on_windows_is_refused(self):
         with self.assertRaises(OSError):
