@@ -37,7 +37,9 @@ install(FILES "${PROJECT_BINARY_DIR}/install/kalConfig.cmake" "${PROJECT_BINARY_
 
 install(FILES docs/sdk-readme.md DESTINATION . RENAME README.md)
 install(FILES CHANGELOG.md DESTINATION .)
-install(DIRECTORY docs/ DESTINATION docs PATTERN sdk-readme.md EXCLUDE PATTERN doxygen EXCLUDE)
+# Without the pages of those who maintain the library: they speak of the sources.
+install(DIRECTORY docs/ DESTINATION docs PATTERN sdk-readme.md EXCLUDE PATTERN doxygen EXCLUDE
+        PATTERN architecture.md EXCLUDE PATTERN performance.md EXCLUDE PATTERN testing.md EXCLUDE)
 install(DIRECTORY examples/ DESTINATION examples PATTERN CMakeLists.txt EXCLUDE)
 install(FILES resources/examples.cmake DESTINATION examples RENAME CMakeLists.txt)
 install(DIRECTORY bindings DESTINATION . PATTERN __pycache__ EXCLUDE PATTERN generate EXCLUDE)

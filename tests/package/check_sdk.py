@@ -77,5 +77,22 @@ parts = {each["name"]: each for each in bill["packages"]}
 for name in ("CLI11", "nlohmann-json", "libstdc++", "libgcc", "mingw-w64-crt", "winpthreads", "doxygen-html", "doxygen-awesome"):
     expect(bool(parts.get(name, {}).get("versionInfo")), f"{name} is not listed with its version")
 
+# What is linked into a binary leaves these traces in it, and what is not leaves none. libgcc leaves no text behind.
+TRACES = {"libstdc++": b"St9exception", "winpthreads": b"pthread", "mingw-w64-crt": b"Mingw-w64", "nlohmann-json": b"nlohmann",
+          "CLI11": b"N3CLI"}
+names = {each["SPDXID"]: each for each in (*bill["packages"], *bill["files"])}
+linked = {(names[each["spdxElementId"]].get("fileName", "").removeprefix("./"), names[each["relatedSpdxElement"]].get("name"))
+          for each in bill["relationships"] if each["spdxElementId"] in names and each["relatedSpdxElement"] in names}
+for name in BINARIES:
+    for part, trace in TRACES.items():
+        expect((trace in files[name]) == ((name, part) in linked),
+               f"the list of parts is wrong about {part} in {name}")
+
+# Every relative link of a page leads to something that is shipped.
+for name in files:
+    if name.endswith(".md"):
+        for target in re.findall(r"\]\((?!https?:|@ref|#)([^)#\s]+)", files[name].decode()):
+            expect((sdk / name).parent.joinpath(target).exists(), f"{name} leads to {target}, which is not shipped")
+
 print("\n".join(failures) or f"{len(files)} files of version {version}: sound.")
 sys.exit(bool(failures))
