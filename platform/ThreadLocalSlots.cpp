@@ -12,10 +12,15 @@ namespace {
 
 DWORD slots[4];
 LONG slotCount = 0;
+DWORD(WINAPI *take)() = nullptr; ///< the system's own
+
+/// Before every other constructor of the DLL.
+__attribute__((constructor(101))) void findTake() {
+    take = reinterpret_cast<DWORD(WINAPI *)()>(
+        reinterpret_cast<void *>(GetProcAddress(GetModuleHandleA("kernel32"), "TlsAlloc")));
+}
 
 DWORD WINAPI takeSlot() {
-    const auto take = reinterpret_cast<DWORD(WINAPI *)()>(
-        reinterpret_cast<void *>(GetProcAddress(GetModuleHandleA("kernel32"), "TlsAlloc")));
     const DWORD slot = take();
     if (slot != TLS_OUT_OF_INDEXES) {
         const LONG place = InterlockedIncrement(&slotCount) - 1;
