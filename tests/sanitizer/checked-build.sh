@@ -35,6 +35,7 @@ flags="$flags -D_GLIBCXX_ASSERTIONS -D_GLIBCXX_DEBUG"
 
 code=0
 rm -rf "$checked/results"
+export KAL_WINE_COLLECT=1 # see cmake/wine-run
 ctest --test-dir "$checked" --parallel "${KAL_JOBS:-$(nproc)}" --output-on-failure --label-regex '^(unit|contract)$' "$@" \
   >"$checked/ctest.log" 2>&1 || code=$?
 log=$checked/Testing/Temporary/LastTest.log
