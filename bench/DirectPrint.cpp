@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr size_t pieceSize = 1024 * 1024;
+constexpr size_t pieceSize = 4 * 1024 * 1024;
 
 template <class... Arguments>
 void call(HMODULE service, const char *name, Arguments... arguments) {

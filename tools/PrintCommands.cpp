@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// Large enough that a call's own cost does not show, small enough for a lively progress bar.
-constexpr std::size_t chunkSize = 1024 * 1024;
+constexpr std::size_t chunkSize = 4 * 1024 * 1024;
 /// A service that takes nothing so often, at the pause below, is not going to.
 constexpr int mostEmptyWrites = 100;
 constexpr DWORD pauseAfterEmptyWrite = 50;

@@ -187,7 +187,7 @@ TEST_F(LogCommands, TimelineHasASpanForEachExport) {
 
 TEST_F(LogCommands, TimelineOfARealRunHasThePrintCalls) {
     kal("log on --pid --tid");
-    kal("print --printer 3 " + file("d", documentOf(2'400'000)));
+    kal("print --printer 3 " + file("d", documentOf(10'000'000)));
     const auto timeline = folder / "calls.json";
     EXPECT_EQ(kal("log timeline \"" + timeline.string() + "\"").status, 0);
     std::map<std::string, int> calls;

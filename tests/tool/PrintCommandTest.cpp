@@ -64,7 +64,7 @@ TEST_F(PrintCommand, ServiceThatTakesNothingFailsAndCancels) {
 
 TEST_F(PrintCommand, FailingWriteCancelsTheJob) {
     misbehave(R"("OrxWritePrinter":{"call":2,"code":1168})");
-    const ToolRun run = kal("print --printer 3 " + file("d", documentOf(4'000'000)));
+    const ToolRun run = kal("print --printer 3 " + file("d", documentOf(12'000'000)));
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.error, HasSubstr("KalWrite answered DEVERR_CONNECT (-10): the service cannot reach or find the "
                                      "device; the job was cancelled"));
