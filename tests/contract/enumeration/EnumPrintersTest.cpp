@@ -444,15 +444,18 @@ TEST_F(KalEnumPrintersTest, LateCallAfterTheLastUnregistrationAnswersOne) {
 
 TEST_F(KalEnumPrintersTest, NothingIsRaisedIntoTheServiceWhenThereIsNoMemory) {
     int tried = 0;
+    const HMODULE library = GetModuleHandleA("kalclient.dll");
+    // No setting is fresh, so each log line reads its settings again, which takes memory.
+    DWORD now = 0;
+    const ImportHook<"GetTickCount", DWORD()> clock(library, [&] { return now += 3'600'000; });
     service.does("OrxEnumPrinters", [&](const ServiceCall &call) {
         auto *const found = call.callback<ServiceCallback>(3);
         // One at a time: when memory stays out, the compiler's run time ends the process at its first exception.
         bool hasFailed = true;
         for (int nth = 0; hasFailed; ++nth) {
             int left = nth;
-            const ImportHook<"malloc", void *(size_t)> memory(GetModuleHandleA("kalclient.dll"), [&](size_t size) {
-                return left-- == 0 ? nullptr : memory.original(size);
-            });
+            const ImportHook<"malloc", void *(size_t)> memory(
+                library, [&](size_t size) { return left-- == 0 ? nullptr : memory.original(size); });
             EXPECT_NO_THROW(found(5)) << nth;
             hasFailed = left < 0;
             tried += hasFailed ? 1 : 0;
