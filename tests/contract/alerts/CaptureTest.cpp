@@ -1,5 +1,7 @@
 #include "tests/contract/alerts/AlertFixture.h"
 
+#include <new>
+
 namespace kal::test {
 namespace {
 
@@ -85,6 +87,37 @@ TEST_F(KalCaptureAlertsTest, FailedCaptureIsNotCounted) {
     service.answers("OrxRegisterForAlertsPrinter", 5);
     capture(5, window);
     EXPECT_EQ(release(5), DEVERR_INVHANDLE);
+}
+
+TEST_F(KalCaptureAlertsTest, WithoutMemoryNothingStaysOpenOrRegistered) {
+    int undone = 0;
+    bool hasFailed = true;
+    for (int nth = 0; hasFailed; ++nth) {
+        forget();
+        int left = nth;
+        bool isRaised = false;
+        {
+            const ImportHook<"malloc", void *(size_t)> memory(
+                library.module(), [&](size_t size) { return left-- == 0 ? nullptr : memory.original(size); });
+            try {
+                capture(5, window);
+            } catch (const std::bad_alloc &) {
+                isRaised = true;
+            }
+        }
+        hasFailed = left < 0;
+        if (isRaised && service.count("OrxRegisterForAlertsPrinter") > 0) {
+            ++undone;
+            EXPECT_THAT(service.operations(), ElementsAre("OrxOpenPrinter", "OrxRegisterForAlertsPrinter",
+                                                          "OrxUnregisterForAlertsPrinter", "OrxClosePrinter"))
+                << nth;
+        }
+        if (isRaised)
+            EXPECT_EQ(release(5), DEVERR_INVHANDLE) << nth;
+        else
+            release(5);
+    }
+    EXPECT_GT(undone, 0);
 }
 
 TEST_F(KalCaptureAlertsTest, FailedCaptureDoesNotReplaceTheWindow) {

@@ -71,3 +71,14 @@ TEST_F(Binding, ManyThreadsMayOpenAndCloseOneHandle) {
     EXPECT_EQ(client->ClosePrinter(handle), 1u);
     expectIdle();
 }
+
+TEST_F(Binding, OpenThatIsClosedTwiceAtOnceGivesItsReferencesBackOnce) {
+    hold();
+    open();
+    service.does("OrxClosePrinter", [&](const ServiceCall &) {
+        return service.count("OrxClosePrinter") == 1 ? client->ClosePrinter(handle) : 0u;
+    });
+    EXPECT_EQ(client->ClosePrinter(handle), 0u);
+    EXPECT_EQ(service.count("OrxClosePrinter"), 2u);
+    expectReferences(1);
+}

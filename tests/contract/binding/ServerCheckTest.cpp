@@ -2,6 +2,8 @@
 #include "tests/contract/binding/BindingFixture.h"
 #include "tests/support/NetworkStandIn.h"
 
+#include <utility>
+
 using namespace kal::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -140,6 +142,19 @@ TEST_F(ServerCheck, MissingProviderLibraryIsItsError) {
 TEST_F(ServerCheck, MissingProviderEntryPointIsItsErrorAndTheLibraryIsFreed) {
     network.resolveError = 127;
     EXPECT_EQ(check("elsewhere"), 127u);
+    EXPECT_EQ(network.freed, 1);
+}
+
+TEST_F(ServerCheck, WithoutMemoryForTheRemoteNameIsCode8) {
+    const std::string name(100, 'x');
+    makeClient(name.c_str());
+    bool isThere = true;
+    const ImportHook<"malloc", void *(size_t)> memory(GetModuleHandleA(nullptr), [&](size_t size) {
+        return size > name.size() && std::exchange(isThere, false) ? nullptr : memory.original(size);
+    });
+    EXPECT_EQ(client->checkServer(), 8u);
+    EXPECT_FALSE(isThere);
+    EXPECT_THAT(network.asked, IsEmpty());
     EXPECT_EQ(network.freed, 1);
 }
 

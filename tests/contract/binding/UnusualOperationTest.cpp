@@ -3,6 +3,8 @@
 
 #include "tests/support/ImportHook.h"
 
+#include <new>
+
 using namespace kal::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -94,6 +96,19 @@ TEST_P(ClosesAll, HandleClosedMeanwhileIsPassedOver) {
     EXPECT_THAT(handlesOf(service.calls(entryPoint())), ElementsAre(1));
     EXPECT_THAT(handlesOf(service.calls("OrxCloseScanner")), ElementsAre(2));
     expectIdle();
+}
+
+TEST_P(ClosesAll, WithoutMemoryRaisesAndLeavesEverythingAsItWas) {
+    open(1);
+    open(2);
+    {
+        int left = 0;
+        const ImportHook<"malloc", void *(size_t)> memory(
+            thisProgram(), [&](size_t size) { return left-- == 0 ? nullptr : memory.original(size); });
+        EXPECT_THROW(call(), std::bad_alloc);
+    }
+    EXPECT_THAT(service.sequence(), IsEmpty());
+    expectReferences(2);
 }
 
 TEST_P(ClosesAll, MissingLibraryIs126) {
