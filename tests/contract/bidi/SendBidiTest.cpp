@@ -457,6 +457,15 @@ TEST_F(KalSendBidiTest, CodeWithoutARequestLeavesSizeAndBuffer) {
     EXPECT_THAT(machine.logTexts().back(), StartsWith("-KalSendBidi() handle=5 function=182"));
 }
 
+// Behind the last stored request the bound test admits one code more, whose entry must never be sent.
+TEST_F(KalSendBidiTest, CodeThatTheBoundAdmitsBehindTheRequestsIsInvalid) {
+    for (const uint16_t function : {uint16_t{181}, uint16_t{182}, uint16_t{183}}) {
+        EXPECT_EQ(sendWithoutResponse(function), -15) << function;
+        EXPECT_EQ(sendWithoutResponse(function, numberedBytes(506)), -15) << function;
+    }
+    EXPECT_THAT(service.sequence(), IsEmpty());
+}
+
 // ------------------------------------------------------------------------------------------------------- trace
 
 TEST_F(KalSendBidiTest, SuccessIsTracedWithRequestAndResponse) {

@@ -1,6 +1,9 @@
 // The three exports that work on a thread of their own.
 #include "tests/contract/print/ClientFixture.h"
 
+#include <atomic>
+#include <optional>
+
 using namespace kal::test;
 using testing::Contains;
 using testing::ElementsAre;
@@ -19,6 +22,37 @@ BeginThreadHook::Replacement refusing(DWORD error) {
         return ~uintptr_t{0};
     };
 }
+
+/// The argument record of the next call's worker, and whether the library frees it.
+class WatchedRecord {
+  public:
+    explicit WatchedRecord(HMODULE library, std::optional<DWORD> refusal = {})
+        : refusal_(refusal), begin_(library, [this](auto... arguments) { return start(arguments...); }),
+          free_(library, [this](void *block) {
+              if (block != nullptr && block == record_)
+                  isFreed_ = true;
+              free_.original(block);
+          }) {}
+
+    bool isSeen() const { return record_ != nullptr; }
+    bool isFreed() const { return isFreed_; }
+
+  private:
+    uintptr_t start(void *security, unsigned stack, unsigned (*procedure)(void *), void *argument, unsigned flags,
+                    unsigned *id) {
+        // The thread's start record points to its runnable, which holds operations, function and the record.
+        void **const runnable = *static_cast<void ***>(argument);
+        record_ = runnable[2];
+        return refusal_ ? refusing(*refusal_)(security, stack, procedure, argument, flags, id)
+                        : begin_.original(security, stack, procedure, argument, flags, id);
+    }
+
+    std::optional<DWORD> refusal_;
+    std::atomic<void *> record_ = nullptr;
+    std::atomic<bool> isFreed_ = false;
+    const BeginThreadHook begin_;
+    const ImportHook<"free", void(void *)> free_;
+};
 
 struct ThreadedExport {
     const char *name;
@@ -111,6 +145,41 @@ TEST_P(Threaded, StartEventThatCannotBeMadeIsFailure) {
         });
     EXPECT_EQ(call(), KAL_FAIL);
     EXPECT_THAT(log(), Contains(failure(1450)));
+}
+
+TEST_P(Threaded, StartsOneThreadAndFreesItsRecord) {
+    const WatchedRecord record(library.module());
+    call();
+    EXPECT_TRUE(record.isSeen());
+    EXPECT_TRUE(record.isFreed());
+}
+
+TEST_P(Threaded, ThreadThatCannotStartKeepsItsRecord) {
+    const WatchedRecord record(library.module(), ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_EQ(call(), KAL_FAIL);
+    EXPECT_TRUE(record.isSeen());
+    EXPECT_FALSE(record.isFreed());
+}
+
+TEST_P(Threaded, StartFailureOfARunningThreadKeepsItsRecord) {
+    HANDLE started = nullptr;
+    const ImportHook<"CreateEventA", HANDLE(SECURITY_ATTRIBUTES *, BOOL, BOOL, const char *)> event(
+        library.module(), [&](SECURITY_ATTRIBUTES *security, BOOL manual, BOOL isSet, const char *name) {
+            return started = event.original(security, manual, isSet, name);
+        });
+    const ImportHook<"WaitForSingleObject", DWORD(HANDLE, DWORD)> wait(
+        library.module(), [&](HANDLE object, DWORD milliseconds) {
+            if (object != started)
+                return wait.original(object, milliseconds);
+            started = nullptr; // closed next; its number may come again
+            SetLastError(ERROR_INVALID_HANDLE);
+            return DWORD{WAIT_FAILED};
+        });
+    const WatchedRecord record(library.module());
+    EXPECT_EQ(call(), KAL_FAIL);
+    EXPECT_THAT(log(), Contains(failure(ERROR_INVALID_HANDLE)));
+    EXPECT_TRUE(record.isSeen());
+    EXPECT_FALSE(record.isFreed());
 }
 
 TEST_P(Threaded, StartFailureIsFailureEvenWhenItCannotBeLogged) {
