@@ -1,6 +1,11 @@
 // Every operation through its virtual slot, pattern by pattern.
 #include "tests/contract/binding/BindingFixture.h"
 
+#include "tests/support/ImportHook.h"
+
+#include <new>
+#include <utility>
+
 using namespace kal::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -204,6 +209,26 @@ TEST_P(Open, FailureLeavesTheHandleUnknown) {
     service.answers(entryPoint(), serviceCode);
     call();
     EXPECT_EQ(client->CancelJobPrinter(handle), 1u);
+}
+
+TEST_P(Open, WithoutMemoryToRememberItIsClosedAgain) {
+    hold();
+    bool isShort = false;
+    service.does(entryPoint(), [&](const ServiceCall &) {
+        isShort = true; // from now on: the double remembers the call in this program's memory, too
+        return 0u;
+    });
+    {
+        const ImportHook<"malloc", void *(size_t)> memory(GetModuleHandleA(nullptr), [&](size_t size) {
+            return std::exchange(isShort, false) ? nullptr : memory.original(size);
+        });
+        EXPECT_THROW(call(), std::bad_alloc);
+    }
+    std::string closing = entryPoint();
+    closing.replace(closing.find("Open"), 4, "Close");
+    EXPECT_THAT(service.operations(), ElementsAre(entryPoint(), closing));
+    EXPECT_EQ(service.lastCall(closing).number(1), handle);
+    expectReferences(1);
 }
 
 TEST_P(Open, MissingEntryPointIs127AndGivesBothReferencesBack) {

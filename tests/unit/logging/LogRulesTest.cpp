@@ -92,6 +92,10 @@ TEST(LogHeader, DepthIsABlankEach) {
     EXPECT_EQ(headerText({{}, {}, {}, "Bidi", 5, 3}), "Bidi     ");
 }
 
+TEST(LogHeader, WithoutFieldsIsOneBlank) {
+    EXPECT_EQ(headerText({}), " ");
+}
+
 TEST(LogHeader, NegativeDepthIsNone) {
     EXPECT_EQ(headerText({{}, {}, {}, "Bidi", 4, -2}), "Bidi ");
 }
@@ -156,6 +160,11 @@ TEST(MessageText, FillAddsOneCharacterManyTimes) {
     MessageText text;
     text.fill(' ', 600);
     EXPECT_EQ(text.str(), std::string(600, ' '));
+}
+
+TEST(MessageText, FillBehindTextThatHasLeftTheRoomFollowsIt) {
+    const std::string piece(3000, 'x');
+    EXPECT_EQ(composed(piece, PaddedNumber{7, 4}), piece + "0007");
 }
 
 TEST(SettingAge, YoungerThanTheMaximumIsFresh) {

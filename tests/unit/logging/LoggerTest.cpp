@@ -290,6 +290,15 @@ TEST_F(ProcessLogger, AllUsersFolderThatCannotBeExpandedPutsTheLogIntoTheRootOfT
     EXPECT_EQ(Logger().path().substr(1), ":\\kalu.log");
 }
 
+TEST_F(ProcessLogger, LeftoversOfAFailedExpansionAreNotPartOfThePath) {
+    ImportHook<"ExpandEnvironmentStringsA", ExpandSignature> expand(
+        GetModuleHandleA(nullptr), [&](const char *unexpanded, char *expanded, DWORD size) {
+            const DWORD needed = expand.original(unexpanded, expanded, size);
+            return expanded == nullptr ? needed : DWORD{0};
+        });
+    EXPECT_EQ(Logger().path().substr(1), ":\\kalu.log");
+}
+
 TEST_F(ProcessLogger, LongAllUsersFolderIsTakenWhole) {
     const std::string folder = "C:\\" + std::string(600, 'f');
     SetEnvironmentVariableA("ALLUSERSPROFILE", folder.c_str());

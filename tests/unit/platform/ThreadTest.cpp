@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <utility>
+
 using namespace kal;
 using namespace kal::test;
 
@@ -293,6 +296,22 @@ TEST(Thread, StartWhoseWaitFailsEndsTheThreadBeforeItThrows) {
               (Thrown{"Event::wait() failed", ERROR_INVALID_HANDLE, ".\\Event", 145}));
     EXPECT_EQ(joinTimeout, infinite);
     EXPECT_EQ(exitCodeOf(thread), 42u);
+}
+
+TEST(Thread, ThreadThatCanNeitherBeWaitedForNorAskedIsLeftToItself) {
+    RunnableFunction work(answer42, nullptr);
+    std::optional<Thread> thread(std::in_place, work);
+    thread->start();
+    ASSERT_TRUE(thread->join(infinite));
+    const FailingWait wait(WAIT_FAILED, ERROR_INVALID_HANDLE);
+    int asked = 0;
+    const ImportHook<"GetExitCodeThread", BOOL(HANDLE, DWORD *)> ask(
+        GetModuleHandleA(nullptr), [&](HANDLE, DWORD *code) {
+            *code = STILL_ACTIVE;
+            return ++asked > 1; // were the failure taken for an answer, it would be asked again
+        });
+    thread.reset();
+    EXPECT_EQ(asked, 1);
 }
 
 TEST(Thread, StartWithoutEventThrowsTheEventsException) {
