@@ -22,7 +22,10 @@ mkdir -p "$work/temporary/folder"
 ln -s temporary/folder "$work/temporary\\folder"
 
 export WINEPREFIX=${KAL_WINE_PREFIX:-$root/build/wine} WINEDEBUG=-all WINEDLLPATH=$folder/modules
-export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d" TMPDIR=$work/temporary\\folder
+export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"
+# Not TMPDIR, by which Wine would take another server for one and the same prefix.
+unset TMPDIR TMP TEMP
+export TEMPDIR=$work/temporary\\folder
 # A thread of Wine is none that anybody joins.
 # Wine handles the signals; the stacks of its threads are not those that Linux knows.
 common="handle_segv=0:handle_sigill=0:handle_sigbus=0:handle_sigfpe=0:use_sigaltstack=0:exitcode=66"
