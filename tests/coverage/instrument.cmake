@@ -25,11 +25,12 @@ function(kal_instrument)
       add_dependencies(kal_exercise ${targets})
     endif()
   endforeach()
-  set(library kal_platform kal_settings_rules kal_settings kal_logging_rules kal_logging kal_service_rules kal_service
+  set(library kal_platform kal_thread_local_slot kal_settings_rules kal_settings kal_logging_rules kal_logging kal_service_rules kal_service
               kal_api_rules kal_api)
   if(KAL_MUTATION)
     foreach(target ${library})
       target_compile_options(${target} PRIVATE -w -Wno-narrowing)
+      target_include_directories(${target} PRIVATE "${CMAKE_SOURCE_DIR}")
     endforeach()
   endif()
   if(KAL_COVERAGE)

@@ -251,6 +251,11 @@ TEST_F(BasicSettings, ValueIsDeleted) {
     EXPECT_EQ(stored().type, static_cast<DWORD>(REG_NONE));
 }
 
+TEST_F(BasicSettings, DeletingAValueOfAMissingSubkeyIsQuietAndMakesNone) {
+    EXPECT_NO_THROW(settings.deleteValue("Missing", name, 0));
+    EXPECT_FALSE(scratch.hasKey("Base\\Missing"));
+}
+
 TEST_F(BasicSettings, StoreRemovalDeletesEveryKeyBelowTheBase) {
     scratch.makeKey("Base\\one\\deep");
     scratch.makeKey("Base\\two");
