@@ -25,7 +25,10 @@ files = {path.relative_to(sdk).as_posix(): path.read_bytes() for path in sdk.rgl
 expect(f"Version: {version}" in files["lib/pkgconfig/kal.pc"].decode(), "kal.pc has another version")
 expect(f'PACKAGE_VERSION "{version}"' in files["lib/cmake/kal/kalConfigVersion.cmake"].decode(),
        "kalConfigVersion.cmake has another version")
-expect(f"## [{version}]" in files["CHANGELOG.md"].decode(), f"CHANGELOG.md has no entry for {version}")
+entries = re.findall(r"^## \[(.+?)\]( - (?:unreleased|\d{4}-\d\d-\d\d))?$", files["CHANGELOG.md"].decode(), re.MULTILINE)
+expect(bool(entries) and entries[0] == ("Unreleased", ""), "CHANGELOG.md does not begin with what is not released")
+expect(len(entries) > 1 and entries[1][0] == version and bool(entries[1][1]),
+       f"CHANGELOG.md's newest version is not a dated or unreleased {version}")
 BINARIES = ("bin/kalclient.dll", "bin/kal.exe", "simulator/comc.dll", "spy/comc.dll", "spy/comc-recorder.dll")
 for name in BINARIES:
     key = "ProductVersion\0".encode("utf-16-le")
