@@ -13,7 +13,8 @@ constexpr char upperDigits[] = "0123456789ABCDEF";
 
 MessageText &MessageText::operator<<(std::string_view text) {
     if (overflow_.empty() && text.size() < roomSize - size_) { // one byte stays for the terminator
-        std::memcpy(room_ + size_, text.data(), text.size());
+        // No memcpy: an empty text may have no address.
+        text.copy(room_ + size_, text.size());
         size_ += text.size();
         return *this;
     }

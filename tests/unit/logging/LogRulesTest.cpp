@@ -124,6 +124,10 @@ TEST(MessageText, NullTextAddsNothing) {
     EXPECT_EQ(composed("a", nothing, "b"), "ab");
 }
 
+TEST(MessageText, TextWithoutAddressAddsNothing) {
+    EXPECT_EQ(composed("a", std::string_view(), "b"), "ab");
+}
+
 TEST(MessageText, BytesAreTwoUpperCaseDigitsEachWithBlanksBetween) {
     const uint8_t bytes[] = {0x00, 0x0A, 0xFF};
     EXPECT_EQ(composed(HexBytes{bytes}), "00 0A FF");
