@@ -94,6 +94,10 @@ TEST(PortInformation, RecordNeverIsShorterThanItsDeclaration) {
     EXPECT_GE(portInformationSize("P"), sizeof(PortInfoRecord));
 }
 
+TEST(PortInformation, RecordEndsBehindTheSecondNamesTerminator) {
+    EXPECT_EQ(portInformationSize(std::string(200, 'n')), 301u);
+}
+
 // ------------------------------------------------------------------------------------------------- category test
 
 struct NamedType {
