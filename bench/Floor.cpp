@@ -2,12 +2,10 @@
 
 #include "bench/BenchLibrary.h"
 #include "bench/FloorWork.h"
+#include "bench/Program.h"
 #include "bench/Timing.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdio>
-#include <fstream>
 #include <functional>
 #include <vector>
 
@@ -94,7 +92,7 @@ std::vector<Pair> pairs(const BenchLibrary &library, FloorWork &floor, HWND wind
     return all;
 }
 
-int run(const char *resultPath) {
+nlohmann::json measureAll() {
     BenchLibrary library;
     const HWND window = makeMessageWindow();
     auto results = nlohmann::json::array();
@@ -127,21 +125,11 @@ int run(const char *resultPath) {
         library.get<decltype(KalReleaseAlerts)>("KalReleaseAlerts")(0, handle);
         library.get<decltype(KalClose)>("KalClose")(0, handle);
     }
-    std::ofstream(resultPath) << results.dump(2) << '\n';
-    return 0;
+    return results;
 }
 
 } // namespace
 
 int main(int argumentCount, char **arguments) {
-    if (argumentCount != 2) {
-        std::fprintf(stderr, "usage: floor result.json\n");
-        return 2;
-    }
-    try {
-        return run(arguments[1]);
-    } catch (const std::exception &exception) {
-        std::fprintf(stderr, "floor: %s\n", exception.what());
-        return 1;
-    }
+    return bench::runProgram(argumentCount, arguments, measureAll);
 }

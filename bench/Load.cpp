@@ -1,13 +1,11 @@
 // What loading the library costs, against a DLL of the same tool chain that does nothing.
 
+#include "bench/Program.h"
 #include "bench/Timing.h"
-
-#include <nlohmann/json.hpp>
 
 #include <windows.h>
 
 #include <cstdio>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -45,7 +43,7 @@ nlohmann::json describe(const char *what, const bench::Comparison &measured) {
             {"upperQuartile", measured.high}};
 }
 
-int run(const char *resultPath) {
+nlohmann::json measureAll() {
     const auto nothing = [] {};
     nlohmann::json result = nlohmann::json::array();
     result.push_back(
@@ -54,21 +52,11 @@ int run(const char *resultPath) {
     result.push_back(describe("load, first call (Initialize), free",
                               bench::compare([] { loadAndCall("kalclient.dll", "Initialize"); },
                                              [] { loadAndCall("empty.dll", "answer"); }, nothing, blockMicroseconds)));
-    std::ofstream(resultPath) << result.dump(2) << '\n';
-    return 0;
+    return result;
 }
 
 } // namespace
 
 int main(int argumentCount, char **arguments) {
-    if (argumentCount != 2) {
-        std::fprintf(stderr, "usage: load result.json\n");
-        return 2;
-    }
-    try {
-        return run(arguments[1]);
-    } catch (const std::exception &exception) {
-        std::fprintf(stderr, "load: %s\n", exception.what());
-        return 1;
-    }
+    return bench::runProgram(argumentCount, arguments, measureAll);
 }

@@ -1,9 +1,8 @@
 // `kal print` against a program that calls the simulator directly: the time of whole processes, in turn, and the memory
-// that kal.exe takes for a large document and for a small one.
+// that kal.exe takes for a large document and for a small one. The documents lie in KAL_BENCH_DOCUMENTS, or here.
 
+#include "bench/Program.h"
 #include "bench/Timing.h"
-
-#include <nlohmann/json.hpp>
 
 #include <windows.h>
 
@@ -11,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -20,7 +20,7 @@
 namespace {
 
 constexpr uint64_t mebibyte = 1024 * 1024;
-constexpr int rounds = 5;
+constexpr int rounds = 9;
 
 struct Run {
     double seconds;
@@ -120,8 +120,10 @@ nlohmann::json measure(uint64_t size, const std::filesystem::path &folder) {
             {"directPeakBytes", floorPeak}};
 }
 
-int run(const char *resultPath) {
-    const auto folder = std::filesystem::current_path() / "print_rate";
+nlohmann::json measureAll() {
+    const char *const room = std::getenv("KAL_BENCH_DOCUMENTS");
+    const auto folder =
+        (room != nullptr ? std::filesystem::path(room) : std::filesystem::current_path()) / "print_rate";
     std::filesystem::create_directory(folder);
     nlohmann::json result = nlohmann::json::array();
     for (const uint64_t size : {64 * mebibyte, 1024 * mebibyte}) {
@@ -130,21 +132,11 @@ int run(const char *resultPath) {
         std::fflush(stdout);
     }
     std::filesystem::remove_all(folder);
-    std::ofstream(resultPath) << result.dump(2) << '\n';
-    return 0;
+    return result;
 }
 
 } // namespace
 
 int main(int argumentCount, char **arguments) {
-    if (argumentCount != 2) {
-        std::fprintf(stderr, "usage: print_rate result.json\n");
-        return 2;
-    }
-    try {
-        return run(arguments[1]);
-    } catch (const std::exception &exception) {
-        std::fprintf(stderr, "print_rate: %s\n", exception.what());
-        return 1;
-    }
+    return bench::runProgram(argumentCount, arguments, measureAll);
 }

@@ -1,56 +1,21 @@
-// How the time of a call depends on how much there is: open handles, stored alerts, threads, bytes in the log,
-// printers. Written as one JSON object: curve by curve, its points, and against threads the floor's throughput, too.
+// How the time of a call depends on how much there is: open handles, stored alerts, bytes in the log, printers.
+// Written as one JSON object: curve by curve, its points.
 
 #include "bench/BenchLibrary.h"
-#include "bench/FloorWork.h"
+#include "bench/Exports.h"
+#include "bench/Program.h"
 #include "bench/Timing.h"
 
-#include <nlohmann/json.hpp>
-
-#include <atomic>
 #include <cstdio>
-#include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
 
 using bench::BenchLibrary;
-using bench::FloorWork;
+using bench::Exports;
 using bench::LogState;
 using nlohmann::json;
-
-constexpr char document[4096] = {};
-
-/// The exports that the curves need.
-struct Exports {
-    explicit Exports(const BenchLibrary &library)
-        : write(library.get<decltype(KalWrite)>("KalWrite")),
-          captureAlerts(library.get<decltype(KalCaptureAlerts)>("KalCaptureAlerts")),
-          releaseAlerts(library.get<decltype(KalReleaseAlerts)>("KalReleaseAlerts")),
-          queryAlerts(library.get<decltype(KalQueryAlerts)>("KalQueryAlerts")),
-          enumPrinters(library.get<decltype(KalEnumPrinters)>("KalEnumPrinters")),
-          setClientName(library.get<decltype(KalSetClientName)>("KalSetClientName")) {}
-
-    decltype(KalWrite) *write;
-    decltype(KalCaptureAlerts) *captureAlerts;
-    decltype(KalReleaseAlerts) *releaseAlerts;
-    decltype(KalQueryAlerts) *queryAlerts;
-    decltype(KalEnumPrinters) *enumPrinters;
-    decltype(KalSetClientName) *setClientName;
-
-    /// Opens a handle, on this thread; KalOpen would start one for each.
-    void openQuickly(uint32_t handle, HWND window = nullptr) const {
-        const uint32_t mask = 1;
-        captureAlerts(0, static_cast<uint16_t>(handle), &mask, window);
-    }
-    void closeQuickly(uint32_t handle) const { releaseAlerts(0, static_cast<uint16_t>(handle)); }
-    void writeTo(uint32_t handle) const {
-        uint32_t count = sizeof document;
-        write(0, static_cast<uint16_t>(handle), 0, document, &count);
-    }
-};
 
 /// Median and quartiles of the microseconds of repeated calls; call gets its number.
 template <class Call>
@@ -117,71 +82,6 @@ json alertsCurve(const Exports &exports, const BenchLibrary &library) {
     return points;
 }
 
-/// Writes a microsecond of all threads together, for a while.
-template <class Call>
-double throughput(unsigned threadCount, Call call) {
-    constexpr DWORD milliseconds = 150;
-    const HANDLE begin = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    std::atomic<bool> isOver = false;
-    std::atomic<uint64_t> calls = 0;
-    std::vector<std::thread> threads;
-    for (unsigned number = 0; number < threadCount; ++number) {
-        threads.emplace_back([&, number] {
-            WaitForSingleObject(begin, INFINITE);
-            uint64_t mine = 0;
-            for (; !isOver.load(std::memory_order_relaxed); ++mine) {
-                call(number);
-            }
-            calls += mine;
-        });
-    }
-    SetEvent(begin);
-    const uint64_t start = bench::ticks();
-    Sleep(milliseconds);
-    isOver = true;
-    const double time = bench::microsecondsOf(bench::ticks() - start);
-    for (std::thread &each : threads) {
-        each.join();
-    }
-    CloseHandle(begin);
-    return static_cast<double>(calls) / time;
-}
-
-json threadsCurve(const Exports &exports, const BenchLibrary &library, LogState state) {
-    constexpr int rounds = 9;
-    std::puts("Throughput of KalWrite against threads, and that of the floor");
-    for (uint32_t handle = 0; handle < 64; ++handle) {
-        exports.openQuickly(handle);
-    }
-    FloorWork floor(library, state);
-    json points = json::array();
-    for (const unsigned threadCount : {1u, 2u, 4u, 16u, 64u}) {
-        std::vector<double> subjects;
-        std::vector<double> floors;
-        std::vector<double> ratios;
-        for (int round = 0; round < rounds; ++round) {
-            subjects.push_back(throughput(threadCount, [&](unsigned number) { exports.writeTo(number); }));
-            floors.push_back(throughput(threadCount, [&](unsigned number) {
-                floor.write(static_cast<uint16_t>(number), document, sizeof document);
-            }));
-            ratios.push_back(subjects.back() / floors.back());
-        }
-        points.push_back({{"amount", threadCount},
-                          {"callsAMicrosecond", bench::quantile(subjects, 0.5)},
-                          {"floorCallsAMicrosecond", bench::quantile(floors, 0.5)},
-                          {"ratio", bench::quantile(ratios, 0.5)},
-                          {"lowerQuartile", bench::quantile(ratios, 0.25)},
-                          {"upperQuartile", bench::quantile(ratios, 0.75)}});
-        std::printf("  %12u %12.4f calls/us, floor %.4f, ratio %.3f\n", threadCount, bench::quantile(subjects, 0.5),
-                    bench::quantile(floors, 0.5), bench::quantile(ratios, 0.5));
-        std::fflush(stdout);
-    }
-    for (uint32_t handle = 0; handle < 64; ++handle) {
-        exports.closeQuickly(handle);
-    }
-    return points;
-}
-
 /// The log's file, as long as wanted; without content, so that it costs no disk.
 void lengthenLog(const std::string &path, int64_t length) {
     const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
@@ -219,36 +119,22 @@ json printersCurve(const Exports &exports) {
     return points;
 }
 
-int run(const char *resultPath) {
+nlohmann::json measureAll() {
     BenchLibrary library;
     const Exports exports(library);
     json result;
     library.enter(LogState::off);
-    // comc.dll stays loaded, although every release closes twice.
-    for (int opens = 0; opens < 2; ++opens) {
-        library.get<decltype(KalOpen)>("KalOpen")(0, 0xFFFF, 0);
-    }
+    bench::keepServiceLoaded(library);
     result["handles"] = handlesCurve(exports);
     result["alerts"] = alertsCurve(exports, library);
-    result["threads"] = threadsCurve(exports, library, LogState::off);
     result["printers"] = printersCurve(exports);
     library.enter(LogState::on);
     result["log"] = logCurve(exports, library);
-    std::ofstream(resultPath) << result.dump(2) << '\n';
-    return 0;
+    return result;
 }
 
 } // namespace
 
 int main(int argumentCount, char **arguments) {
-    if (argumentCount != 2) {
-        std::fprintf(stderr, "usage: scale result.json\n");
-        return 2;
-    }
-    try {
-        return run(arguments[1]);
-    } catch (const std::exception &exception) {
-        std::fprintf(stderr, "scale: %s\n", exception.what());
-        return 1;
-    }
+    return bench::runProgram(argumentCount, arguments, measureAll);
 }
