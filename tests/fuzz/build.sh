@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets for the build machine: build.sh BUILD_DIR replay|fuzzer. Prints the folder of the programs.
+# Builds the fuzz targets for the build machine: build.sh BUILD_DIR replay|fuzzer|bare. Prints the folder of the programs.
+# `replay` runs over kept inputs, `fuzzer` makes new ones, both under sanitizers; `bare` makes many more, without.
 set -euo pipefail
 
 build=$1
@@ -7,12 +8,13 @@ kind=$2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 folder=$build/native/fuzz-$kind
 case $kind in
-  replay) compiler=g++ fuzzer=OFF packages=g++ ;;
-  fuzzer) compiler=clang++ fuzzer=ON packages="clang libclang-rt-14-dev" ;;
-  *) echo "usage: $0 BUILD_DIR replay|fuzzer" >&2; exit 2 ;;
+  replay) compiler=g++ fuzzer=OFF sanitize=ON packages=g++ ;;
+  fuzzer) compiler=clang++ fuzzer=ON sanitize=ON packages="clang libclang-rt-14-dev" ;;
+  bare) compiler=clang++ fuzzer=ON sanitize=OFF packages="clang libclang-rt-14-dev" ;;
+  *) echo "usage: $0 BUILD_DIR replay|fuzzer|bare" >&2; exit 2 ;;
 esac
 command -v "$compiler" >/dev/null || { echo "$compiler is missing: install $packages" >&2; exit 2; }
 [ -f "$folder/build.ninja" ] ||
-  cmake -G Ninja -S "$here/native" -B "$folder" -DCMAKE_CXX_COMPILER="$compiler" -DKAL_FUZZER="$fuzzer" >&2
+  cmake -G Ninja -S "$here/native" -B "$folder" -DCMAKE_CXX_COMPILER="$compiler" -DKAL_FUZZER="$fuzzer" -DKAL_SANITIZE="$sanitize" >&2
 cmake --build "$folder" >&2
 echo "$folder"
