@@ -21,7 +21,7 @@ for name in asan hwasan tsan lsan; do printf '*link_lib%s:\n\n\n' "$name"; done 
 printf '*link_libubsan:\n-lubsan\n\n' >>"$checked/libsanitizer.spec"
 
 # Virtual tables are not checked, as that needs a runtime that knows the C++ ABI.
-flags="-O1 -g1 -fsanitize=undefined -fno-sanitize=vptr -fno-sanitize-recover=all"
+flags="-O1 -fsanitize=undefined -fno-sanitize=vptr -fno-sanitize-recover=all"
 flags="$flags -D_GLIBCXX_ASSERTIONS -D_GLIBCXX_DEBUG"
 {
   cmake -G Ninja -S "$root" -B "$checked" --toolchain "$root/cmake/mingw-w64.toolchain.cmake" \
@@ -33,18 +33,34 @@ flags="$flags -D_GLIBCXX_ASSERTIONS -D_GLIBCXX_DEBUG"
   cmake --build "$checked" --parallel "${KAL_JOBS:-$(nproc)}" --target "${programs[@]}" -- -k 0
 } >"$checked/build.log" 2>&1 || { grep -E 'FAILED|error' "$checked/build.log" | head -n 40; exit 1; }
 
+export KAL_WINE_COLLECT=1 # see cmake/wine-run
+report='undefined behaviour:|Error: attempt to|Assertion .* failed'
+
+# First the instruments themselves: each deliberate defect must be reported, and what is in order must not.
+blind=0
+# shellcheck disable=SC2086 # lists of words
+x86_64-w64-mingw32-g++-posix -std=c++20 $flags "$here/DeliberateDefects.cpp" -static -B"$checked/" -L"$checked" \
+  -o "$checked/deliberate.exe"
+for defect in overflow index iterator none; do
+  "$root/cmake/wine-run" "$checked/deliberate.exe" "$defect" >"$checked/deliberate.txt" 2>&1 || true
+  case $defect:$(grep -qaE "$report" "$checked/deliberate.txt" && echo reported) in
+    none: | [!n]*:reported) ;;
+    *) echo "a deliberate defect was not reported, or what is in order was: $defect"; blind=$((blind + 1)) ;;
+  esac
+done
+
 code=0
 rm -rf "$checked/results"
-export KAL_WINE_COLLECT=1 # see cmake/wine-run
 ctest --test-dir "$checked" --parallel "${KAL_JOBS:-$(nproc)}" --output-on-failure --label-regex '^(unit|contract)$' "$@" \
   >"$checked/ctest.log" 2>&1 || code=$?
 log=$checked/Testing/Temporary/LastTest.log
 # A report counts even where a test expects its program to end badly.
-reports=$(grep -caE 'undefined behaviour:|Error: attempt to|Assertion .* failed' "$log" || true)
-grep -haE 'undefined behaviour:|Error: attempt to|Assertion .* failed' "$log" | sort | uniq -c || true
+reports=$(grep -caE "$report" "$log" || true)
+grep -haE "$report" "$log" | sort | uniq -c || true
 grep -aE '^\[  FAILED  \] [A-Za-z].* ms\)$' "$log" || true
 [ $code -eq 0 ] || sed -n '/tests FAILED/,$p' "$checked/ctest.log"
 tests=$(sed -nE 's/^\[==========\] ([0-9]+) tests? from .* ran\..*/\1/p' "$log" | awk '{ all += $1 } END { print all + 0 }')
 failed=$(sed -nE 's/^.*tests passed, ([0-9]+) tests? failed out of .*/\1/p' "$checked/ctest.log")
-echo "$tests tests, $((${failed:-1} + reports)) not clean"
+echo "$tests tests, $((${failed:-1} + reports + blind)) not clean"
+[ $blind -eq 0 ] || exit 1
 exit $code

@@ -1,5 +1,6 @@
 #include "StaticObjects.h"
 
+#include <atomic>
 #include <cstddef>
 
 namespace {
@@ -11,16 +12,18 @@ struct Destruction {
 
 constexpr std::size_t most = 4096;
 Destruction destructions[most];
-std::size_t count = 0;
+std::atomic<std::size_t> count = 0; // an object of a function is made on any thread
 
 } // namespace
 
 /// What the compiler calls for each static object with a destructor.
 extern "C" __attribute__((visibility("hidden"))) int __cxa_atexit(void (*destroy)(void *), void *object, void *) {
-    if (count == most) {
+    const std::size_t number = count++;
+    if (number >= most) {
+        --count;
         return -1;
     }
-    destructions[count++] = {destroy, object};
+    destructions[number] = {destroy, object};
     return 0;
 }
 
