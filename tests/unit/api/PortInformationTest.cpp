@@ -95,7 +95,7 @@ TEST(PortInformation, RecordNeverIsShorterThanItsDeclaration) {
 }
 
 TEST(PortInformation, RecordEndsBehindTheSecondNamesTerminator) {
-    EXPECT_EQ(portInformationSize(std::string(200, 'n')), 301u);
+    EXPECT_EQ(portInformationSize(std::string(300, 'n')), 401u);
 }
 
 // ------------------------------------------------------------------------------------------------- category test
