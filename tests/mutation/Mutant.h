@@ -1,13 +1,20 @@
 #pragma once
 
+#if !defined(__GNUC__) || !defined(__x86_64__)
+#error "The mutants are built by the GNU compiler only."
+#endif
+
 // What a mutated copy of the sources asks: which of its mutants is switched on. KAL_MUTANT in the environment names it;
 // "record" switches none on and notes which ones were reached, in a new file whose name begins with KAL_MUTANT_REACHED.
 //
 // The environment is read from the process's own block and nothing is imported for it: tests count and fail the calls
 // of the module they look at.
 
+#include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <type_traits>
 
@@ -44,33 +51,67 @@ inline std::string environment(const char *name) {
     return {};
 }
 
-inline bool reached[most];
+inline std::atomic<bool> reached[most];
+inline char prefix[512];
+inline std::atomic_flag noting = ATOMIC_FLAG_INIT; ///< somebody is at the notes
 
-struct Recorder {
-    ~Recorder() {
-        const std::string prefix = environment("KAL_MUTANT_REACHED");
-        if (prefix.empty()) {
-            return;
+inline FILE *notes = nullptr;
+inline bool notesAreClosed = false; ///< the module is on its way out, but what is destroyed late still has mutants
+
+inline struct NotesCloser {
+    ~NotesCloser() {
+        if (notes != nullptr) {
+            std::fclose(notes);
+            notes = nullptr;
         }
-        uint64_t process = 0;
-        __asm__("movq %%gs:0x40, %0" : "=r"(process));
-        const std::string path =
-            prefix + std::to_string(process) + "-" + std::to_string(reinterpret_cast<uintptr_t>(reached));
-        if (FILE *const file = std::fopen(path.c_str(), "ab")) {
-            for (int mutant = 0; mutant < most; ++mutant) {
-                if (reached[mutant]) {
-                    std::fprintf(file, "%d\n", mutant);
-                }
-            }
-            std::fclose(file);
-        }
+        notesAreClosed = true;
     }
-};
-inline Recorder recorder;
+} notesCloser;
+
+/// Written at once, and not when the process ends: some mutants stand where it ends badly.
+inline void write(uint64_t process, int mutant) {
+    if (notes == nullptr) {
+        char path[sizeof prefix + 48]; // no memory: tests fail what is asked of it
+        std::snprintf(path, sizeof path, "%s%llu-%llu", prefix, static_cast<unsigned long long>(process),
+                      static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(reached)));
+        notes = std::fopen(path, "ab");
+    }
+    if (notes == nullptr) {
+        return;
+    }
+    std::fprintf(notes, "%d\n", mutant);
+    std::fflush(notes);
+    if (notesAreClosed) {
+        std::fclose(notes);
+        notes = nullptr;
+    }
+}
+
+/// The caller's last error stays, which lies in the thread's own block.
+inline void note(int mutant) {
+    if (reached[mutant].load(std::memory_order_relaxed) || reached[mutant].exchange(true)) {
+        return;
+    }
+    uint32_t lastError = 0;
+    uint64_t process = 0;
+    __asm__ volatile("movl %%gs:0x68, %0" : "=r"(lastError));
+    __asm__("movq %%gs:0x40, %0" : "=r"(process));
+    const int error = errno;
+    while (noting.test_and_set(std::memory_order_acquire)) {
+    }
+    write(process, mutant);
+    noting.clear(std::memory_order_release);
+    errno = error;
+    __asm__ volatile("movl %0, %%gs:0x68" : : "r"(lastError));
+}
 
 inline int read() {
     const std::string value = environment("KAL_MUTANT");
-    return value == "record" ? recording : std::atoi(value.c_str());
+    if (value != "record") {
+        return std::atoi(value.c_str());
+    }
+    environment("KAL_MUTANT_REACHED").copy(prefix, sizeof prefix - 1);
+    return recording;
 }
 
 inline volatile int active = notRead;
@@ -80,7 +121,7 @@ inline bool isActive(int mutant) {
         active = read(); // by several threads at once: they find the same
     }
     if (active == recording) {
-        reached[mutant] = true;
+        note(mutant);
     }
     return active == mutant;
 }
