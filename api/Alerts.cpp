@@ -6,6 +6,7 @@
 #include "api/CallFrame.h"
 #include "api/DeviceProperties.h"
 #include "api/kal.h"
+#include "platform/MadeAtLoad.h"
 #include "platform/Mutex.h"
 #include "service/OrxClient.h"
 #include "service/PropertyDescriptor.h"
@@ -43,13 +44,13 @@ class AlertWindowMap {
 
 AlertWindowMap alertWindows;
 AlertStore alertStore;
-Mutex alertIdLock(false, "", false); ///< held while nextAlertId is read and raised
+MadeAtLoad<Mutex> alertIdLock(false, "", false); ///< held while nextAlertId is read and raised
 std::atomic<uint16_t> nextAlertId = 0;
-Mutex captureLock(false, "", false);        ///< guards captureCounts
-std::map<uint16_t, uint32_t> captureCounts; ///< successful captures not yet released, by printer handle
+MadeAtLoad<Mutex> captureLock(false, "", false); ///< guards captureCounts
+std::map<uint16_t, uint32_t> captureCounts;      ///< successful captures not yet released, by printer handle
 
 uint16_t takeAlertId() {
-    const ScopedMutex guard(alertIdLock);
+    const ScopedMutex guard(alertIdLock.get());
     return nextAlertId.fetch_add(1, std::memory_order_relaxed);
 }
 
@@ -139,7 +140,7 @@ constexpr NotificationRow notifications[] = {
 void postEndOfJob(OrxClient &client, HWND window, uint32_t handle, const uint32_t *endOfJobFlag) {
     const uint32_t flag = endOfJobFlag == nullptr ? 1 : *endOfJobFlag;
     logTrace("teojFlag=", flag);
-    const LPARAM portType = static_cast<LPARAM>(queryPortType(client, handle));
+    const auto portType = static_cast<LPARAM>(queryPortType(client, handle));
     PostMessageA(window, WM_KAL_ENDOFJOB, packParameter(flag, handle), portType);
 }
 
@@ -198,7 +199,7 @@ uint32_t guardCallback(Work work) noexcept {
 
 /// Takes one capture off a handle. @return whether there was one
 bool takeCaptureOff(uint16_t handle) {
-    const ScopedMutex guard(captureLock);
+    const ScopedMutex guard(captureLock.get());
     const auto position = captureCounts.find(handle);
     if (position == captureCounts.end() || position->second == 0) {
         return false;
@@ -209,7 +210,7 @@ bool takeCaptureOff(uint16_t handle) {
 
 void countCapture(OrxClient &client, uint16_t handle, HWND window) {
     alertWindows.set(static_cast<int32_t>(client.clientId()), window);
-    const ScopedMutex guard(captureLock);
+    const ScopedMutex guard(captureLock.get());
     ++captureCounts[handle];
 }
 

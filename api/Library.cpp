@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <new>
 
 namespace kal {
 
@@ -61,7 +62,11 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
     case DLL_PROCESS_ATTACH:
         DisableThreadLibraryCalls(instance);
         libraryModuleHandle = instance;
-        Initialize();
+        try {
+            Initialize();
+        } catch (const std::bad_alloc &) {
+            // An exception must not reach the loader; as above, the next call tries again.
+        }
         break;
     case DLL_PROCESS_DETACH:
         Uninitialize();

@@ -2,6 +2,7 @@
 
 #include "platform/EntryPoint.h"
 #include "platform/Exception.h"
+#include "platform/MadeAtLoad.h"
 
 namespace kal {
 
@@ -18,7 +19,7 @@ bool readVersion(OSVERSIONINFOEXA &record) noexcept {
 
 // Not local to instance(): the GNU library guards a local one by means of a slot of thread-local storage that stays
 // taken when the DLL is unloaded, and a process has about a thousand of them.
-const OsVersion madeAtLoad;
+const MadeAtLoad<OsVersion> madeAtLoad;
 
 } // namespace
 
@@ -62,7 +63,7 @@ bool OsVersion::is64BitWindows() noexcept {
 }
 
 const OsVersion &OsVersion::instance() {
-    return madeAtLoad;
+    return madeAtLoad.get();
 }
 
 } // namespace kal

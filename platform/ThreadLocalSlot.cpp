@@ -18,7 +18,10 @@ __attribute__((constructor(101))) void findTlsAlloc() {
 }
 
 DWORD WINAPI takeSlot() {
-    slot = systemTlsAlloc();
+    if (systemTlsAlloc == nullptr) {
+        findTlsAlloc(); // it was not to be found while the DLL was loaded
+    }
+    slot = systemTlsAlloc == nullptr ? TLS_OUT_OF_INDEXES : systemTlsAlloc();
     return slot;
 }
 
@@ -34,7 +37,7 @@ __attribute__((destructor(101))) void giveSlotBack() {
 extern "C" {
 
 /// Stands in the place of the import, so that every call of the linked libraries comes here.
-DWORD(WINAPI *__imp_TlsAlloc)() = takeSlot;
+DWORD(WINAPI *__imp_TlsAlloc)() = takeSlot; // NOLINT(readability-identifier-naming): the linker's name
 }
 
 #endif

@@ -1,6 +1,7 @@
 #include "settings/Localize.h"
 
 #include "platform/Exception.h"
+#include "platform/MadeAtLoad.h"
 #include "platform/Mutex.h"
 #include "settings/KeyPaths.h"
 #include "settings/ModulePaths.h"
@@ -11,7 +12,7 @@ namespace kal {
 
 namespace {
 
-Mutex creation(false, "", false);
+MadeAtLoad<Mutex> creation(false, "", false);
 std::atomic<bool> created = false;
 const Localize *instance = nullptr; ///< written under creation, before created is set
 
@@ -21,7 +22,7 @@ void Localize::createInstance(HMODULE module) {
     if (created) {
         return;
     }
-    const ScopedMutex guard(creation);
+    const ScopedMutex guard(creation.get());
     if (!created) {
         instance = new Localize(module); // lives until destroyInstance(), or the end of the process
         created = true;

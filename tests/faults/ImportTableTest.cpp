@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <regex>
 #include <set>
 
 namespace kal::test {
@@ -19,6 +21,46 @@ TEST(ImportTable, IsTheImportDirectoryOfTheLibrary) {
     for (const ImportRow &row : importTable())
         listed.emplace_back(row.name);
     EXPECT_THAT(importedFunctions(library.module()), testing::UnorderedElementsAreArray(listed));
+}
+
+struct UnreachedImport {
+    const char *import;
+    std::string test;
+};
+const UnreachedImport unreachedImports[] = {
+#define FAILS(...)
+#define LETS_GO(...)
+#define ALLOCATES(...)
+#define WATCHED(...)
+#define UNREACHED(import, reason, test) {#import, test},
+#define NOT_FAILED(...)
+#define RUNTIME(...)
+#include "tests/faults/Imports.inc"
+#undef FAILS
+#undef LETS_GO
+#undef ALLOCATES
+#undef WATCHED
+#undef UNREACHED
+#undef NOT_FAILED
+#undef RUNTIME
+};
+
+/// "Suite.Name" of each test that the sources of the unit tests define.
+std::set<std::string> unitTests() {
+    std::set<std::string> names;
+    for (const auto &file : std::filesystem::recursive_directory_iterator(KAL_UNIT_TESTS_FOLDER)) {
+        const std::string text = file.path().extension() == ".cpp" ? readFile(file.path()) : std::string();
+        const std::regex definition("\\nTEST(?:_[FP])?\\((\\w+), (\\w+)\\)");
+        for (std::sregex_iterator match(text.begin(), text.end(), definition), end; match != end; ++match)
+            names.insert((*match)[1].str() + "." + (*match)[2].str());
+    }
+    return names;
+}
+
+TEST(ImportTable, NamesAnExistingTestForEachImportThatNoScenarioReaches) {
+    const std::set<std::string> existing = unitTests();
+    for (const UnreachedImport &row : unreachedImports)
+        EXPECT_TRUE(existing.contains(row.test)) << row.import << ": " << row.test << " does not exist";
 }
 
 TEST(ExportScenarios, EnterEveryExport) {

@@ -7,6 +7,10 @@
 #include <stdexcept>
 #include <utility>
 
+#if defined(_MSC_VER)
+#include <intrin.h>
+#endif
+
 namespace kal::test {
 
 namespace {
@@ -19,7 +23,7 @@ constexpr ImportRow rows[] = {
 #define LETS_GO(import, failure, lastError) {#import, ImportUse::letsGo, static_cast<uint64_t>(failure), lastError},
 #define ALLOCATES(import) {#import, ImportUse::allocates, 0, ERROR_NOT_ENOUGH_MEMORY},
 #define WATCHED(import, reason) {#import, ImportUse::watched, 0, 0},
-#define UNREACHED(import, reason) {#import, ImportUse::unreached, 0, 0},
+#define UNREACHED(import, reason, test) {#import, ImportUse::unreached, 0, 0},
 #define NOT_FAILED(import, reason) {#import, ImportUse::notFailed, 0, 0},
 #define RUNTIME(import) {#import, ImportUse::runtime, 0, 0},
 #include "tests/faults/Imports.inc"
@@ -33,12 +37,18 @@ constexpr ImportRow rows[] = {
 };
 constexpr size_t rowCount = std::size(rows);
 
+#if defined(_MSC_VER)
+#define callerOfThis() _ReturnAddress()
+#else
+#define callerOfThis() __builtin_return_address(0)
+#endif
+
 /// What stands in the import table. Every import gets eleven words, whatever it takes: those behind its last argument
 /// are the caller's stack.
 template <size_t Row>
 uint64_t enter(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5, uint64_t a6, uint64_t a7,
                uint64_t a8, uint64_t a9, uint64_t a10) {
-    return ImportWatch::entered(Row, {a0, a1, a2, a3, a4, a5, a6, a7, a8, a9, a10}, __builtin_return_address(0));
+    return ImportWatch::entered(Row, {a0, a1, a2, a3, a4, a5, a6, a7, a8, a9, a10}, callerOfThis());
 }
 
 using Entry = decltype(&enter<0>);

@@ -1,0 +1,271 @@
+// Every import that the shipped library calls while it is being loaded fails in turn, once and for good. The loader
+// tells of a library when its import table is filled and before any of its code runs: then the watch steps in.
+
+#include "tests/faults/FaultBench.h"
+#include "tests/faults/Watchdog.h"
+
+#include "api/kal.h"
+#include "platform/Exception.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include <winternl.h>
+
+namespace kal::test {
+
+namespace {
+
+constexpr char libraryName[] = "kaload.dll";
+constexpr char brandCode[] = "kalo";
+
+/// As the loader's notification gives it.
+struct LoadedModule {
+    ULONG flags;
+    const UNICODE_STRING *fullName;
+    const UNICODE_STRING *baseName;
+    void *base;
+    ULONG size;
+};
+using Notify = void CALLBACK(ULONG, const LoadedModule *, void *);
+
+/// A load of the library with a fault in it, and the end of what came of it.
+class FaultyLoad {
+  public:
+    explicit FaultyLoad(const Fault &fault) : fault_(fault) {
+        const HMODULE loader = GetModuleHandleA("ntdll.dll");
+        exported<LONG NTAPI(ULONG, Notify *, void *, void **)>(loader, "LdrRegisterDllNotification")(0, notify, this,
+                                                                                                     &cookie_);
+        std::filesystem::copy_file(programFolder() / "kalclient.dll", folder_ / libraryName);
+        module_ = LoadLibraryA((folder_ / libraryName).string().c_str());
+        if (watch_)
+            watch_->end();
+    }
+    ~FaultyLoad() {
+        unload();
+        exported<LONG NTAPI(void *)>(GetModuleHandleA("ntdll.dll"), "LdrUnregisterDllNotification")(cookie_);
+    }
+
+    void unload() {
+        if (module_ != nullptr)
+            FreeLibrary(std::exchange(module_, nullptr));
+    }
+
+    HMODULE module() const { return module_; }
+    bool isWatched() const { return watch_ != nullptr; }
+    ImportWatch &watch() const { return *watch_; }
+
+  private:
+    static void CALLBACK notify(ULONG reason, const LoadedModule *loaded, void *context) {
+        auto &load = *static_cast<FaultyLoad *>(context);
+        const std::wstring name(loaded->baseName->Buffer, loaded->baseName->Length / sizeof(wchar_t));
+        if (name != std::wstring(std::begin(libraryName), std::end(libraryName) - 1))
+            return;
+        if (reason == 1) {
+            load.watch_ = std::make_unique<ImportWatch>(static_cast<HMODULE>(loaded->base));
+            load.watch_->begin(load.fault_);
+        } else {
+            load.watch_->forgetModule();
+        }
+    }
+
+    Fault fault_;
+    TemporaryFolder folder_;
+    std::unique_ptr<ImportWatch> watch_;
+    void *cookie_ = nullptr;
+    HMODULE module_ = nullptr;
+};
+
+constexpr char registered[] = "registered, logged";
+constexpr char unregistered[] = "unregistered";
+constexpr char unnamed[] = "registered"; // without a brand there are no settings of this library's, and no log
+// Without a localisation a registration raises this text; Initialize makes one.
+constexpr char unlocalised[] = "You must call Localize::createInstance() before calling getInstance()";
+constexpr char later[] = "unlocalised; initialized: registered, logged";
+constexpr char never[] = "unlocalised; initialized: unlocalised";
+
+/// What is promised when a call fails while the library is being loaded: it is loaded in any case.
+struct LoadPromise {
+    const char *import;
+    int nth; ///< 0: any
+    const char *aftermath;
+};
+constexpr LoadPromise loadPromises[] = {
+    {"CreateMutexA", 1, never},         // the lock under which the localisation is made
+    {"CreateMutexA", 0, registered},    // the locks of alerts: who needs them meets the exception
+    {"GetModuleFileNameA", 0, later},   //
+    {"WaitForSingleObject", 0, later},  //
+    {"ReleaseMutex", 0, registered},    //
+    {"lstrcpynA", 0, unnamed},          //
+    {"GetVersionExA", 0, unregistered}, // nothing that is secured can be made
+    {"GetProcAddress", 0, registered},  // TlsAlloc, for the compiler's run time
+};
+
+/// For good: the first call that fails may decide more than the others.
+const char *promiseOf(const Fault &fault) {
+    for (const LoadPromise &promise : loadPromises)
+        if (fault.import == promise.import && (promise.nth == 0 || promise.nth == fault.nth))
+            return promise.aftermath;
+    return "nothing is promised";
+}
+
+/// Registers, looks whether that is so and whether it is logged, and unregisters.
+std::string registration(const FaultyLoad &load, PrivateMachine &machine) {
+    const HMODULE module = load.module();
+    try {
+        exported<decltype(KalRegisterApp)>(module, "KalRegisterApp")(0);
+    } catch (const char *text) {
+        return std::string(text) == unlocalised ? "unlocalised" : text;
+    }
+    std::string outcome = registered;
+    try {
+        exported<decltype(KalFlushMWOBuffer)>(module, "KalFlushMWOBuffer")();
+    } catch (const Win32Exception &) {
+        return unregistered;
+    }
+    exported<decltype(KalUnregisterApp)>(module, "KalUnregisterApp")(0);
+    if (machine.logTexts(brandCode).empty())
+        outcome = unnamed;
+    machine.deleteLog(brandCode);
+    return outcome;
+}
+
+/// What an application can do with what was loaded. Raises an exception at the end, for which the compiler's run time
+/// takes what it keeps until the library is unloaded, and some of it beyond.
+std::string aftermath(const FaultyLoad &load, PrivateMachine &machine) {
+    if (load.module() == nullptr)
+        return "refused";
+    std::string outcome = registration(load, machine);
+    if (outcome == "unlocalised") {
+        exported<decltype(Initialize)>(load.module(), "Initialize")();
+        outcome += "; initialized: " + registration(load, machine);
+    }
+    try {
+        exported<decltype(KalFlushMWOBuffer)>(load.module(), "KalFlushMWOBuffer")();
+        outcome += "; and still registered";
+    } catch (const Win32Exception &) {
+    }
+    return outcome;
+}
+
+/// Whether the loader's lock is free: a thread that starts and one that ends need it.
+bool isLoaderFree() {
+    const HANDLE thread = CreateThread(
+        nullptr, 0, [](void *) -> DWORD { return 0; }, nullptr, 0, nullptr);
+    const bool hasEnded = WaitForSingleObject(thread, 10000) == WAIT_OBJECT_0;
+    CloseHandle(thread);
+    return hasEnded;
+}
+
+bool isNoMore(const Holdings &left, const Holdings &most) {
+    return std::ranges::all_of(left.counts, [&](const auto &each) {
+        const auto found = most.counts.find(each.first);
+        return found != most.counts.end() && each.second <= found->second;
+    });
+}
+
+class Loading : public testing::Test {
+  protected:
+    Loading() {
+        machine_.setLogger("startLog", 1, brandCode);
+        FaultyLoad load({});
+        isWatched_ = load.isWatched();
+        if (!isWatched_)
+            return;
+        EXPECT_EQ(aftermath(load, machine_), registered);
+        calls_ = load.watch().calls();
+        load.unload();
+        leftOver_ = load.watch().holdings();
+    }
+    ~Loading() override {
+        tryingNothing();
+        std::printf("tried %s while being loaded: %d, failed: %d\n", what_, tried_, failed_);
+    }
+
+    /// Fails the nth call, n rising until there is none. @return the aftermaths
+    std::vector<std::string> sweep(const std::string &import, bool forGood,
+                                   const std::function<bool(const Fault &, const std::string &)> &isPromised) {
+        std::vector<std::string> all;
+        for (int nth = 1;; ++nth) {
+            if (import == Fault::memory && isForComponents(nth))
+                continue;
+            const Fault fault = {import, nth, forGood};
+            nowTrying("loading: " + import + " fails at call " + std::to_string(nth) + (forGood ? " for good" : ""));
+            FaultyLoad load(fault);
+            if (!load.watch().hasFailed())
+                return all;
+            all.push_back(aftermath(load, machine_));
+            load.unload();
+            const Holdings leftOver = load.watch().holdings();
+            const bool isKept = isPromised(fault, all.back()) && isNoMore(leftOver, leftOver_) && isLoaderFree() &&
+                                GetModuleHandleA(libraryName) == nullptr;
+            ++tried_;
+            failed_ += isKept ? 0 : 1;
+            EXPECT_TRUE(isKept) << import << " fails at call " << nth << (forGood ? " for good: " : " once: ")
+                                << all.back() << "; left over: " << leftOver.text() << " instead of "
+                                << leftOver_.text();
+        }
+    }
+
+    /// Whether an allocation is for the name of a component of the log, behind the first lock and before the others: an
+    /// exception leaves the static construction there and ends the process, as an exception there does.
+    bool isForComponents(int nth) const {
+        int memory = 0;
+        int locks = 0;
+        for (const ImportWatch::Call &call : calls_) {
+            locks += call.import == "CreateMutexA" ? 1 : 0;
+            memory += call.import == Fault::memory ? 1 : 0;
+            if (memory == nth)
+                return locks == 1;
+        }
+        return false;
+    }
+
+    PrivateMachine machine_;
+    bool isWatched_ = false;
+    std::vector<ImportWatch::Call> calls_;
+    Holdings leftOver_;
+    const char *what_ = "failing imports";
+    int tried_ = 0;
+    int failed_ = 0;
+};
+
+/// Windows tells before it fills the import table, Wine behind it: only there the watch sees the calls.
+#define KAL_NEEDS_WATCH()                                                                                              \
+    if (calls_.empty() && GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") == nullptr)                \
+        GTEST_SKIP() << "this loader fills the import table behind its notification";                                  \
+    ASSERT_FALSE(calls_.empty())
+
+TEST_F(Loading, EachImportThatItCallsFails) {
+    KAL_NEEDS_WATCH();
+    const auto isPromised = [](const Fault &fault, const std::string &seen) { return seen == promiseOf(fault); };
+    std::set<std::string> imports;
+    for (const ImportWatch::Call &call : calls_)
+        if (call.import != Fault::memory)
+            imports.insert(call.import);
+    for (const LoadPromise &promise : loadPromises)
+        EXPECT_EQ(imports.count(promise.import), 1u) << promise.import << " is not called";
+    for (const std::string &import : imports)
+        for (const bool forGood : {false, true})
+            EXPECT_FALSE(sweep(import, forGood, isPromised).empty()) << import;
+}
+
+TEST_F(Loading, MemoryRunsOut) {
+    what_ = "out of memory";
+    KAL_NEEDS_WATCH();
+    const auto seen = sweep(Fault::memory, false, [](const Fault &, const std::string &aftermath) {
+        return aftermath == registered || aftermath == later;
+    });
+    EXPECT_THAT(seen, testing::Contains(later));
+}
+
+} // namespace
+
+} // namespace kal::test
