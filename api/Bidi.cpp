@@ -77,6 +77,7 @@ using namespace kal;
 
 extern "C" {
 
+// NOLINTNEXTLINE(readability-non-const-parameter): in and out
 int32_t KalSendBidi(uint16_t, uint16_t handle, uint16_t, uint16_t function, void *response, uint32_t *responseSize,
                     const void *data, uint16_t dataLength) {
     return inlineCall(

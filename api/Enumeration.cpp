@@ -71,7 +71,7 @@ uint32_t KalEnumPrintersCallback(uint32_t reportedHandle) {
         logTrace("KAL_FAIL");
         return KAL_FAIL;
     }
-    const uint16_t handle = static_cast<uint16_t>(reportedHandle);
+    const auto handle = static_cast<uint16_t>(reportedHandle);
     FoundPrinter printer = {handle, queryPortType(*client, handle), {}, {}, false};
     char nameRoom[portNameRoom];
     // The port name's failure deliberately speaks of the byte array, too.

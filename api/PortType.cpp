@@ -55,7 +55,7 @@ bool portTypeFits(uint32_t portType, uint16_t handle) noexcept {
 }
 
 uint32_t portTypeOfTransport(std::string_view transport) noexcept {
-    const auto row = std::ranges::find_if(transports, [&](const TransportRow &each) {
+    const auto *const row = std::ranges::find_if(transports, [&](const TransportRow &each) {
         return std::ranges::equal(each.name, transport, {}, lowerCase, lowerCase);
     });
     return row == std::end(transports) ? KAL_PORT_TYPE_UNSPECIFIED : row->portType;

@@ -21,7 +21,8 @@ std::string logDirectory() {
     if (ExpandEnvironmentStringsA(unexpanded, directory.data(), size) == 0) {
         return {};
     }
-    return directory.c_str();
+    directory.resize(strnlen(directory.data(), directory.size()));
+    return directory;
 }
 
 } // namespace

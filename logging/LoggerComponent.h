@@ -11,6 +11,7 @@ namespace kal {
 /// interface.
 class LoggerComponent {
   public:
+    // cppcheck-suppress passedByValue // moved from
     LoggerComponent(std::string name, uint32_t level) noexcept : name_(std::move(name)), level_(level) {}
 
     [[nodiscard]] virtual std::string name() const { return name_; }

@@ -35,7 +35,7 @@ MessageText &MessageText::operator<<(const void *pointer) {
         return *this;
     }
     char text[2 + 2 * sizeof pointer] = {'0', 'x'};
-    uintptr_t rest = reinterpret_cast<uintptr_t>(pointer);
+    auto rest = reinterpret_cast<uintptr_t>(pointer);
     for (size_t position = sizeof text; position > 2; rest >>= 4) {
         text[--position] = upperDigits[rest & 0xF];
     }
@@ -54,7 +54,7 @@ MessageText &MessageText::operator<<(HexBytes hex) {
 MessageText &MessageText::operator<<(PaddedNumber padded) {
     char digits[32];
     const auto result = std::to_chars(digits, digits + sizeof digits, padded.number, static_cast<int>(padded.base));
-    const size_t count = static_cast<size_t>(result.ptr - digits);
+    const auto count = static_cast<size_t>(result.ptr - digits);
     if (count < padded.width) {
         fill('0', padded.width - count);
     }

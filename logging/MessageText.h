@@ -23,6 +23,7 @@ struct PaddedNumber {
 /// Composes a text piece by piece, like a string stream without its locale; needs the heap only beyond its own room.
 class MessageText {
   public:
+    // cppcheck-suppress uninitMemberVar // the room is written before it is read
     MessageText() noexcept = default;
     MessageText(const MessageText &) = delete;
     MessageText &operator=(const MessageText &) = delete;

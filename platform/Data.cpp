@@ -46,7 +46,8 @@ size_t Data::append(const uint8_t *bytes, uint32_t count) {
 
 size_t Data::append(const Data &other) {
     if (&other == this) {
-        const Data copy(other); // inserting a range of a vector into itself is not allowed
+        // Inserting a range of a vector into itself is not allowed.
+        const Data copy(other); // NOLINT(performance-unnecessary-copy-initialization)
         return append(copy.current(), copy.remaining());
     }
     return append(other.current(), other.remaining());

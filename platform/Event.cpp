@@ -16,8 +16,8 @@ Event::Event(bool manualReset, bool initialState, const std::string &name, bool 
 
 HANDLE Event::createEvent(SECURITY_ATTRIBUTES *securityAttributes, bool manualReset, bool initialState,
                           const std::string &name) {
-    const HANDLE handle =
-        CreateEventA(securityAttributes, manualReset, initialState, name.empty() ? nullptr : name.c_str());
+    const HANDLE handle = CreateEventA(securityAttributes, manualReset ? TRUE : FALSE, initialState ? TRUE : FALSE,
+                                       name.empty() ? nullptr : name.c_str());
     if (handle == nullptr) {
         throwLastError("Event::createEvent() failed", "", 0);
     }

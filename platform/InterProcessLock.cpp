@@ -18,7 +18,7 @@ InterProcessLock::~InterProcessLock() noexcept(false) {
         mutex_.release();
     } catch (const Win32Exception &) {
         if (std::uncaught_exceptions() == 0) {
-            throw;
+            throw; // cppcheck-suppress exceptThrowInDestructor // declared so
         }
     }
 }

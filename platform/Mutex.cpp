@@ -15,7 +15,8 @@ Mutex::Mutex(bool initialOwner, const std::string &name, bool everyoneAccess) : 
 }
 
 HANDLE Mutex::createMutex(SECURITY_ATTRIBUTES *securityAttributes, bool initialOwner, const std::string &name) {
-    const HANDLE handle = CreateMutexA(securityAttributes, initialOwner, name.empty() ? nullptr : name.c_str());
+    const HANDLE handle =
+        CreateMutexA(securityAttributes, initialOwner ? TRUE : FALSE, name.empty() ? nullptr : name.c_str());
     if (handle == nullptr) {
         throwLastError("Mutex::createMutex() CreateMutex failed", ".\\Mutex", 120);
     }

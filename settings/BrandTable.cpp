@@ -38,7 +38,7 @@ std::span<const BrandRow> brandTable() noexcept {
 }
 
 const BrandRow *findBrand(std::string_view brandCode) noexcept {
-    const auto row = std::ranges::find_if(rows, [&](const BrandRow &each) { return hasCode(each, brandCode); });
+    const auto *const row = std::ranges::find_if(rows, [&](const BrandRow &each) { return hasCode(each, brandCode); });
     return row == std::end(rows) ? nullptr : row;
 }
 

@@ -30,7 +30,7 @@ bool canBeRead(const std::string &path) {
 
 Settings::Settings(const Localize &localize) noexcept
     : BasicSettings64(HKEY_LOCAL_MACHINE, localize.serviceRoot(), localize.localId(), accessMask), localize_(localize) {
-    reopen();
+    Settings::reopen();
 }
 
 void Settings::reopen() noexcept {
