@@ -1,11 +1,16 @@
 // A program may load and free the library as often as it likes.
 
 #include "api/kal.h"
+#include "tests/support/ImportHook.h"
 #include "tests/support/StagedLibrary.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
+
 using namespace kal::test;
+using testing::ElementsAre;
 
 namespace {
 
@@ -36,4 +41,17 @@ TEST(Reload, TakesNoSlotWithItThatAnExceptionNeeded) {
         EXPECT_ANY_THROW(again.function<decltype(KalClose)>("KalClose")(0, 5)); // nobody is registered
     }
     EXPECT_EQ(nextSlot(), before);
+}
+
+TEST(Reload, WritesIntoNoSlotButTheOneItTook) {
+    { const StagedLibrary first; }
+    const DWORD next = nextSlot();
+    const StagedLibrary library;
+    std::set<DWORD> written;
+    const ImportHook<"TlsSetValue", BOOL(DWORD, void *)> write(library.module(), [&](DWORD slot, void *value) {
+        written.insert(slot);
+        return write.original(slot, value);
+    });
+    EXPECT_ANY_THROW(library.function<decltype(KalClose)>("KalClose")(0, 5));
+    EXPECT_THAT(written, ElementsAre(next));
 }
