@@ -228,13 +228,17 @@ class Finder:
         """Drops each statement; a return only where the function goes on behind it."""
         goes_on = parent is not None and parent.kind in (Kind.IF_STMT, Kind.FOR_STMT, Kind.WHILE_STMT,
                                                          Kind.CXX_FOR_RANGE_STMT, Kind.SWITCH_STMT)
+        # Behind the last label of a switch that ends its function there is nothing to return.
+        ends_function = parent is not None and parent.kind == Kind.SWITCH_STMT and \
+            self.text[parent.extent.end.offset:].lstrip().startswith("}")
         for child in children:
+            is_last = ends_function and child == children[-1]
             while child.kind in (Kind.CASE_STMT, Kind.DEFAULT_STMT):
                 *_, child = child.get_children()
             bounds = self.range_of(child)
             text = one_line(self.part(bounds))
             if child.kind in EXPRESSIONS or child.kind == Kind.BREAK_STMT or \
-                    (child.kind == Kind.RETURN_STMT and goes_on):
+                    (child.kind == Kind.RETURN_STMT and goes_on and not is_last):
                 self.add(bounds, "dropped", text, f"dropped:{text}", "statement", **options)
 
     def look_at_result(self, result, options):
@@ -296,7 +300,8 @@ def find(root):
         for name in sorted(os.listdir(os.path.join(root, folder))):
             path = f"{folder}/{name}"
             if path not in LEFT_OUT and name.endswith((".cpp", ".h", ".inc")):
-                with open(os.path.join(root, path), encoding="utf-8") as file:
+                # One character a byte, as the compiler counts them.
+                with open(os.path.join(root, path), encoding="ascii", errors="surrogateescape") as file:
                     texts[path] = file.read()
     found = {path: find_in_table(path, text) for path, text in texts.items() if path.endswith(".inc")}
     for path in (each for each in texts if each.endswith(".cpp")):
