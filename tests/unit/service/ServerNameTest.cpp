@@ -52,5 +52,9 @@ TEST(ServerName, GainsTheBackslashesThatItLacks) {
     EXPECT_EQ(remoteNameOf("At\\elier-7"), "\\\\At\\elier-7");
 }
 
+TEST(ServerName, EndsWhereItEndsAndNotAtAZero) {
+    EXPECT_EQ(remoteNameOf(std::string_view("A\\telier").substr(0, 1)), "\\\\A");
+}
+
 } // namespace
 } // namespace kal::test
