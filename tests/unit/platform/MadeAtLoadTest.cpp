@@ -1,12 +1,13 @@
 #include "platform/MadeAtLoad.h"
 
-#include "platform/Exception.h"
 #include "platform/Mutex.h"
 #include "tests/unit/platform/FailingCall.h"
+#include "tests/unit/platform/Thrown.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 using namespace kal;
 using namespace kal::test;
@@ -25,13 +26,8 @@ TEST(MadeAtLoad, ObjectCanBeChanged) {
 TEST(MadeAtLoad, FailureIsRaisedAtEachUseOnly) {
     const FailingCall<"CreateMutexA", HANDLE(SECURITY_ATTRIBUTES *, BOOL, const char *)> call(nullptr, 5);
     MadeAtLoad<Mutex> mutex(false, "", false);
-    for (int use = 0; use < 2; ++use) {
-        try {
-            static_cast<void>(mutex.get());
-            ADD_FAILURE() << "nothing was raised";
-        } catch (const Win32Exception &raised) {
-            EXPECT_EQ(raised.message(), "Mutex::createMutex() CreateMutex failed");
-            EXPECT_EQ(raised.code(), 5u);
-        }
-    }
+    const Thrown expected = {"Mutex::createMutex() CreateMutex failed", 5, ".\\Mutex", 120};
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(mutex.get()); }), expected);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(mutex.get()); }), expected);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(std::as_const(mutex).get()); }), expected);
 }

@@ -113,6 +113,27 @@ TEST(RegistryKeyOpening, CreationUsesTheSameMask) {
     EXPECT_THAT(masks.created, ElementsAre(31 | view64));
 }
 
+TEST(RegistryKeyOpening, WhatIsBelowACreatedKeyInheritsItsAccess) {
+    ScratchKey scratch;
+    BYTE inheritance = 0;
+    const ImportHook<"RegCreateKeyExA", CreateSignature> create(
+        GetModuleHandleA(nullptr),
+        [&](HKEY, LPCSTR, DWORD, LPSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES security, PHKEY, LPDWORD) -> LSTATUS {
+            BOOL isPresent = FALSE;
+            BOOL isDefault = FALSE;
+            ACL *entries = nullptr;
+            void *entry = nullptr;
+            if (GetSecurityDescriptorDacl(security->lpSecurityDescriptor, &isPresent, &entries, &isDefault) != 0 &&
+                GetAce(entries, 0, &entry) != 0) {
+                inheritance = static_cast<ACE_HEADER *>(entry)->AceFlags;
+            }
+            return ERROR_ACCESS_DENIED;
+        });
+    RegistryKey64 key(31);
+    EXPECT_THROW(key.open(scratch.pathOf("new"), true, HKEY_CURRENT_USER), Win32Exception);
+    EXPECT_EQ(inheritance & CONTAINER_INHERIT_ACE, CONTAINER_INHERIT_ACE);
+}
+
 TEST(RegistryKeyOpening, ExistingKeyIsNotCreatedAnew) {
     ScratchKey scratch;
     Masks masks;

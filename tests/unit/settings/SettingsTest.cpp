@@ -1,5 +1,6 @@
 #include "settings/Settings.h"
 
+#include "platform/Exception.h"
 #include "settings/KeyPaths.h"
 #include "settings/Localize.h"
 #include "tests/support/PrivateMachine.h"
@@ -20,6 +21,7 @@ using testing::ElementsAre;
 namespace {
 
 using OpenSignature = LSTATUS(HKEY, LPCSTR, DWORD, REGSAM, PHKEY);
+using EnumKeySignature = LSTATUS(HKEY, DWORD, LPSTR, LPDWORD, LPDWORD, LPSTR, LPDWORD, PFILETIME);
 
 void makeKey(const std::string &path) {
     HKEY key = nullptr;
@@ -221,6 +223,13 @@ TEST_F(ProductSettings, StoresStayAtZero) {
 TEST_F(ProductSettings, MissingStoresAreRemovedQuietly) {
     settings.write("Settings\\", "DeleteStoreOnUninstall", 1u, localRoot);
     EXPECT_NO_THROW(EXPECT_TRUE(settings.removeStores()));
+}
+
+TEST_F(ProductSettings, StoresAreNotRemovedFromARegistryThatCannotBeListed) {
+    makeKey(own.shared("Ip1\\Settings"));
+    settings.write("Settings\\", "DeleteStoreOnUninstall", 1u, localRoot);
+    const FailingCall<"RegEnumKeyExA", EnumKeySignature> list(ERROR_ACCESS_DENIED, 99);
+    EXPECT_THROW(settings.removeStores(), Win32Exception);
 }
 
 TEST_F(ProductSettings, HbnTransportWithoutEntryIsNotUsable) {
