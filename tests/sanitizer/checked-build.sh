@@ -70,6 +70,10 @@ for defect in overflow index iterator none; do
   esac
 done
 
+# What the checks of containers cannot do: their locks take memory when they are first used, where no exception may leave,
+# and a slot of thread-local storage, behind the end of the library.
+export GTEST_FILTER='-KalCaptureAlertsTest.WithoutMemoryNothingStaysOpenOrRegistered:Reload.TakesNoSlotOfThreadLocalStorageWithIt'
+
 code=0
 rm -rf "$checked/results"
 ctest --test-dir "$checked" --parallel "${KAL_JOBS:-$(nproc)}" --output-on-failure --label-regex '^(unit|contract)$' "$@" \
