@@ -110,10 +110,13 @@ nlohmann::json measure(uint64_t size, const std::filesystem::path &folder) {
         ratios.push_back(floors.back() / subjects.back());
     }
     std::filesystem::remove(document);
+    // The quickest of each: whatever else the machine does, handing out memory for the spool above all, only adds.
+    const double subject = *std::ranges::min_element(subjects);
+    const double floor = *std::ranges::min_element(floors);
     return {{"bytes", size},
-            {"kalSeconds", bench::quantile(subjects, 0.5)},
-            {"directSeconds", bench::quantile(floors, 0.5)},
-            {"rateRatio", bench::quantile(ratios, 0.5)},
+            {"kalSeconds", subject},
+            {"directSeconds", floor},
+            {"rateRatio", floor / subject},
             {"lowerQuartile", bench::quantile(ratios, 0.25)},
             {"upperQuartile", bench::quantile(ratios, 0.75)},
             {"kalPeakBytes", peak},
