@@ -48,8 +48,10 @@ FloorWork::~FloorWork() {
     DeleteCriticalSection(&depths_);
     CloseHandle(alertIdLock_);
     CloseHandle(logLock_);
-    std::free(lastAlert_);
-    std::free(lastAlertBytes_);
+    for (const StoredAlert &each : alerts_) {
+        std::free(each.object);
+        std::free(each.bytes);
+    }
     FreeLibrary(service_);
     current_ = nullptr;
 }
@@ -307,10 +309,10 @@ void FloorWork::alert(HWND window, uint16_t handle, const uint8_t *bytes, uint32
     static_cast<void>(GetCurrentThreadId());
     ReleaseMutex(alertIdLock_);
     lockPair(handles_); // the store
-    std::free(lastAlert_);
-    std::free(lastAlertBytes_);
-    lastAlert_ = alertObject;
-    lastAlertBytes_ = alertBytes;
+    StoredAlert &place = alerts_[nextAlertId_++];
+    std::free(place.object);
+    std::free(place.bytes);
+    place = {alertObject, alertBytes};
     PostMessageA(window, WM_KAL_WARNINGSEX, 3, 0);
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace bench {
 
@@ -51,6 +52,11 @@ class FloorWork {
     void serviceClose(uint16_t handle);
     [[nodiscard]] HANDLE openLog(DWORD disposition);
 
+    struct StoredAlert {
+        void *object = nullptr;
+        void *bytes = nullptr;
+    };
+
     static FloorWork *current_;
 
     LogState state_;
@@ -63,8 +69,9 @@ class FloorWork {
     CRITICAL_SECTION identifiers_;
     CRITICAL_SECTION handles_;
     CRITICAL_SECTION depths_;
-    void *lastAlert_ = nullptr;
-    void *lastAlertBytes_ = nullptr;
+    std::vector<StoredAlert> alerts_ =
+        std::vector<StoredAlert>(65536); ///< by id; each stays until its id comes round again
+    uint16_t nextAlertId_ = 0;
     int depth_ = 0;
 };
 

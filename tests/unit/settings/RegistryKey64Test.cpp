@@ -88,6 +88,10 @@ TEST(RegistryKeyOpening, SlotsAreSetMaskThenOpen) {
     EXPECT_TRUE(key.isOpen());
 }
 
+TEST(RegistryKeyOpening, MaskIsThatOfReadingUnlessTold) {
+    EXPECT_EQ(RegistryKey64().access(), KEY_READ | view64);
+}
+
 TEST(RegistryKeyOpening, MaskGainsThe64BitView) {
     ScratchKey scratch;
     Masks masks;
