@@ -23,28 +23,6 @@ TEST(ImportTable, IsTheImportDirectoryOfTheLibrary) {
     EXPECT_THAT(importedFunctions(library.module()), testing::UnorderedElementsAreArray(listed));
 }
 
-struct UnreachedImport {
-    const char *import;
-    std::string test;
-};
-const UnreachedImport unreachedImports[] = {
-#define FAILS(...)
-#define LETS_GO(...)
-#define ALLOCATES(...)
-#define WATCHED(...)
-#define UNREACHED(import, reason, test) {#import, test},
-#define NOT_FAILED(...)
-#define RUNTIME(...)
-#include "tests/faults/Imports.inc"
-#undef FAILS
-#undef LETS_GO
-#undef ALLOCATES
-#undef WATCHED
-#undef UNREACHED
-#undef NOT_FAILED
-#undef RUNTIME
-};
-
 /// "Suite.Name" of each test that the sources of the unit tests define.
 std::set<std::string> unitTests() {
     std::set<std::string> names;
@@ -59,8 +37,11 @@ std::set<std::string> unitTests() {
 
 TEST(ImportTable, NamesAnExistingTestForEachImportThatNoScenarioReaches) {
     const std::set<std::string> existing = unitTests();
-    for (const UnreachedImport &row : unreachedImports)
-        EXPECT_TRUE(existing.contains(row.test)) << row.import << ": " << row.test << " does not exist";
+    for (const ImportRow &row : importTable()) {
+        if (row.use == ImportUse::unreached) {
+            EXPECT_TRUE(existing.contains(row.unitTest)) << row.name << ": " << row.unitTest << " does not exist";
+        }
+    }
 }
 
 TEST(ExportScenarios, EnterEveryExport) {

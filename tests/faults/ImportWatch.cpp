@@ -19,13 +19,15 @@ constexpr uint64_t everyBit = ~uint64_t{0};
 constexpr uint64_t lowHalf = 0xFFFFFFFF;
 
 constexpr ImportRow rows[] = {
-#define FAILS(import, failure, lastError) {#import, ImportUse::fails, static_cast<uint64_t>(failure), lastError},
-#define LETS_GO(import, failure, lastError) {#import, ImportUse::letsGo, static_cast<uint64_t>(failure), lastError},
-#define ALLOCATES(import) {#import, ImportUse::allocates, 0, ERROR_NOT_ENOUGH_MEMORY},
-#define WATCHED(import, reason) {#import, ImportUse::watched, 0, 0},
-#define UNREACHED(import, reason, test) {#import, ImportUse::unreached, 0, 0},
-#define NOT_FAILED(import, reason) {#import, ImportUse::notFailed, 0, 0},
-#define RUNTIME(import) {#import, ImportUse::runtime, 0, 0},
+#define ROW(import, use, failure, lastError, unitTest)                                                                 \
+    {#import, ImportUse::use, static_cast<uint64_t>(failure), lastError, unitTest},
+#define FAILS(import, failure, lastError) ROW(import, fails, failure, lastError, nullptr)
+#define LETS_GO(import, failure, lastError) ROW(import, letsGo, failure, lastError, nullptr)
+#define ALLOCATES(import) ROW(import, allocates, 0, ERROR_NOT_ENOUGH_MEMORY, nullptr)
+#define WATCHED(import, reason) ROW(import, watched, 0, 0, nullptr)
+#define UNREACHED(import, reason, test) ROW(import, unreached, 0, 0, test)
+#define NOT_FAILED(import, reason) ROW(import, notFailed, 0, 0, nullptr)
+#define RUNTIME(import) ROW(import, runtime, 0, 0, nullptr)
 #include "tests/faults/Imports.inc"
 #undef FAILS
 #undef LETS_GO
@@ -34,6 +36,7 @@ constexpr ImportRow rows[] = {
 #undef UNREACHED
 #undef NOT_FAILED
 #undef RUNTIME
+#undef ROW
 };
 constexpr size_t rowCount = std::size(rows);
 

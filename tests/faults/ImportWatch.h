@@ -23,6 +23,7 @@ struct ImportRow {
     ImportUse use;
     uint64_t failure;
     DWORD lastError;
+    const char *unitTest; ///< "Suite.Name" of the one that fails it instead; null unless no scenario reaches it
 };
 
 /// The table: every import of the library.
