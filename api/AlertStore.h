@@ -3,8 +3,8 @@
 #include "platform/CriticalSection.h"
 #include "platform/Data.h"
 
+#include <array>
 #include <cstdint>
-#include <map>
 #include <memory>
 
 namespace kal {
@@ -23,8 +23,12 @@ class AlertStore {
     [[nodiscard]] Answer copy(uint16_t alertId, void *buffer, uint16_t size, uint32_t &stored);
 
   private:
-    CriticalSection section_; ///< guards alerts_
-    std::map<uint16_t, std::unique_ptr<Data>> alerts_;
+    /// The alerts whose ids share their upper byte; made with the first of them. With all 65,536 ids in use an alert is
+    /// two steps away, where a tree would take sixteen, each to memory that no cache holds.
+    using Page = std::array<std::unique_ptr<Data>, 256>;
+
+    CriticalSection section_; ///< guards pages_
+    std::array<std::unique_ptr<Page>, 256> pages_;
 };
 
 } // namespace kal

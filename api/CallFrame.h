@@ -55,21 +55,25 @@ class CallTrace {
     /// Raises Win32Exception while no application is registered (see kal.h), but not after a refused registration.
     template <class... Pieces>
     explicit CallTrace(const Description<Pieces...> &description) {
-        // Whether the description is built and whether the trace is active are deliberately two tests.
-        open(logEnabled(legacyClient(), logLevel::trace) ? description.compose() : std::string());
+        std::string text;
+        // Whether the description is built and whether the trace is active are deliberately two tests. In the field
+        // nothing is logged: what composes lines is out of the way of what each call runs through.
+        if (logEnabled(legacyClient(), logLevel::trace)) [[unlikely]] {
+            text = description.compose();
+        }
+        open(std::move(text));
     }
 
     /// Gives the exit trace its result's text; without memory for it the trace goes without, since the call is done.
     template <class... Pieces>
     void setResult(const Pieces &...pieces) noexcept {
-        if (!trace_ || !trace_->isActive()) {
-            return;
-        }
-        try {
-            MessageText text;
-            (text << ... << pieces);
-            trace_->setResult(text.view());
-        } catch (const std::bad_alloc &) {
+        if (trace_ && trace_->isActive()) [[unlikely]] {
+            try {
+                MessageText text;
+                (text << ... << pieces);
+                trace_->setResult(text.view());
+            } catch (const std::bad_alloc &) {
+            }
         }
     }
 

@@ -13,7 +13,7 @@ namespace kal {
 template <class... Pieces>
 void logMessage(const LoggerComponent &component, uint32_t level, const Pieces &...pieces) noexcept {
     try {
-        if (logEnabled(component, level)) {
+        if (logEnabled(component, level)) [[unlikely]] {
             MessageText text;
             (text << ... << pieces);
             BasicLogger::getInstance().write(component, level, text.c_str());
