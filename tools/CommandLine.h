@@ -1,29 +1,14 @@
-/// What the commands share: how they are added to the command line, how they end, and numbers among their arguments.
+/// How the commands are added to the command line, and numbers among their arguments.
 #pragma once
+
+#include "tools/Invocation.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
-#include <functional>
-#include <stdexcept>
 #include <string>
 
 namespace tool {
-
-/// The program's exit statuses.
-enum ExitStatus : int { succeeded = 0, failed = 1, misused = 2 };
-
-/// A command that cannot go on. Its text is the message to the user; the program then ends with `failed`.
-class CommandFailure : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
-/// What the command line asked for: commands set the action, the program runs it once all arguments were understood.
-struct Invocation {
-    std::function<int()> action;
-    std::string server; ///< machine on which the service runs, in UTF-8; "" is this one
-};
 
 /// An argument ("HANDLE") or option ("--port-type") that is a number, decimal or 0x hexadecimal, up to the limit.
 template <typename Number>

@@ -1,6 +1,6 @@
 #include "tools/File.h"
 
-#include "tools/CommandLine.h"
+#include "tools/Invocation.h"
 #include "tools/Text.h"
 
 #include <utility>

@@ -2,7 +2,7 @@
 
 #include "settings/BrandTable.h"
 #include "settings/KeyPaths.h"
-#include "tools/CommandLine.h"
+#include "tools/Invocation.h"
 #include "tools/Text.h"
 
 #include <memory>

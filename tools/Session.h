@@ -2,7 +2,7 @@
 #pragma once
 
 #include "api/kal.h"
-#include "tools/CommandLine.h"
+#include "tools/Invocation.h"
 
 #include <windows.h>
 

@@ -54,13 +54,13 @@ void orFail(const std::string &path, Finish finish) {
 
 // show
 
-struct ShowRequest {
+struct SpyShowRequest {
     std::string file;
     SpyFilter filter;
     bool json = false;
 };
 
-int spyShow(const ShowRequest &request) {
+int spyShow(const SpyShowRequest &request) {
     SpyView view(request.filter);
     SpyObjects objects(request.filter);
     spy::RecordingParser parser([&](const spy::RecordEvent &event) {
@@ -80,9 +80,9 @@ int spyShow(const ShowRequest &request) {
     return tellCutOff(request.file, parser.cutOff());
 }
 
-void addShow(CLI::App &family, Invocation &invocation) {
+void addSpyShow(CLI::App &family, Invocation &invocation) {
     auto *const command = family.add_subcommand("show", "Show a recording, calls nested by indentation");
-    const auto request = std::make_shared<ShowRequest>();
+    const auto request = std::make_shared<SpyShowRequest>();
     command->add_option("FILE", request->file, "Recording of the spy")->required();
     command->add_option("--entry", request->filter.entryPoint, "Only calls of this entry point")
         ->type_name("NAME")
@@ -119,13 +119,13 @@ int spyTimeline(const std::string &input, const std::string &output) {
     return tellCutOff(input, parser.cutOff());
 }
 
-void addTimeline(CLI::App &family, Invocation &invocation) {
+void addSpyTimeline(CLI::App &family, Invocation &invocation) {
     auto *const command = family.add_subcommand("timeline", "Turn a recording into a timeline of calls");
-    struct TimelineRequest {
+    struct SpyTimelineRequest {
         std::string input;
         std::string output;
     };
-    const auto request = std::make_shared<TimelineRequest>();
+    const auto request = std::make_shared<SpyTimelineRequest>();
     command->add_option("FILE", request->input, "Recording of the spy")->required();
     command->add_option("OUT.json", request->output, "File to write, for Perfetto or chrome://tracing")->required();
     command->footer("Example:\n"
@@ -205,8 +205,8 @@ void addSpyCommands(CLI::App &program, Invocation &invocation) {
                    "  kal spy show session.jsonl\n"
                    "  kal spy timeline session.jsonl calls.json\n"
                    "  kal spy diff field.jsonl desk.jsonl");
-    addShow(*family, invocation);
-    addTimeline(*family, invocation);
+    addSpyShow(*family, invocation);
+    addSpyTimeline(*family, invocation);
     addDiff(*family, invocation);
 }
 
