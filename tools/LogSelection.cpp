@@ -22,12 +22,8 @@ constexpr ComponentRow components[] = {
 
 constexpr std::uint32_t everyLevel = 0xFFFFFFFF;
 
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-    });
-    return lower;
+char lowerCase(char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
 }
 
 void storeFlag(std::vector<LogSetting> &settings, std::string_view name, const std::optional<bool> &flag) {
@@ -62,8 +58,9 @@ std::vector<LogSetting> settingsFor(const LogRequest &request) {
 }
 
 std::optional<std::string> findComponent(std::string_view name) {
-    const auto *const found = std::ranges::find_if(
-        components, [&](const ComponentRow &component) { return lowerCase(component.name) == lowerCase(name); });
+    const auto *const found = std::ranges::find_if(components, [&](const ComponentRow &component) {
+        return std::ranges::equal(component.name, name, {}, lowerCase, lowerCase);
+    });
     return found == std::end(components) ? std::nullopt : std::optional<std::string>(found->name);
 }
 
