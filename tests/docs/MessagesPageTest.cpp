@@ -10,7 +10,7 @@
 namespace kal::test {
 namespace {
 
-constexpr const char *page = "docs/reference/messages.md";
+constexpr const char *messagesPage = "docs/reference/messages.md";
 
 struct MessageRow {
     uint32_t number;
@@ -21,7 +21,7 @@ struct MessageRow {
 
 std::map<std::string, MessageRow> messageRows() {
     std::map<std::string, MessageRow> rows;
-    for (const Row &cells : tableOf(page, "| Message | Number |"))
+    for (const Row &cells : tableOf(messagesPage, "| Message | Number |"))
         rows[namesIn(cells[0]).at(0)] = {static_cast<uint32_t>(std::stoul(cells[1], nullptr, 0)), cells[2], cells[3],
                                          cells[4]};
     return rows;
@@ -122,7 +122,7 @@ TEST_F(MessagesPage, IsRightAboutTheEndOfAJob) {
 
 TEST_F(MessagesPage, HoldsTheStatesThatNotificationsBring) {
     std::map<uint16_t, std::string> states;
-    for (const Row &cells : tableOf(page, "| State |"))
+    for (const Row &cells : tableOf(messagesPage, "| State |"))
         states[static_cast<uint16_t>(std::stoi(cells[0]))] = cells[1];
     const std::map<uint32_t, std::string> brought = {
         {ORX_PRINTER_IDLE_AND_OKAY, "is idle"},

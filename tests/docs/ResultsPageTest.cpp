@@ -13,10 +13,10 @@
 namespace kal::test {
 namespace {
 
-constexpr const char *page = "docs/reference/results.md";
+constexpr const char *resultsPage = "docs/reference/results.md";
 
 std::vector<Row> resultRows() {
-    return tableOf(page, "| Result | Number |");
+    return tableOf(resultsPage, "| Result | Number |");
 }
 
 std::map<std::string, int32_t> numbersOfThePage() {
@@ -83,7 +83,7 @@ TEST(ResultsPage, ResultsOfTheirOwnKindAreThoseOfTheHeader) {
             ownKind.insert(name);
     }
     std::set<std::string> listed;
-    for (const Row &cells : tableOf(page, "| Export | Answers |"))
+    for (const Row &cells : tableOf(resultsPage, "| Export | Answers |"))
         listed.insert(namesIn(cells[0]).at(0));
     EXPECT_EQ(listed, ownKind);
 }

@@ -17,7 +17,7 @@
 namespace kal::test {
 namespace {
 
-constexpr const char *page = "docs/reference/service-codes.md";
+constexpr const char *serviceCodesPage = "docs/reference/service-codes.md";
 
 /// A row of either table: what a code becomes.
 struct CodeRow {
@@ -35,7 +35,7 @@ struct CodeRow {
 
 std::vector<CodeRow> codeRows() {
     std::vector<CodeRow> rows;
-    for (const Row &cells : tableOf(page, "| Code |")) {
+    for (const Row &cells : tableOf(serviceCodesPage, "| Code |")) {
         const std::optional<uint32_t> code =
             cells[0] == "other" ? std::nullopt : std::optional(static_cast<uint32_t>(std::stoul(cells[0])));
         rows.push_back({code, namesIn(cells[2]), "", resultIn(cells[3]), cells[0] + " " + cells[2]});
@@ -45,7 +45,7 @@ std::vector<CodeRow> codeRows() {
 
 std::vector<CodeRow> silentRows() {
     std::vector<CodeRow> rows;
-    for (const Row &cells : tableOf(page, "| Export | When"))
+    for (const Row &cells : tableOf(serviceCodesPage, "| Export | When"))
         rows.push_back({std::nullopt, namesIn(cells[0]), cells[1], resultIn(cells[2]), cells[0] + " " + cells[1]});
     return rows;
 }
@@ -136,7 +136,7 @@ TEST_F(ServiceCodesPage, NoRowRepeatsWhatIsSaidOfAnyOtherCode) {
 }
 
 TEST_F(ServiceCodesPage, AllAreTheExportsThatItNames) {
-    const std::string text = sourceText(page);
+    const std::string text = sourceText(serviceCodesPage);
     for (const ServiceCallOfExport &call : serviceCalls(library))
         EXPECT_THAT(text, testing::HasSubstr("`" + call.exportName + "`"));
 }

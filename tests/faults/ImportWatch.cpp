@@ -18,7 +18,7 @@ namespace {
 constexpr uint64_t everyBit = ~uint64_t{0};
 constexpr uint64_t lowHalf = 0xFFFFFFFF;
 
-constexpr ImportRow rows[] = {
+constexpr ImportRow importRows[] = {
 #define ROW(import, use, failure, lastError, unitTest)                                                                 \
     {#import, ImportUse::use, static_cast<uint64_t>(failure), lastError, unitTest},
 #define FAILS(import, failure, lastError) ROW(import, fails, failure, lastError, nullptr)
@@ -38,7 +38,7 @@ constexpr ImportRow rows[] = {
 #undef RUNTIME
 #undef ROW
 };
-constexpr size_t rowCount = std::size(rows);
+constexpr size_t rowCount = std::size(importRows);
 
 #if defined(_MSC_VER)
 #define callerOfThis() _ReturnAddress()
@@ -94,7 +94,7 @@ const char *subjectOf(const ImportRow &row) {
 } // namespace
 
 const std::vector<ImportRow> &importTable() {
-    static const std::vector<ImportRow> table(std::begin(rows), std::end(rows));
+    static const std::vector<ImportRow> table(std::begin(importRows), std::end(importRows));
     return table;
 }
 
@@ -138,9 +138,9 @@ ImportWatch::ImportWatch(HMODULE module) : module_(module), places_(rowCount), o
     programFree = reinterpret_cast<void (*)(void *)>(*place);
     writeImport(place, reinterpret_cast<void *>(&freeOfProgram));
     for (size_t row = 0; row < rowCount; ++row) {
-        if (!isWatched(rows[row].use))
+        if (!isWatched(importRows[row].use))
             continue;
-        places_[row] = findImport(module, rows[row].name);
+        places_[row] = findImport(module, importRows[row].name);
         if (places_[row] == nullptr)
             continue; // the test of the table tells
         originals_[row] = reinterpret_cast<uintptr_t>(*places_[row]);
@@ -222,7 +222,7 @@ uint64_t ImportWatch::original(size_t row, const Words &w) const {
 }
 
 uint64_t ImportWatch::handle(size_t index, const Words &words, const void *caller) {
-    const ImportRow &row = rows[index];
+    const ImportRow &row = importRows[index];
     const DWORD lastErrorBefore = GetLastError();
     if (is(row, "GetTickCount"))
         return ++tick_;

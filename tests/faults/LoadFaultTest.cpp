@@ -23,7 +23,7 @@ namespace kal::test {
 
 namespace {
 
-constexpr char libraryName[] = "kaload.dll";
+constexpr char loadedName[] = "kaload.dll";
 constexpr char brandCode[] = "kalo";
 
 /// As the loader's notification gives it.
@@ -43,8 +43,8 @@ class FaultyLoad {
         const HMODULE loader = GetModuleHandleA("ntdll.dll");
         exported<LONG NTAPI(ULONG, Notify *, void *, void **)>(loader, "LdrRegisterDllNotification")(0, notify, this,
                                                                                                      &cookie_);
-        std::filesystem::copy_file(programFolder() / "kalclient.dll", folder_ / libraryName);
-        module_ = LoadLibraryA((folder_ / libraryName).string().c_str());
+        std::filesystem::copy_file(programFolder() / "kalclient.dll", folder_ / loadedName);
+        module_ = LoadLibraryA((folder_ / loadedName).string().c_str());
         if (watch_)
             watch_->end();
     }
@@ -66,7 +66,7 @@ class FaultyLoad {
     static void CALLBACK notify(ULONG reason, const LoadedModule *loaded, void *context) {
         auto &load = *static_cast<FaultyLoad *>(context);
         const std::wstring name(loaded->baseName->Buffer, loaded->baseName->Length / sizeof(wchar_t));
-        if (name != std::wstring(std::begin(libraryName), std::end(libraryName) - 1))
+        if (name != std::wstring(std::begin(loadedName), std::end(loadedName) - 1))
             return;
         if (reason == 1) {
             load.watch_ = std::make_unique<ImportWatch>(static_cast<HMODULE>(loaded->base));
@@ -205,7 +205,7 @@ class Loading : public testing::Test {
             load.unload();
             const Holdings leftOver = load.watch().holdings();
             const bool isKept = isPromised(fault, all.back()) && isNoMore(leftOver, leftOver_) && isLoaderFree() &&
-                                GetModuleHandleA(libraryName) == nullptr;
+                                GetModuleHandleA(loadedName) == nullptr;
             ++tried_;
             failed_ += isKept ? 0 : 1;
             EXPECT_TRUE(isKept) << import << " fails at call " << nth << (forGood ? " for good: " : " once: ")

@@ -21,37 +21,15 @@ fi
 for name in asan hwasan tsan lsan; do printf '*link_lib%s:\n\n\n' "$name"; done >"$checked/libsanitizer.spec"
 printf '*link_libubsan:\n-lubsan\n\n' >>"$checked/libsanitizer.spec"
 
-# loads_library PROGRAM: whether it meets the library as an application does. Then only the DLL needs checks, and the
-# program, which has nothing of the library's inside that holds a container, is the ordinary one.
-loads_library() {
-  case $1 in
-    contract_binding) return 1 ;;
-    contract_*) [ -f "$build/tests/$1/$1.exe" ] ;;
-    *) return 1 ;;
-  esac
-}
-
 # Virtual tables are not checked, as that needs a runtime that knows the C++ ABI.
 flags="-O1 -fsanitize=undefined -fno-sanitize=vptr -fno-sanitize-recover=all"
 flags="$flags -D_GLIBCXX_ASSERTIONS -D_GLIBCXX_DEBUG"
 {
   cmake -G Ninja -S "$root" -B "$checked" --toolchain "$root/cmake/mingw-w64.toolchain.cmake" \
     -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="-B$checked/ -L$checked" \
-    -DCMAKE_SHARED_LINKER_FLAGS="-B$checked/ -L$checked" -DKAL_BUILD_TESTS=ON -DKAL_BUILD_BENCH=OFF
-  # The programs of the two kinds, by the names that CTest knows them by.
-  mapfile -t programs < <(ctest --test-dir "$checked" --label-regex '^(unit|contract)$' --show-only |
-    sed -nE 's/^ +Test +#[0-9]+: //p')
-  targets=(kalclient comc_double)
-  plain=()
-  for program in "${programs[@]}"; do
-    if loads_library "$program"; then plain+=("$program"); else targets+=("$program"); fi
-  done
-  cmake --build "$checked" --parallel "${KAL_JOBS:-$(nproc)}" --target "${targets[@]}" -- -k 0
-  library=$checked/bin/kalclient.dll
-  for program in "${plain[@]}"; do
-    mkdir -p "$checked/tests/$program"
-    cp "$build/tests/$program/$program.exe" "$library" "$checked/tests/double/comc.dll" "$checked/tests/$program/"
-  done
+    -DCMAKE_SHARED_LINKER_FLAGS="-B$checked/ -L$checked" -DKAL_BUILD_TESTS=ON -DKAL_BUILD_BENCH=OFF \
+    -DKAL_ORDINARY_BUILD="$build" -DCMAKE_PROJECT_kal_INCLUDE="$root/cmake/KalVariant.cmake"
+  cmake --build "$checked" --parallel "${KAL_JOBS:-$(nproc)}" --target kal_exercise -- -k 0
 } >"$checked/build.log" 2>&1 || { grep -E 'FAILED|error' "$checked/build.log" | head -n 40; exit 1; }
 
 export KAL_WINE_COLLECT=1 # see cmake/wine-run

@@ -19,17 +19,17 @@ class NotificationTest : public AlertTest {
     }
 };
 
-struct StateRow {
+struct PostedState {
     uint32_t notification;
     uint16_t state;
     const char *name;
 };
 
-void PrintTo(const StateRow &row, std::ostream *stream) {
+void PrintTo(const PostedState &row, std::ostream *stream) {
     *stream << row.name;
 }
 
-class NotificationStateTest : public NotificationTest, public testing::WithParamInterface<StateRow> {};
+class NotificationStateTest : public NotificationTest, public testing::WithParamInterface<PostedState> {};
 
 TEST_P(NotificationStateTest, StateIsPosted) {
     EXPECT_EQ(notify(GetParam().notification), 0u);
@@ -45,9 +45,9 @@ TEST_P(NotificationStateTest, StateIsLogged) {
 }
 
 INSTANTIATE_TEST_SUITE_P(States, NotificationStateTest,
-                         testing::Values(StateRow{1, 1, "PRINTER_PRINTING_AND_OKAY"},
-                                         StateRow{2, 3, "PRINTER_PRINTING_AND_ERROR"},
-                                         StateRow{3, 0, "PRINTER_IDLE_AND_OKAY"}));
+                         testing::Values(PostedState{1, 1, "PRINTER_PRINTING_AND_OKAY"},
+                                         PostedState{2, 3, "PRINTER_PRINTING_AND_ERROR"},
+                                         PostedState{3, 0, "PRINTER_IDLE_AND_OKAY"}));
 
 struct SilentRow {
     uint32_t notification;

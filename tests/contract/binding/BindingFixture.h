@@ -36,6 +36,10 @@ uint32_t callSlot(OrxClient &client, int slot, const SlotArguments &arguments = 
 /// their 32 bits. Every H is the given handle.
 SlotArguments distinctArguments(const std::string &kinds, uint32_t handle);
 
+inline HMODULE thisProgram() {
+    return GetModuleHandleA(nullptr);
+}
+
 /// An OrxClient whose comc.dll, the double, lies beside this program.
 class Binding : public testing::Test {
   protected:

@@ -10,10 +10,6 @@ using testing::IsEmpty;
 
 namespace {
 
-HMODULE thisProgram() {
-    return GetModuleHandleA(nullptr);
-}
-
 using FileNameHook = ImportHook<"GetModuleFileNameA", DWORD(HMODULE, char *, DWORD)>;
 using LoadHook = ImportHook<"LoadLibraryA", HMODULE(const char *)>;
 

@@ -11,10 +11,6 @@ using testing::IsEmpty;
 
 namespace {
 
-HMODULE thisProgram() {
-    return GetModuleHandleA(nullptr);
-}
-
 std::vector<uint32_t> handlesOf(const std::vector<ServiceCall> &calls) {
     std::vector<uint32_t> handles;
     for (const ServiceCall &call : calls)

@@ -106,6 +106,21 @@ class BindinglessClient : public Client {
     std::vector<std::string> lines;
 };
 
+/// What an export answers when the service answers a code.
+struct Translation {
+    uint32_t code;
+    int32_t result;
+    const char *name;
+};
+
+inline void PrintTo(const Translation &row, std::ostream *stream) {
+    *stream << row.code;
+}
+
+inline std::string codeOf(const testing::TestParamInfo<Translation> &info) {
+    return std::to_string(info.param.code);
+}
+
 /// Expects the logger's exception: the call was made while no application is registered.
 template <typename Call>
 void expectUnregistered(Call call) {

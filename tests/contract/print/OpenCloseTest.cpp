@@ -4,24 +4,6 @@ using namespace kal::test;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-namespace {
-
-struct Translation {
-    uint32_t code;
-    int32_t result;
-    const char *name;
-};
-
-void PrintTo(const Translation &row, std::ostream *stream) {
-    *stream << row.code;
-}
-
-std::string codeOf(const testing::TestParamInfo<Translation> &info) {
-    return std::to_string(info.param.code);
-}
-
-} // namespace
-
 class OpenTranslation : public RegisteredClient, public testing::WithParamInterface<Translation> {};
 
 TEST_P(OpenTranslation, MapsTheServiceCode) {

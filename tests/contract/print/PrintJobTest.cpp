@@ -11,20 +11,6 @@ using testing::StartsWith;
 
 namespace {
 
-struct Translation {
-    uint32_t code;
-    int32_t result;
-    const char *name;
-};
-
-void PrintTo(const Translation &row, std::ostream *stream) {
-    *stream << row.code;
-}
-
-std::string codeOf(const testing::TestParamInfo<Translation> &info) {
-    return std::to_string(info.param.code);
-}
-
 const Translation standardTranslation[] = {
     {0, 0, "KAL_OKAY"},          {170, -27, "KAL_PRNBUSY"}, {1168, -10, "DEVERR_CONNECT"},
     {6, -8, "DEVERR_INVHANDLE"}, {1, 1, "KAL_FAIL"},        {2, 1, "KAL_FAIL"},

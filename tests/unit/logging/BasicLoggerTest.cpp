@@ -27,9 +27,6 @@ const LoggerComponent &component(ComponentId id) {
     return loggerComponent(id);
 }
 
-const LoggerComponent &comClient = component(ComponentId::ComClient);       // default mask 0
-const LoggerComponent &legacyClient = component(ComponentId::LegacyClient); // default mask: all
-
 /// The time of every line.
 class LocalTime {
     ImportHook<"GetLocalTime", void(LPSYSTEMTIME)> hook_{

@@ -28,9 +28,6 @@ const std::string brandCode = "kalu";
 using OpenSignature = LSTATUS(HKEY, LPCSTR, DWORD, REGSAM, PHKEY);
 using ExpandSignature = DWORD(LPCSTR, LPSTR, DWORD);
 
-const LoggerComponent &comClient = loggerComponent(ComponentId::ComClient);
-const LoggerComponent &legacyClient = loggerComponent(ComponentId::LegacyClient);
-
 /// A machine whose library is called "kalunit.dll", with its settings key and no logger yet.
 class ProcessLogger : public testing::Test {
   protected:

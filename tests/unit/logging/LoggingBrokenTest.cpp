@@ -9,8 +9,6 @@ using namespace kal::test;
 
 namespace {
 
-const LoggerComponent &legacyClient = loggerComponent(ComponentId::LegacyClient);
-
 /// Before and after one logger's lock could not be made.
 struct Course {
     Course() {

@@ -19,6 +19,9 @@ inline std::string uniqueLogName() {
     return "kal-unit-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number) + ".log";
 }
 
+inline const LoggerComponent &comClient = loggerComponent(ComponentId::ComClient);       ///< default mask 0
+inline const LoggerComponent &legacyClient = loggerComponent(ComponentId::LegacyClient); ///< default mask: all
+
 class ScriptedLogger : public BasicLogger {
   public:
     explicit ScriptedLogger(const std::string &logFile, uint32_t width = 15) : BasicLogger(logFile, width) {}

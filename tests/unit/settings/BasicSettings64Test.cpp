@@ -22,14 +22,14 @@ using Bytes = std::vector<uint8_t>;
 using OpenSignature = LSTATUS(HKEY, LPCSTR, DWORD, REGSAM, PHKEY);
 using SetSignature = LSTATUS(HKEY, LPCSTR, DWORD, DWORD, const BYTE *, DWORD);
 
-const std::string subkey = "Sub\\";
-const std::string name = "Name";
+const std::string subkeyPath = "Sub\\";
+const std::string valueName = "Name";
 
 class BasicSettings : public testing::Test {
   protected:
     BasicSettings() { scratch.makeKey("Base"); }
 
-    ScratchKey::Value stored(const std::string &value = name) const { return scratch.value(value, "Base\\Sub"); }
+    ScratchKey::Value stored(const std::string &value = valueName) const { return scratch.value(value, "Base\\Sub"); }
     void makeSubkey() const { scratch.makeKey("Base\\Sub"); }
 
     ScratchKey scratch;
@@ -55,38 +55,38 @@ TEST_F(BasicSettings, KeyPathIsTheBaseAndTheSubkeyWhateverTheSelector) {
 }
 
 TEST_F(BasicSettings, WrittenNumberIsStoredBelowTheBase) {
-    settings.write(subkey, name, 5u, 0);
+    settings.write(subkeyPath, valueName, 5u, 0);
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_DWORD, bytesOf(5)}));
 }
 
 TEST_F(BasicSettings, WrittenStringIsStoredBelowTheBase) {
-    settings.write(subkey, name, std::string("text"), 0);
+    settings.write(subkeyPath, valueName, std::string("text"), 0);
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_SZ, std::string("text\0", 5)}));
 }
 
 TEST_F(BasicSettings, WritingMakesParentsThatAreMissing) {
-    settings.write("one\\two\\three\\", name, 5u, 0);
+    settings.write("one\\two\\three\\", valueName, 5u, 0);
     EXPECT_TRUE(scratch.hasKey("Base\\one\\two\\three"));
 }
 
 TEST_F(BasicSettings, NumberIsReadBack) {
-    settings.write(subkey, name, 5u, 0);
+    settings.write(subkeyPath, valueName, 5u, 0);
     uint32_t value = 0;
-    EXPECT_TRUE(settings.read(subkey, name, value, 0));
+    EXPECT_TRUE(settings.read(subkeyPath, valueName, value, 0));
     EXPECT_EQ(value, 5u);
 }
 
 TEST_F(BasicSettings, StringIsReadBack) {
-    settings.write(subkey, name, std::string("text"), 0);
+    settings.write(subkeyPath, valueName, std::string("text"), 0);
     std::string value;
-    EXPECT_TRUE(settings.read(subkey, name, value, 0));
+    EXPECT_TRUE(settings.read(subkeyPath, valueName, value, 0));
     EXPECT_EQ(value, "text");
 }
 
 TEST_F(BasicSettings, ReadOfAMissingValueLeavesTheOutput) {
     makeSubkey();
     uint32_t value = 77;
-    EXPECT_FALSE(settings.read(subkey, name, value, 0));
+    EXPECT_FALSE(settings.read(subkeyPath, valueName, value, 0));
     EXPECT_EQ(value, 77u);
 }
 
@@ -94,9 +94,9 @@ TEST_F(BasicSettings, ReadOfAMissingSubkeyFindsNothingAndMakesNothing) {
     uint32_t number = 77;
     std::string text = "before";
     Bytes bytes{1};
-    EXPECT_FALSE(settings.read(subkey, name, number, 0));
-    EXPECT_FALSE(settings.read(subkey, name, text, 0));
-    EXPECT_FALSE(settings.read(subkey, name, bytes, 0));
+    EXPECT_FALSE(settings.read(subkeyPath, valueName, number, 0));
+    EXPECT_FALSE(settings.read(subkeyPath, valueName, text, 0));
+    EXPECT_FALSE(settings.read(subkeyPath, valueName, bytes, 0));
     EXPECT_EQ(number, 77u);
     EXPECT_EQ(text, "before");
     EXPECT_EQ(bytes, Bytes{1});
@@ -104,9 +104,9 @@ TEST_F(BasicSettings, ReadOfAMissingSubkeyFindsNothingAndMakesNothing) {
 }
 
 TEST_F(BasicSettings, ReadOfAnotherTypeThrows) {
-    settings.write(subkey, name, std::string("1"), 0);
+    settings.write(subkeyPath, valueName, std::string("1"), 0);
     uint32_t value = 0;
-    EXPECT_EQ(thrownBy([&] { static_cast<void>(settings.read(subkey, name, value, 0)); }).message,
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(settings.read(subkeyPath, valueName, value, 0)); }).message,
               "RegistryKey64::getValue(ulong) : incorrect value type");
 }
 
@@ -119,7 +119,7 @@ TEST_F(BasicSettings, ReadsOpenWithTheReadMask) {
                                                         return open.original(root, path, options, mask, key);
                                                     });
     uint32_t value = 0;
-    EXPECT_FALSE(settings.read(subkey, name, value, 0));
+    EXPECT_FALSE(settings.read(subkeyPath, valueName, value, 0));
     EXPECT_THAT(masks, ElementsAre(0x20019 | 256));
 }
 
@@ -131,38 +131,38 @@ TEST_F(BasicSettings, WritesOpenWithTheObjectsMask) {
                                                         masks.push_back(mask);
                                                         return open.original(root, path, options, mask, key);
                                                     });
-    settings.write(subkey, name, 1u, 0);
+    settings.write(subkeyPath, valueName, 1u, 0);
     EXPECT_THAT(masks, ElementsAre(31 | 256));
 }
 
 TEST_F(BasicSettings, EachOperationClosesWhatItOpened) {
     CountedCall<"RegCloseKey", LSTATUS(HKEY)> closed;
-    settings.write(subkey, name, 1u, 0);
+    settings.write(subkeyPath, valueName, 1u, 0);
     const int afterWriting = closed.calls();
     uint32_t value = 0;
-    EXPECT_TRUE(settings.read(subkey, name, value, 0));
+    EXPECT_TRUE(settings.read(subkeyPath, valueName, value, 0));
     EXPECT_EQ(afterWriting, 1);
     EXPECT_EQ(closed.calls(), 2);
 }
 
 TEST_F(BasicSettings, ReadOrCreateOfAPresentNumberLeavesIt) {
-    settings.write(subkey, name, 5u, 0);
+    settings.write(subkeyPath, valueName, 5u, 0);
     uint32_t value = 0;
-    EXPECT_TRUE(settings.readOrCreate(subkey, name, value, 9, 0));
+    EXPECT_TRUE(settings.readOrCreate(subkeyPath, valueName, value, 9, 0));
     EXPECT_EQ(value, 5u);
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_DWORD, bytesOf(5)}));
 }
 
 TEST_F(BasicSettings, ReadOrCreateOfAMissingNumberStoresTheDefault) {
     uint32_t value = 0;
-    EXPECT_TRUE(settings.readOrCreate(subkey, name, value, 9, 0));
+    EXPECT_TRUE(settings.readOrCreate(subkeyPath, valueName, value, 9, 0));
     EXPECT_EQ(value, 9u);
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_DWORD, bytesOf(9)}));
 }
 
 TEST_F(BasicSettings, ReadOrCreateOfAMissingStringStoresTheDefault) {
     std::string value;
-    EXPECT_TRUE(settings.readOrCreate(subkey, name, value, std::string("default"), 0));
+    EXPECT_TRUE(settings.readOrCreate(subkeyPath, valueName, value, std::string("default"), 0));
     EXPECT_EQ(value, "default");
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_SZ, std::string("default\0", 8)}));
 }
@@ -171,7 +171,7 @@ TEST_F(BasicSettings, ReadOrCreateOfMissingBytesStoresTheUnreadOnesOfTheDefault)
     Data data = dataOf("read, unread");
     data.skip(6, false);
     Bytes value;
-    EXPECT_TRUE(settings.readOrCreate(subkey, name, value, data, 0));
+    EXPECT_TRUE(settings.readOrCreate(subkeyPath, valueName, value, data, 0));
     EXPECT_EQ(std::string(value.begin(), value.end()), "unread");
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_BINARY, "unread"}));
 }
@@ -179,14 +179,14 @@ TEST_F(BasicSettings, ReadOrCreateOfMissingBytesStoresTheUnreadOnesOfTheDefault)
 TEST_F(BasicSettings, ReadOrCreateOfPresentBytesLeavesThem) {
     makeSubkey();
     Bytes value;
-    ASSERT_TRUE(settings.readOrCreate(subkey, name, value, dataOf("first"), 0));
-    ASSERT_TRUE(settings.readOrCreate(subkey, name, value, dataOf("second"), 0));
+    ASSERT_TRUE(settings.readOrCreate(subkeyPath, valueName, value, dataOf("first"), 0));
+    ASSERT_TRUE(settings.readOrCreate(subkeyPath, valueName, value, dataOf("second"), 0));
     EXPECT_EQ(std::string(value.begin(), value.end()), "first");
 }
 
 TEST_F(BasicSettings, ReadOrCreateWithAnEmptyDefaultStoresNoBytes) {
     Bytes value{1};
-    EXPECT_TRUE(settings.readOrCreate(subkey, name, value, Data(), 0));
+    EXPECT_TRUE(settings.readOrCreate(subkeyPath, valueName, value, Data(), 0));
     EXPECT_TRUE(value.empty());
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_BINARY, ""}));
 }
@@ -195,7 +195,7 @@ TEST_F(BasicSettings, ReadOrCreateWithoutBaseKeyWritesNothing) {
     const std::string missing = scratch.pathOf("Missing\\");
     BasicSettings64 elsewhere(HKEY_CURRENT_USER, missing, "kalx", 31);
     uint32_t value = 77;
-    EXPECT_FALSE(elsewhere.readOrCreate(subkey, name, value, 9, 0));
+    EXPECT_FALSE(elsewhere.readOrCreate(subkeyPath, valueName, value, 9, 0));
     EXPECT_EQ(value, 77u);
     EXPECT_FALSE(scratch.hasKey("Missing"));
 }
@@ -204,34 +204,34 @@ TEST_F(BasicSettings, ReadOrCreateThatCannotWriteIsFalseWithTheCodeAsLastError) 
     FailingCall<"RegSetValueExA", SetSignature> set(ERROR_WRITE_PROTECT, 99);
     SetLastError(0);
     uint32_t value = 0;
-    EXPECT_FALSE(settings.readOrCreate(subkey, name, value, 9, 0));
+    EXPECT_FALSE(settings.readOrCreate(subkeyPath, valueName, value, 9, 0));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_WRITE_PROTECT));
 }
 
 TEST_F(BasicSettings, ReadOrCreateOfAStringThatCannotWriteIsFalseWithTheCodeAsLastError) {
     FailingCall<"RegSetValueExA", SetSignature> set(ERROR_WRITE_PROTECT, 99);
     std::string value;
-    EXPECT_FALSE(settings.readOrCreate(subkey, name, value, std::string("x"), 0));
+    EXPECT_FALSE(settings.readOrCreate(subkeyPath, valueName, value, std::string("x"), 0));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_WRITE_PROTECT));
 }
 
 TEST_F(BasicSettings, ReadOrCreateOfBytesThatCannotWriteIsFalseWithTheCodeAsLastError) {
     FailingCall<"RegSetValueExA", SetSignature> set(ERROR_WRITE_PROTECT, 99);
     Bytes value;
-    EXPECT_FALSE(settings.readOrCreate(subkey, name, value, dataOf("x"), 0));
+    EXPECT_FALSE(settings.readOrCreate(subkeyPath, valueName, value, dataOf("x"), 0));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_WRITE_PROTECT));
 }
 
 TEST_F(BasicSettings, ReadOrCreateOfAnotherTypeIsFalse) {
-    settings.write(subkey, name, std::string("1"), 0);
+    settings.write(subkeyPath, valueName, std::string("1"), 0);
     uint32_t value = 77;
-    EXPECT_FALSE(settings.readOrCreate(subkey, name, value, 9, 0));
+    EXPECT_FALSE(settings.readOrCreate(subkeyPath, valueName, value, 9, 0));
     EXPECT_EQ(stored(), (ScratchKey::Value{REG_SZ, std::string("1\0", 2)}));
 }
 
 TEST_F(BasicSettings, ValueNamesAreThoseOfTheSubkey) {
-    settings.write(subkey, "one", 1u, 0);
-    EXPECT_THAT(settings.valueNames(subkey, 0), ElementsAre("one"));
+    settings.write(subkeyPath, "one", 1u, 0);
+    EXPECT_THAT(settings.valueNames(subkeyPath, 0), ElementsAre("one"));
 }
 
 TEST_F(BasicSettings, SubkeyIsDeletedWithEverythingBelow) {
@@ -246,13 +246,13 @@ TEST_F(BasicSettings, DeletingAMissingSubkeyIsQuiet) {
 }
 
 TEST_F(BasicSettings, ValueIsDeleted) {
-    settings.write(subkey, name, 1u, 0);
-    settings.deleteValue(subkey, name, 0);
+    settings.write(subkeyPath, valueName, 1u, 0);
+    settings.deleteValue(subkeyPath, valueName, 0);
     EXPECT_EQ(stored().type, static_cast<DWORD>(REG_NONE));
 }
 
 TEST_F(BasicSettings, DeletingAValueOfAMissingSubkeyIsQuietAndMakesNone) {
-    EXPECT_NO_THROW(settings.deleteValue("Missing", name, 0));
+    EXPECT_NO_THROW(settings.deleteValue("Missing", valueName, 0));
     EXPECT_FALSE(scratch.hasKey("Base\\Missing"));
 }
 
@@ -271,33 +271,34 @@ TEST_F(BasicSettings, SlotsReadAndCreateFirst) {
     uint32_t number = 0;
     std::string text;
     EXPECT_TRUE((operationSlot<bool(Self *, Text, Text, Bytes &, const Data &, uint32_t)>(settings, 1)(
-        &settings, subkey, "bytes", bytes, dataOf("ab"), 0)));
-    EXPECT_TRUE((operationSlot<bool(const Self *, Text, Text, Bytes &, uint32_t)>(settings, 2)(&settings, subkey,
+        &settings, subkeyPath, "bytes", bytes, dataOf("ab"), 0)));
+    EXPECT_TRUE((operationSlot<bool(const Self *, Text, Text, Bytes &, uint32_t)>(settings, 2)(&settings, subkeyPath,
                                                                                                "bytes", bytes, 0)));
     EXPECT_EQ(bytes, (Bytes{'a', 'b'}));
     EXPECT_TRUE((operationSlot<bool(Self *, Text, Text, uint32_t &, uint32_t, uint32_t)>(settings, 3)(
-        &settings, subkey, "number", number, 3, 0)));
+        &settings, subkeyPath, "number", number, 3, 0)));
     EXPECT_TRUE((operationSlot<bool(const Self *, Text, Text, uint32_t &, uint32_t)>(settings, 4)(
-        &settings, subkey, "number", number, 0)));
+        &settings, subkeyPath, "number", number, 0)));
     EXPECT_EQ(number, 3u);
     EXPECT_TRUE((operationSlot<bool(Self *, Text, Text, std::string &, Text, uint32_t)>(settings, 5)(
-        &settings, subkey, "text", text, "five", 0)));
-    EXPECT_TRUE((operationSlot<bool(const Self *, Text, Text, std::string &, uint32_t)>(settings, 6)(&settings, subkey,
-                                                                                                     "text", text, 0)));
+        &settings, subkeyPath, "text", text, "five", 0)));
+    EXPECT_TRUE((operationSlot<bool(const Self *, Text, Text, std::string &, uint32_t)>(settings, 6)(
+        &settings, subkeyPath, "text", text, 0)));
     EXPECT_EQ(text, "five");
 }
 
 TEST_F(BasicSettings, SlotsWriteListAndDeleteLast) {
     using Self = BasicSettings64;
     using Text = const std::string &;
-    operationSlot<void(Self *, Text, Text, Text, uint32_t)>(settings, 7)(&settings, subkey, "text", "seven", 0);
+    operationSlot<void(Self *, Text, Text, Text, uint32_t)>(settings, 7)(&settings, subkeyPath, "text", "seven", 0);
     EXPECT_EQ(stored("text").bytes, std::string("seven\0", 6));
-    operationSlot<void(Self *, Text, Text, uint32_t, uint32_t)>(settings, 8)(&settings, subkey, "number", 8, 0);
+    operationSlot<void(Self *, Text, Text, uint32_t, uint32_t)>(settings, 8)(&settings, subkeyPath, "number", 8, 0);
     EXPECT_EQ(stored("number").bytes, bytesOf(8));
-    EXPECT_EQ((operationSlot<std::vector<std::string>(const Self *, Text, uint32_t)>(settings, 9)(&settings, subkey, 0)
-                   .size()),
-              2u);
-    operationSlot<void(Self *, Text, Text, uint32_t)>(settings, 11)(&settings, subkey, "text", 0);
+    EXPECT_EQ(
+        (operationSlot<std::vector<std::string>(const Self *, Text, uint32_t)>(settings, 9)(&settings, subkeyPath, 0)
+             .size()),
+        2u);
+    operationSlot<void(Self *, Text, Text, uint32_t)>(settings, 11)(&settings, subkeyPath, "text", 0);
     EXPECT_EQ(stored("text").type, static_cast<DWORD>(REG_NONE));
     operationSlot<void(Self *, Text, uint32_t)>(settings, 10)(&settings, "Sub", 0);
     EXPECT_FALSE(scratch.hasKey("Base\\Sub"));

@@ -16,7 +16,6 @@ using namespace kal::test;
 
 namespace {
 
-const HMODULE someModule = reinterpret_cast<HMODULE>(0x10000);
 const HMODULE otherModule = reinterpret_cast<HMODULE>(0x20000);
 const std::string ownName = "C:\\Product\\KALCLIENT.DLL";
 

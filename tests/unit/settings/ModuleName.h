@@ -9,6 +9,8 @@
 
 namespace kal::test {
 
+inline const HMODULE someModule = reinterpret_cast<HMODULE>(0x10000);
+
 class ModuleName {
   public:
     /// @param name          what GetModuleFileNameA answers; empty: it fails

@@ -13,8 +13,7 @@ using namespace kal::test;
 
 namespace {
 
-const HMODULE someModule = reinterpret_cast<HMODULE>(0x10000);
-const std::string ownName = "C:\\Product\\KalClient.dll";
+const std::string moduleFile = "C:\\Product\\KalClient.dll";
 
 /// A buffer of the size that callers must have, with nothing usable behind it.
 class PathBuffer {
@@ -30,7 +29,7 @@ class PathBuffer {
 } // namespace
 
 TEST(ModulePaths, BrandCodeIsReadFromTheModulesFileName) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     GuardedBuffer code(5); // four characters and the terminator, nothing more may be written
     EXPECT_TRUE(brandCodeOfModule(someModule, code.as<char>()));
     EXPECT_STREQ(code.as<char>(), "kalc");
@@ -39,7 +38,7 @@ TEST(ModulePaths, BrandCodeIsReadFromTheModulesFileName) {
 }
 
 TEST(ModulePaths, BrandCodeIntoNoBufferIsFalse) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     EXPECT_FALSE(brandCodeOfModule(someModule, nullptr));
 }
 
@@ -64,7 +63,7 @@ TEST(ModulePaths, BrandCodeOfANameThatFillsTheBufferIsReadInsideIt) {
 }
 
 TEST(ModulePaths, ProductRootOfAProductLineIsTrue) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     PathBuffer buffer;
     EXPECT_TRUE(productRootOfModule(someModule, buffer.data()));
     EXPECT_EQ(buffer.text(), productRootOf("kalc"));
@@ -78,7 +77,7 @@ TEST(ModulePaths, ProductRootOfNobodyIsTheFallbackAndFalse) {
 }
 
 TEST(ModulePaths, ProductRootIntoNoBufferIsFalse) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     EXPECT_FALSE(productRootOfModule(someModule, nullptr));
 }
 
@@ -90,7 +89,7 @@ TEST(ModulePaths, ProductRootOfAnUnreadableNameIsFalseAndNotWritten) {
 }
 
 TEST(ModulePaths, ServiceRootIsTrueForAProductLine) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     PathBuffer buffer;
     EXPECT_TRUE(serviceRootOfModule(someModule, buffer.data()));
     EXPECT_EQ(buffer.text(), productRootOf("kalc") + "\\Orx\\");
@@ -111,12 +110,12 @@ TEST(ModulePaths, ServiceRootOfAnUnreadableNameIsTrueAndBelongsToNoProductLine) 
 }
 
 TEST(ModulePaths, ServiceRootIntoNoBufferIsFalse) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     EXPECT_FALSE(serviceRootOfModule(someModule, nullptr));
 }
 
 TEST(ModulePaths, RootsBySelector) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     for (uint32_t selector : {0u, 1u, 2u, 3u, 0xFFFFFFFFu}) {
         PathBuffer buffer;
         EXPECT_TRUE(rootOfModule(someModule, selector, buffer.data())) << selector;
@@ -125,6 +124,6 @@ TEST(ModulePaths, RootsBySelector) {
 }
 
 TEST(ModulePaths, RootIntoNoBufferIsFalse) {
-    ModuleName name(ownName);
+    ModuleName name(moduleFile);
     EXPECT_FALSE(rootOfModule(someModule, 0, nullptr));
 }

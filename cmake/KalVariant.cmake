@@ -1,6 +1,7 @@
-# Given to cmake as CMAKE_PROJECT_kal_INCLUDE. With KAL_COVERAGE, what goes into kalclient.dll counts which lines and
-# branches ran; with KAL_MUTATION, it may be code that no person would write. The target kal_exercise is every test
-# program that runs the library's own code.
+# Given to cmake as CMAKE_PROJECT_kal_INCLUDE by builds of a library that is not quite the one that ships. With KAL_COVERAGE,
+# what goes into kalclient.dll counts which lines and branches ran; with KAL_MUTATION, it may be code that no person would
+# write. The target kal_exercise is every test program that runs the library's own code. A program that loads the library
+# as an application does has none of it inside: it is taken from KAL_ORDINARY_BUILD, and lies beside this build's library.
 
 # The targets of a folder and of those below it.
 function(kal_targets_below folder result)
@@ -13,7 +14,22 @@ function(kal_targets_below folder result)
   set(${result} ${targets} PARENT_SCOPE)
 endfunction()
 
-function(kal_instrument)
+# The program of the ordinary build where that will do, else this build's.
+function(kal_exercise target)
+  get_property(staged TARGET ${target} PROPERTY kal_staged)
+  if(staged MATCHES "TARGET_FILE:kalclient>")
+    add_custom_target(ordinary_${target}
+      COMMAND ${CMAKE_COMMAND} -E make_directory "$<TARGET_FILE_DIR:${target}>"
+      COMMAND ${CMAKE_COMMAND} -E copy_if_different "${KAL_ORDINARY_BUILD}/tests/${target}/${target}.exe" ${staged}
+              "$<TARGET_FILE_DIR:${target}>"
+      VERBATIM)
+    add_dependencies(ordinary_${target} kalclient comc_double)
+    set(target ordinary_${target})
+  endif()
+  add_dependencies(kal_exercise ${target})
+endfunction()
+
+function(kal_variant)
   add_custom_target(kal_exercise)
   set(kinds unit contract)
   if(KAL_COVERAGE)
@@ -22,7 +38,9 @@ function(kal_instrument)
   foreach(kind ${kinds})
     if(EXISTS "${CMAKE_SOURCE_DIR}/tests/${kind}/CMakeLists.txt")
       kal_targets_below("${CMAKE_SOURCE_DIR}/tests/${kind}" targets)
-      add_dependencies(kal_exercise ${targets})
+      foreach(target ${targets})
+        kal_exercise(${target})
+      endforeach()
     endif()
   endforeach()
   set(library kal_platform kal_thread_local_slot kal_settings_rules kal_settings kal_logging_rules kal_logging kal_service_rules kal_service
@@ -40,7 +58,8 @@ function(kal_instrument)
       # Without optimisation, so that a line is a line; counted exactly by any number of threads.
       target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -O0)
     endforeach()
+    set_target_properties(${unit_tests} PROPERTIES UNITY_BUILD OFF) # gcovr takes their overloads for one function
     target_link_options(kal_compiler INTERFACE --coverage)
   endif()
 endfunction()
-cmake_language(DEFER DIRECTORY "${CMAKE_SOURCE_DIR}" CALL kal_instrument)
+cmake_language(DEFER DIRECTORY "${CMAKE_SOURCE_DIR}" CALL kal_variant)
