@@ -58,7 +58,6 @@ function(kal_variant)
       # Without optimisation, so that a line is a line; counted exactly by any number of threads.
       target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -O0)
     endforeach()
-    set_target_properties(${unit_tests} PROPERTIES UNITY_BUILD OFF) # gcovr takes their overloads for one function
     target_link_options(kal_compiler INTERFACE --coverage)
   endif()
 endfunction()
