@@ -2,10 +2,11 @@
 
 #include <process.h>
 
-#include <charconv>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 namespace bench {
 
@@ -34,6 +35,7 @@ FloorWork::FloorWork(const BenchLibrary &library, LogState state)
     if (service_ == nullptr || logLock_ == nullptr || alertIdLock_ == nullptr) {
         throw std::runtime_error("the floor cannot be laid");
     }
+    InitializeCriticalSection(&registrations_);
     InitializeCriticalSection(&loads_);
     InitializeCriticalSection(&identifiers_);
     InitializeCriticalSection(&handles_);
@@ -42,6 +44,7 @@ FloorWork::FloorWork(const BenchLibrary &library, LogState state)
 }
 
 FloorWork::~FloorWork() {
+    DeleteCriticalSection(&registrations_);
     DeleteCriticalSection(&loads_);
     DeleteCriticalSection(&identifiers_);
     DeleteCriticalSection(&handles_);
@@ -51,6 +54,9 @@ FloorWork::~FloorWork() {
     for (const StoredAlert &each : alerts_) {
         std::free(each.object);
         std::free(each.bytes);
+    }
+    while (threads_ != nullptr) {
+        std::free(std::exchange(threads_, threads_->next));
     }
     FreeLibrary(service_);
     current_ = nullptr;
@@ -75,11 +81,11 @@ void FloorWork::traceTest() {
 }
 
 HANDLE FloorWork::openLog(DWORD disposition) {
-    return CreateFileA(logPath_.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                       disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CreateFileA(logPath_.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                       security_.securityAttributes(), disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-void FloorWork::line(const char *text, size_t length) {
+void FloorWork::line(std::initializer_list<std::string_view> pieces) {
     const DWORD lastError = GetLastError();
     static_cast<void>(GetTickCount());
     static_cast<void>(GetTickCount());
@@ -107,9 +113,9 @@ void FloorWork::line(const char *text, size_t length) {
     at += 17;
     std::memset(at, ' ', static_cast<size_t>(depth_));
     at += depth_;
-    const size_t cut = length < 512 ? length : 512;
-    std::memcpy(at, text, cut);
-    at += cut;
+    for (const std::string_view piece : pieces) {
+        at = std::ranges::copy(piece, at).out;
+    }
     *at++ = '\r';
     *at++ = '\n';
     CloseHandle(openLog(OPEN_EXISTING));
@@ -125,29 +131,42 @@ void FloorWork::line(const char *text, size_t length) {
     SetLastError(lastError);
 }
 
-void FloorWork::message(const char *text) {
+void FloorWork::message(std::string_view text) {
     if (levelTest()) {
-        line(text, std::strlen(text));
+        line({text});
     }
 }
 
-void FloorWork::enter(const char *text) {
-    const bool isOn = levelTest();
+std::string FloorWork::enter(std::string_view text) {
+    std::string description;
+    if (levelTest()) {
+        description = text;
+    }
     traceTest();
-    if (isOn) {
-        line(text, std::strlen(text));
+    if (state_ == LogState::on) {
+        line({"+", description});
         static_cast<void>(GetCurrentThreadId());
         lockPair(depths_);
         ++depth_;
     }
+    return description;
 }
 
-void FloorWork::leave(const char *text) {
+void FloorWork::leave(const std::string &description, std::string_view result) {
     if (state_ == LogState::on) {
+        const std::string kept(result);
         static_cast<void>(GetCurrentThreadId());
         lockPair(depths_);
         --depth_;
-        line(text, std::strlen(text));
+        line({"-", description, kept.empty() ? "" : " rc=", kept});
+    }
+}
+
+void FloorWork::firstDepthOfThread() {
+    if (state_ == LogState::on) {
+        auto *const entry = static_cast<ThreadDepth *>(std::malloc(sizeof(ThreadDepth)));
+        *entry = {threads_, {}};
+        threads_ = entry;
     }
 }
 
@@ -167,11 +186,9 @@ void FloorWork::giveBack() {
 }
 
 void FloorWork::serviceOpen(uint16_t handle) {
-    void *const record = std::malloc(48);
     takeReferences();
     entryPoint<uint32_t(uint32_t, uint32_t)>("OrxOpenPrinter")(7, handle);
     lockPair(handles_);
-    std::free(record);
 }
 
 void FloorWork::serviceClose(uint16_t handle) {
@@ -185,76 +202,88 @@ namespace {
 
 struct OpenRecord {
     FloorWork *floor;
-    HANDLE started;
     uint16_t handle;
+};
+
+struct StartRecord {
+    OpenRecord *argument;
+    HANDLE started;
 };
 
 } // namespace
 
 unsigned __stdcall FloorWork::openOnThread(void *argument) {
-    const OpenRecord record = *static_cast<OpenRecord *>(argument);
-    SetEvent(record.started);
-    record.floor->enter("+KalOpenRunnable()");
-    record.floor->serviceOpen(record.handle);
-    record.floor->leave("-KalOpenRunnable()");
+    const StartRecord start = *static_cast<StartRecord *>(argument);
+    SetEvent(start.started);
+    FloorWork &floor = *start.argument->floor;
+    floor.firstDepthOfThread();
+    const std::string description = floor.enter("KalOpenRunnable()");
+    floor.serviceOpen(start.argument->handle);
+    floor.leave(description);
     return 0;
 }
 
-void FloorWork::openAndClose(uint16_t handle) {
-    enter("+KalOpen() handle =3");
+void FloorWork::open(uint16_t handle) {
+    const std::string description = enter("KalOpen() handle =3");
     auto *const record = static_cast<OpenRecord *>(std::malloc(sizeof(OpenRecord)));
-    void *const startRecord = std::malloc(16);
-    *record = {this, CreateEventA(nullptr, TRUE, FALSE, nullptr), handle};
-    const HANDLE started = record->started;
-    const HANDLE thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 4096, openOnThread, record, 0, nullptr));
+    *record = {this, handle};
+    auto *const start = static_cast<StartRecord *>(std::malloc(sizeof(StartRecord)));
+    const HANDLE started = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    *start = {record, started};
+    const HANDLE thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 4096, openOnThread, start, 0, nullptr));
     SetThreadPriority(thread, THREAD_PRIORITY_NORMAL);
     WaitForSingleObject(started, INFINITE);
     CloseHandle(started);
     WaitForSingleObject(thread, INFINITE);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
-    std::free(startRecord);
+    std::free(start);
     std::free(record);
-    leave("-KalOpen() handle =3 rc=0");
-
-    enter("+KalClose() handle=3");
-    serviceClose(handle);
-    leave("-KalClose() handle=3 rc=KAL_OKAY");
+    leave(description, "0");
 }
 
-void FloorWork::startAndEndDoc(uint16_t handle) {
-    enter("+KalStartDoc()  handle=3");
+void FloorWork::close(uint16_t handle) {
+    const std::string description = enter("KalClose() handle=3");
+    serviceClose(handle);
+    leave(description, "KAL_OKAY");
+}
+
+void FloorWork::startDoc(uint16_t handle) {
+    const std::string description = enter("KalStartDoc()  handle=3");
     lockPair(handles_);
     entryPoint<uint32_t(uint32_t, uint32_t, uint32_t, const char *, const char *, const char *, const char *)>(
         "OrxStartJobPrinter")(7, handle, 0, "", "", "document", "");
-    leave("-KalStartDoc()  handle=3 rc=KAL_OKAY");
-    enter("+KalEndDoc() handle=3");
+    leave(description, "KAL_OKAY");
+}
+
+void FloorWork::endDoc(uint16_t handle) {
+    const std::string description = enter("KalEndDoc() handle=3");
     lockPair(handles_);
     entryPoint<uint32_t(uint32_t, uint32_t)>("OrxEndJobPrinter")(7, handle);
-    leave("-KalEndDoc() handle=3 rc=KAL_OKAY");
+    leave(description, "KAL_OKAY");
 }
 
 void FloorWork::write(uint16_t handle, const void *data, uint32_t byteCount) {
-    enter("+KalWrite() handle=3 byteCount=4096 totalByteCount=123456789");
+    const std::string description = enter("KalWrite() handle=3 byteCount=4096 totalByteCount=123456789");
     lockPair(handles_);
     uint32_t written = 0;
     entryPoint<uint32_t(uint32_t, uint32_t, const void *, uint32_t, uint32_t *)>("OrxWritePrinter")(
         7, handle, data, byteCount, &written);
-    leave("-KalWrite() handle=3 byteCount=4096 totalByteCount=123456789 rc=0, bytesWritten=4096");
+    leave(description, "0, bytesWritten=4096");
 }
 
 void FloorWork::sendBidi(uint16_t handle, const uint8_t *request, uint32_t length) {
-    enter("+KalSendBidi() handle=3 function=1");
+    const std::string description = enter("KalSendBidi() handle=3 function=1");
     message("sending A5 00 03 50 04 00");
     serviceOpen(handle);
     lockPair(handles_);
-    uint8_t response[64] = {};
+    uint8_t response[64];
     uint32_t returned = 0;
     entryPoint<uint32_t(uint32_t, uint32_t, const void *, uint32_t, void *, uint32_t, uint32_t *)>(
         "OrxExchangeBidiPrinter")(7, handle, request, length, response, sizeof response, &returned);
     serviceClose(handle);
     std::memmove(response, response + 5, returned - 5);
-    leave("-KalSendBidi() handle=3 function=1 rc=KAL_OKAY, response=5A 5A 5A 5A 5A 5A 5A 5A 5A 5A 5A");
+    leave(description, "KAL_OKAY, response=5A 5A 5A 5A 5A 5A 5A 5A 5A 5A 5A");
 }
 
 void FloorWork::readString(uint32_t handle, const char *descriptor, char *buffer, uint32_t size) {
@@ -278,17 +307,26 @@ uint32_t FloorWork::foundPrinter(uint32_t handle) {
     std::memcpy(record.portName, room, 7);
     std::memcpy(record.secondName, room, 7);
     floor.message("Just before callback");
+    if (floor.callback_ != nullptr) {
+        floor.callback_(&record);
+    }
     floor.message("Just after callback");
     return record.handle;
 }
 
 void FloorWork::enumPrinters() {
-    enter("+KalEnumPrinters");
+    const std::string description = enter("KalEnumPrinters");
     takeReferences();
     entryPoint<uint32_t(uint32_t, const char *, const char *, OrxEnumCallback)>("OrxEnumPrinters")(7, "USB1", nullptr,
                                                                                                    foundPrinter);
     giveBack();
-    leave("-KalEnumPrinters rc=KAL_OKAY");
+    leave(description, "KAL_OKAY");
+}
+
+void FloorWork::setClientName(const char *name) {
+    message("KalSetClientName was called");
+    lockPair(registrations_);
+    std::memcpy(clientName_, name, strnlen(name, sizeof clientName_));
 }
 
 void FloorWork::alert(HWND window, uint16_t handle, const uint8_t *bytes, uint32_t length) {

@@ -1,18 +1,21 @@
 #pragma once
 
 #include "bench/BenchLibrary.h"
+#include "platform/SecurityEveryone.h"
 
 #include <windows.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace bench {
 
 /// The work that an export cannot do without, written by hand: the required system calls, locks and allocations
-/// (required.json says why each is required) and the direct call of the service. What the library takes is measured
-/// against this.
+/// (required.json says why each is required, and the ledger holds this to it) and the direct call of the service. What
+/// the library takes is measured against this.
 class FloorWork {
   public:
     FloorWork(const BenchLibrary &library, LogState state);
@@ -21,17 +24,20 @@ class FloorWork {
     ~FloorWork();
 
     // The floors of the exports.
-    void openAndClose(uint16_t handle);
-    void startAndEndDoc(uint16_t handle);
+    void open(uint16_t handle);
+    void close(uint16_t handle);
+    void startDoc(uint16_t handle);
+    void endDoc(uint16_t handle);
     void write(uint16_t handle, const void *data, uint32_t byteCount);
     void sendBidi(uint16_t handle, const uint8_t *request, uint32_t length);
     void enumPrinters();
     void alert(HWND window, uint16_t handle, const uint8_t *alert, uint32_t length);
-    /// A level test and its line.
-    void lineOnly(const char *text) { message(text); }
+    void setClientName(const char *name);
+    /// The next alert has the first id again and takes the place of the one that had it.
+    void restartAlertIds() { nextAlertId_ = 0; }
 
   private:
-    void line(const char *text, size_t length);
+    void line(std::initializer_list<std::string_view> pieces);
     template <class Function>
     [[nodiscard]] Function *entryPoint(const char *name) const {
         return reinterpret_cast<Function *>(reinterpret_cast<void *>(GetProcAddress(service_, name)));
@@ -41,9 +47,11 @@ class FloorWork {
 
     [[nodiscard]] bool levelTest();
     void traceTest();
-    void message(const char *text);
-    void enter(const char *text);
-    void leave(const char *text);
+    void message(std::string_view text);
+    /// @return the description, which must outlive the entry line; empty while nothing is logged
+    [[nodiscard]] std::string enter(std::string_view text);
+    void leave(const std::string &description, std::string_view result = {});
+    void firstDepthOfThread();
     void lockPair(CRITICAL_SECTION &section);
     void takeReferences();
     void giveBack();
@@ -57,6 +65,12 @@ class FloorWork {
         void *bytes = nullptr;
     };
 
+    /// A thread's entry in the indentation map, as large as there.
+    struct ThreadDepth {
+        ThreadDepth *next;
+        void *rest[4];
+    };
+
     static FloorWork *current_;
 
     LogState state_;
@@ -65,6 +79,8 @@ class FloorWork {
     HMODULE service_;
     HANDLE logLock_;
     HANDLE alertIdLock_;
+    kal::SecurityEveryone security_{false};
+    CRITICAL_SECTION registrations_;
     CRITICAL_SECTION loads_;
     CRITICAL_SECTION identifiers_;
     CRITICAL_SECTION handles_;
@@ -73,6 +89,9 @@ class FloorWork {
         std::vector<StoredAlert>(65536); ///< by id; each stays until its id comes round again
     uint16_t nextAlertId_ = 0;
     int depth_ = 0;
+    ThreadDepth *threads_ = nullptr;
+    KalPortCallback callback_ = nullptr; ///< asked for each printer, as nobody can know that it is none
+    char clientName_[260] = {};
 };
 
 } // namespace bench

@@ -1,7 +1,9 @@
 // The ledger: for each export and each state of the log, every import that the library calls, lock acquisitions and
-// allocations among them, against the list of those that its work requires. Exact, so it is a test.
+// allocations among them, against the list of those that its work requires. Exact, so it is a test. The floors, against
+// which the exports are timed, are held to the same list.
 
 #include "bench/BenchLibrary.h"
+#include "bench/FloorWork.h"
 #include "bench/ImportCounter.h"
 #include "bench/LedgerScenarios.h"
 
@@ -16,6 +18,7 @@
 namespace {
 
 using bench::BenchLibrary;
+using bench::FloorWork;
 using bench::ImportCounter;
 using bench::LogState;
 using bench::Scenario;
@@ -120,6 +123,66 @@ std::vector<std::string> offences(const json &required, const json &exports) {
     return found;
 }
 
+/// How many entries of the ledger are as they must be.
+struct Tally {
+    int equal = 0;
+    int different = 0;
+};
+
+void compare(Tally &tally, const char *state, const std::string &name, const ImportCounter::Counts &expected,
+             const ImportCounter::Counts &calls) {
+    const bool isEqual = calls == expected;
+    (isEqual ? tally.equal : tally.different)++;
+    std::printf("%-9s %-12s %s\n", isEqual ? "equal" : "DIFFERENT", state, name.c_str());
+    if (!isEqual) {
+        std::printf("          required: %s\n          made:     %s\n", describe(expected).c_str(),
+                    describe(calls).c_str());
+    }
+    std::fflush(stdout);
+}
+
+/// The floors' scenarios have the names of the library's.
+std::vector<Scenario> floorScenarios(FloorWork &floor, HWND window) {
+    constexpr uint16_t handle = 3;
+    static const char document[4096] = {};
+    static const uint8_t request[] = {0xA5, 0, 3, 0x50, 4, 0};
+    static const uint8_t alert[24] = {};
+    const auto takeAlert = [&floor, window] { floor.alert(window, handle, alert, sizeof alert); };
+    return {
+        {"KalOpen, again", [&] { floor.open(handle); }},
+        {"KalClose, not last", [&] { floor.close(handle); }},
+        {"KalStartDoc", [&] { floor.startDoc(handle); }},
+        {"KalEndDoc", [&] { floor.endDoc(handle); }},
+        {"KalWrite", [&] { floor.write(handle, document, sizeof document); }},
+        {"KalSendBidi", [&] { floor.sendBidi(handle, request, sizeof request); }},
+        {"KalEnumPrinters, one printer", [&] { floor.enumPrinters(); }},
+        {"KalSetClientName", [&] { floor.setClientName("name"); }},
+        {"alert to message, its id come round again", takeAlert,
+         [&floor, takeAlert] {
+             floor.restartAlertIds();
+             takeAlert();
+             floor.restartAlertIds();
+         }},
+    };
+}
+
+/// The floors are this program's, so what counting itself calls is taken off.
+void measureFloors(Tally &tally, const json &required, const std::set<std::string> &ignored,
+                   const BenchLibrary &library, LogState state, HWND window) {
+    FloorWork floor(library, state);
+    const ImportCounter counter(GetModuleHandleA(nullptr));
+    const auto own = measure({"", [] {}}, counter);
+    for (const Scenario &scenario : floorScenarios(floor, window)) {
+        ImportCounter::Counts calls = measure(scenario, counter);
+        for (const auto &[function, count] : own) {
+            calls[function] -= count;
+        }
+        std::erase_if(calls, [&](const auto &entry) { return entry.second == 0 || ignored.contains(entry.first); });
+        compare(tally, bench::nameOf(state), "the floor of " + scenario.name,
+                requiredCalls(required, scenario.name, bench::nameOf(state)), calls);
+    }
+}
+
 int run(const char *requiredPath, const char *interfacePath) {
     std::ifstream requiredFile(requiredPath);
     const json required = json::parse(requiredFile);
@@ -133,32 +196,26 @@ int run(const char *requiredPath, const char *interfacePath) {
     BenchLibrary library;
     const HWND window = makeMessageWindow();
     const ImportCounter counter(library.module());
-    int equal = 0;
-    int different = 0;
+    Tally tally;
+    Tally floors;
     for (const LogState state : bench::logStates) {
         library.enter(state);
         for (const Scenario &scenario : ledgerScenarios(library, window)) {
             ImportCounter::Counts calls = measure(scenario, counter);
             std::erase_if(calls, [&](const auto &entry) { return ignored.contains(entry.first); });
-            const auto expected = requiredCalls(required, scenario.name, bench::nameOf(state));
-            const bool isEqual = calls == expected;
-            (isEqual ? equal : different)++;
-            std::printf("%-9s %-12s %s\n", isEqual ? "equal" : "DIFFERENT", bench::nameOf(state),
-                        scenario.name.c_str());
-            if (!isEqual) {
-                std::printf("          required: %s\n          made:     %s\n", describe(expected).c_str(),
-                            describe(calls).c_str());
-            }
-            std::fflush(stdout);
+            compare(tally, bench::nameOf(state), scenario.name,
+                    requiredCalls(required, scenario.name, bench::nameOf(state)), calls);
         }
+        measureFloors(floors, required, ignored, library, state, window);
     }
     const auto scenarioCount = static_cast<int>(required.at("scenarios").size());
-    if (equal + different != scenarioCount * static_cast<int>(std::size(bench::logStates))) {
+    if (tally.equal + tally.different != scenarioCount * static_cast<int>(std::size(bench::logStates))) {
         std::printf("OFFENCE   the table has %d scenarios, some were not measured\n", scenarioCount);
         return 1;
     }
-    std::printf("%d ledger entries equal, %d different, %zu offences\n", equal, different, tableOffences.size());
-    return different == 0 && tableOffences.empty() ? 0 : 1;
+    std::printf("%d ledger entries equal, %d different, %d floors equal, %d different, %zu offences\n", tally.equal,
+                tally.different, floors.equal, floors.different, tableOffences.size());
+    return tally.different == 0 && floors.different == 0 && tableOffences.empty() ? 0 : 1;
 }
 
 } // namespace
