@@ -1,3 +1,4 @@
+#include "api/CacheBlock.h"
 #include "api/CallFrame.h"
 #include "api/DeviceProperties.h"
 #include "api/PortInformation.h"
@@ -179,17 +180,6 @@ uint32_t specificPortWorker(void *record) {
         [](OrxClient &client, uint16_t, uint32_t netTypes, const char *portName, KalPortCallback callback) {
             return enumerateSpecificPort(client, netTypes, portName, callback);
         });
-}
-
-/// Removes the head of a cache block in place. @return the block's length without it
-uint32_t dropCacheHead(uint8_t *block, uint32_t length) noexcept {
-    constexpr uint32_t headSize = 8;
-    constexpr uint8_t leadByte = 0xA5;
-    if (length < headSize || block[0] != leadByte) {
-        return length;
-    }
-    std::copy(block + headSize, block + length, block); // towards the front, so it may overlap
-    return length - headSize;
 }
 
 int32_t getCache(OrxClient &client, uint16_t handle, void *buffer, uint32_t size, uint32_t *length) {

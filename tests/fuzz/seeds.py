@@ -51,6 +51,11 @@ SEEDS = {
         b"",
     ],
     "bidi": [struct.pack("<H", code) + data for code in (0, 1, 170, 181, 182, 183) for data in (b"", b"12345", b"x" * 505)],
+    "cache_block": [
+        struct.pack("<H", told) + data
+        for told in (0, 7, 8, 65535)
+        for data in (b"", bytes([0xA5]) * 8, bytes([0xA5, *range(7)]) + b"MODEL", b"MODEL of nine", bytes([0xA5]) * 17)
+    ],
     "ports": [
         struct.pack("<IIHB6s", 0xFFF, port_type, 0x6001, 0, b"123456") + text(transport) + text("LPT1") + b"n" * length
         for transport, port_type in (("ipV4", 2), ("HBN3", 0x200), ("USB1", 0x400), ("PAR1", 0x800), ("?", 4095))
