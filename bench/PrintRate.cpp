@@ -39,10 +39,12 @@ Run run(std::string commandLine) {
     }
     PROCESS_MEMORY_COUNTERS memory = {};
     uint64_t peak = 0;
-    // Asked while it runs: an ended process has no memory to tell of.
-    while (WaitForSingleObject(process.hProcess, 20) == WAIT_TIMEOUT) {
+    // Windows tells the peak of an ended process; Wine tells only of one that runs, and of what it has at the moment.
+    bool isOver = false;
+    while (!isOver) {
+        isOver = WaitForSingleObject(process.hProcess, 20) != WAIT_TIMEOUT;
         if (GetProcessMemoryInfo(process.hProcess, &memory, sizeof memory) != 0) {
-            peak = std::max<uint64_t>(peak, memory.PagefileUsage);
+            peak = std::max<uint64_t>(peak, memory.PeakPagefileUsage);
         }
     }
     const double seconds = bench::microsecondsOf(bench::ticks() - begin) / 1e6;
