@@ -55,13 +55,13 @@ class CallTrace {
     /// Raises Win32Exception while no application is registered (see kal.h), but not after a refused registration.
     template <class... Pieces>
     explicit CallTrace(const Description<Pieces...> &description) {
-        std::string text;
         // Whether the description is built and whether the trace is active are deliberately two tests. In the field
         // nothing is logged: what composes lines is out of the way of what each call runs through.
         if (logEnabled(legacyClient(), logLevel::trace)) [[unlikely]] {
-            text = description.compose();
+            open(description.compose());
+        } else {
+            open({});
         }
-        open(std::move(text));
     }
 
     /// Gives the exit trace its result's text; without memory for it the trace goes without, since the call is done.

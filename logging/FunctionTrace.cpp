@@ -37,4 +37,8 @@ FunctionTrace::~FunctionTrace() {
     }
 }
 
+void FunctionTrace::setResult(std::string_view text) {
+    result_ = text;
+}
+
 } // namespace kal

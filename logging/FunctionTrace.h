@@ -19,7 +19,7 @@ class FunctionTrace {
     /// Writes nothing when the logger is gone: the call that made the last unregistration ends after it.
     ~FunctionTrace();
 
-    void setResult(std::string_view text) { result_ = text; }
+    void setResult(std::string_view text);
     [[nodiscard]] bool isActive() const noexcept { return active_; }
 
   private:

@@ -82,6 +82,10 @@ MessageText &MessageText::writeSigned(int64_t number) {
     return *this << std::string_view(digits, static_cast<size_t>(result.ptr - digits));
 }
 
+std::string MessageText::str() const {
+    return std::string(view());
+}
+
 const char *MessageText::c_str() noexcept {
     if (!overflow_.empty()) {
         return overflow_.c_str();

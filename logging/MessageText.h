@@ -44,7 +44,7 @@ class MessageText {
     }
     /// Zero-terminated.
     [[nodiscard]] const char *c_str() noexcept;
-    [[nodiscard]] std::string str() const { return std::string(view()); }
+    [[nodiscard]] std::string str() const;
 
   private:
     MessageText &writeUnsigned(uint64_t number);
