@@ -149,26 +149,10 @@ ScriptedService::ScriptedService()
                  }
                  sleep_.original(milliseconds);
              }),
-      beginThread_(
-          GetModuleHandleA("kalclient.dll"),
-          [this](void *security, unsigned stack, ThreadStart start, void *argument, unsigned flags, unsigned *id) {
-              auto thread = std::make_unique<StartedThread>(StartedThread{start, argument, CallContext::current()});
-              return beginThread_.original(security, stack, &runWithContext, thread.release(), flags, id);
-          }),
-      malloc_(GetModuleHandleA("kalclient.dll"),
-              [this](size_t size) {
-                  ++liveBlocks_;
-                  return malloc_.original(size);
-              }),
-      calloc_(GetModuleHandleA("kalclient.dll"),
-              [this](size_t count, size_t size) {
-                  ++liveBlocks_;
-                  return calloc_.original(count, size);
-              }),
-      free_(GetModuleHandleA("kalclient.dll"), [this](void *block) {
-          if (block != nullptr)
-              --liveBlocks_;
-          free_.original(block);
+      beginThread_(GetModuleHandleA("kalclient.dll"), [this](void *security, unsigned stack, ThreadStart start,
+                                                             void *argument, unsigned flags, unsigned *id) {
+          auto thread = std::make_unique<StartedThread>(StartedThread{start, argument, CallContext::current()});
+          return beginThread_.original(security, stack, &runWithContext, thread.release(), flags, id);
       }) {
     if (instance != nullptr)
         throw std::logic_error("only one ScriptedService at a time");

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "service/comc.h"
+#include "tests/endurance/LiveBlocks.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/ServiceHost.h"
 
@@ -115,7 +116,7 @@ class ScriptedService {
     uint64_t callbacks() const { return callbacks_; }
     uint64_t strangers() const { return strangers_; }
     /// Blocks that the library has allocated and not freed.
-    int64_t liveBlocks() const { return liveBlocks_; }
+    int64_t liveBlocks() const { return blocks_.count(); }
 
     /// What alert and notification callbacks do to the application, drawn from the number; on the calling thread.
     uint32_t callBack(uint64_t draw);
@@ -139,7 +140,6 @@ class ScriptedService {
     std::atomic<uint64_t> calls_ = 0;
     std::atomic<uint64_t> callbacks_ = 0;
     std::atomic<uint64_t> strangers_ = 0;
-    std::atomic<int64_t> liveBlocks_ = 0;
     std::atomic<uint32_t> clientIds_ = 0;
     std::atomic<OrxAlertCallback> alertCallback_ = nullptr;
     std::atomic<OrxNotificationCallback> notificationCallback_ = nullptr;
@@ -151,9 +151,7 @@ class ScriptedService {
     ImportHook<"FreeLibrary", BOOL(HMODULE)> freeLibrary_;
     ImportHook<"Sleep", void(DWORD)> sleep_;
     ImportHook<"_beginthreadex", uintptr_t(void *, unsigned, ThreadStart, void *, unsigned, unsigned *)> beginThread_;
-    ImportHook<"malloc", void *(size_t)> malloc_;
-    ImportHook<"calloc", void *(size_t, size_t)> calloc_;
-    ImportHook<"free", void(void *)> free_;
+    LiveBlocks blocks_;
 };
 
 } // namespace kal::test
