@@ -83,6 +83,8 @@ class SharedLog : public testing::Test {
             ASSERT_TRUE(ready.wait(patience));
         SetEvent(go.get());
     }
+    /// For processes that are started after others were let go.
+    void holdBack() { ResetEvent(go.get()); }
     std::string log() const { return readFile(folder / logName); }
 
     /// The processes, each with its threads, each with the lines it wrote in order. Lines of the processes' main
@@ -183,10 +185,13 @@ TEST_F(SharedLog, HoldsWholeLinesWhereverProcessesEnd) {
     std::printf("%d sudden ends, seed %u\n", ends, seed);
     int endedAmidLines = 0;
     for (int ended = 0; ended < ends; ended += victimsAtOnce) {
+        holdBack();
         for (int number = 0; number < victimsAtOnce; ++number)
             start(threads, 60000, number % 2 == 0 ? "pause" : "");
         const ChildProcess &staying = start(threads, calls);
         ASSERT_NO_FATAL_FAILURE(letGo());
+        while (log().size() < 2000) // until they are at it
+            Sleep(1);
         for (int number = 0; number < victimsAtOnce; ++number) {
             Sleep(random() % 8);
             writers[static_cast<size_t>(number)]->end();
