@@ -50,7 +50,14 @@ done
 
 # What the checks of containers cannot do: their locks take memory when they are first used, where no exception may leave,
 # and a slot of thread-local storage, behind the end of the library.
-export GTEST_FILTER='-KalCaptureAlertsTest.WithoutMemoryNothingStaysOpenOrRegistered:Reload.TakesNoSlotOfThreadLocalStorageWithIt'
+without=(KalCaptureAlertsTest.WithoutMemoryNothingStaysOpenOrRegistered Reload.TakesNoSlotOfThreadLocalStorageWithIt)
+for test in "${without[@]}"; do
+  grep -rqE "^TEST(_F|_P)?\\(${test%.*}, ${test#*.}\\)" "$root/tests" && continue
+  echo "left out, but there is no such test: $test"
+  blind=$((blind + 1))
+done
+GTEST_FILTER=-$(IFS=: && echo "${without[*]}")
+export GTEST_FILTER
 
 code=0
 rm -rf "$checked/results"

@@ -92,7 +92,8 @@ run_program() {
   absent=$(wc -l <"$work/$program.absent")
   reports=$(grep -caE "$report" "$log" || true)
   # A program that ended before its tests did, or badly after them.
-  [ -n "$tests" ] && { [ "$code" -eq 0 ] || [ $((failed + absent + reports)) -gt 0 ]; } || failed=$((failed + 1))
+  [ -n "$tests" ] && { [ "$code" -eq 0 ] || [ "$code" -eq 1 ] && [ $((failed + absent)) -gt 0 ] || [ "$reports" -gt 0 ]; } ||
+    failed=$((failed + 1))
   [ -z "$old" ] || failed=$((failed + 1))
   printf '%s\t%d\t%d\t%d\n' "$program" "$((${tests:-0} - absent))" "$failed" "$reports" >>"$work/verdicts"
   printf '%-27s %4d tests, %d failed, %d reports, %d s\n' "$program" "$((${tests:-0} - absent))" "$failed" "$reports" \
