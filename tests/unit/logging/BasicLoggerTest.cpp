@@ -585,6 +585,17 @@ TEST_F(LineWriter, DeletionTakesTheFileUnderTheLock) {
     EXPECT_TRUE(anotherThreadCanWrite());
 }
 
+TEST_F(LineWriter, DeletionThatFailsIsQuietAndFreesTheLock) {
+    log.write("kept");
+    {
+        FailingCall<"DeleteFileA", BOOL(LPCSTR)> deletion(FALSE, ERROR_SHARING_VIOLATION);
+        EXPECT_NO_THROW(logger.deleteLogFile());
+        EXPECT_EQ(deletion.calls(), 1);
+    }
+    EXPECT_EQ(log.content(), bidiLine("kept"));
+    EXPECT_TRUE(anotherThreadCanWrite());
+}
+
 TEST_F(LineWriter, DeletionOfAMissingFileIsQuiet) {
     EXPECT_NO_THROW(logger.deleteLogFile());
 }

@@ -291,6 +291,20 @@ TEST_F(ProductSettings, HbnDriverThatCannotBeOpenedForReadingDoesNotCount) {
     EXPECT_EQ(open.calls(), 1);
 }
 
+TEST_F(ProductSettings, HbnDriverWithoutASystemFolderIsLookedForInTheDrivesRoot) {
+    makeKey(own.local("Transports\\Network\\HBN3"));
+    FailingCall<"GetSystemDirectoryA", UINT(LPSTR, UINT)> system(0, ERROR_NOT_ENOUGH_MEMORY);
+    std::vector<std::string> lookedFor;
+    ImportHook<"CreateFileA", HANDLE(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE)> open(
+        GetModuleHandleA(nullptr), [&](LPCSTR path, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
+            lookedFor.emplace_back(path);
+            return INVALID_HANDLE_VALUE;
+        });
+    EXPECT_FALSE(settings.isHbnTransportUsable());
+    EXPECT_EQ(system.calls(), 1);
+    EXPECT_THAT(lookedFor, ElementsAre("\\kalchbn3.dll"));
+}
+
 TEST_F(ProductSettings, DriverOfAnotherBrandDoesNotCount) {
     makeKey(own.local("Transports\\Network\\HBN3"));
     SystemFolder system;
