@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 namespace spy {
 
@@ -11,6 +12,9 @@ namespace {
 
 constexpr std::string_view recordingName = "comc.dll";
 constexpr int recordingFormat = 1;
+
+/// A century in microseconds: no recording is as long, and times can be subtracted and converted without overflow.
+constexpr std::uint64_t latestTime = 100ull * 365 * 24 * 3600 * 1'000'000;
 
 struct KindRow {
     EventKind kind;
@@ -47,6 +51,48 @@ Json parseObject(std::string_view line) {
     return json;
 }
 
+bool isNumber(const Json &json, std::uint64_t most = std::numeric_limits<std::uint32_t>::max()) {
+    return json.is_number_unsigned() && json.get<std::uint64_t>() <= most;
+}
+
+/// Arguments and buffers have names like variables; lines are shown with them as they are.
+bool isName(const std::string &text) {
+    constexpr std::string_view characters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    return !text.empty() && text.find_first_not_of(characters) == std::string::npos;
+}
+
+/// Bytes, a hash or an address.
+bool isHexadecimal(const Json &json) {
+    return json.is_string() &&
+           json.get_ref<const std::string &>().find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
+bool isHexadecimalOf(const Json &json, const Json &byteCount) {
+    return isHexadecimal(json) && isNumber(byteCount) &&
+           json.get_ref<const std::string &>().size() == byteCount.get<std::uint64_t>() * 2;
+}
+
+/// Whether a value is one of those that Capture composes, so that who shows or replays it need not look again.
+bool isValue(const Json &value) {
+    if (!value.is_object()) {
+        return value.is_null() || value.is_string() || isNumber(value);
+    }
+    return std::all_of(value.items().begin(), value.items().end(), [&](const auto &member) {
+        const auto &name = member.key();
+        const auto &content = member.value();
+        if (name == "hex") {
+            return isHexadecimalOf(content, value.value("length", Json()));
+        }
+        if (name == "sha256" || name == "address") {
+            return isHexadecimal(content);
+        }
+        if (name == "length" || name == "pieces" || name == "callback") {
+            return isNumber(content);
+        }
+        return name == "output" && content.is_boolean();
+    });
+}
+
 /// A member that must be there and of its type.
 template <typename Type>
 Type require(const Json &json, const char *key) {
@@ -57,7 +103,7 @@ Type require(const Json &json, const char *key) {
         } else if constexpr (std::is_same_v<Type, bool>) {
             return found->is_boolean();
         } else {
-            return found->is_number_integer();
+            return isNumber(*found, static_cast<std::uint64_t>(std::numeric_limits<Type>::max()));
         }
     }();
     if (!fits) {
@@ -77,12 +123,18 @@ Json valuesOf(const Json &json, const KindRow &row) {
     if (found == json.end() || !(isList ? found->is_array() : found->is_object())) {
         throw RecordingError("the line has no \"" + std::string(row.values) + "\", or one of the wrong type");
     }
+    for (const auto &item : found->items()) {
+        if (isList ? !item.value().is_string() : !isName(item.key()) || !isValue(item.value())) {
+            throw RecordingError("there is no value like " + dump(item.key()) + " of the line's \"" +
+                                 std::string(row.values) + "\"");
+        }
+    }
     return *found;
 }
 
 void requireEntryPoint(const std::string &name) {
     if (findEntryPoint(name) == nullptr) {
-        throw RecordingError("comc.dll has no entry point \"" + name + "\"");
+        throw RecordingError("comc.dll has no entry point " + dump(name));
     }
 }
 
@@ -91,7 +143,7 @@ void requireCallback(const std::string &kind) {
                                       ArgumentKind::notificationCallback};
     if (std::none_of(std::begin(known), std::end(known),
                      [&](ArgumentKind each) { return callbackName(each) == kind; })) {
-        throw RecordingError("there is no callback \"" + kind + "\"");
+        throw RecordingError("there is no callback " + dump(kind));
     }
 }
 
@@ -200,19 +252,25 @@ RecordEvent parseLine(std::string_view line) {
     const auto *const row =
         std::find_if(std::begin(kinds), std::end(kinds), [&](const KindRow &each) { return each.name == name; });
     if (row == std::end(kinds)) {
-        throw RecordingError("there is no event \"" + name + "\"");
+        throw RecordingError("there is no event " + dump(name));
     }
     RecordEvent event;
     event.kind = row->kind;
     event.number = require<std::uint64_t>(json, "number");
     if (event.kind == EventKind::bytes) {
         event.argument = require<std::string>(json, "argument");
+        if (!isName(event.argument)) {
+            throw RecordingError("there is no buffer " + dump(event.argument));
+        }
         event.isOutput = require<bool>(json, "output");
         event.offset = require<std::uint64_t>(json, "offset");
         event.hex = require<std::string>(json, "hex");
         return event;
     }
     event.time = require<std::int64_t>(json, "time");
+    if (static_cast<std::uint64_t>(event.time) > latestTime) {
+        throw RecordingError("the line's \"time\" is later than any recording lasts");
+    }
     event.thread = require<std::uint32_t>(json, "thread");
     event.within = find<std::uint64_t>(json, "within");
     if (event.kind == EventKind::call || event.kind == EventKind::callReturn) {

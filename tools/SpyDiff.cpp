@@ -23,7 +23,7 @@ class Normaliser {
             auto &value = result[item.key()];
             if (value.is_object() && value.contains("address")) {
                 value["address"] = "any";
-            } else if (item.key() == "clientId" && value.is_number()) {
+            } else if (item.key() == "clientId" && value.is_number_unsigned()) {
                 value = clients_.try_emplace(value.get<std::uint64_t>(), clients_.size() + 1).first->second;
             }
         }
@@ -61,8 +61,8 @@ std::vector<ComparedItem> itemsOf(const spy::Recording &recording) {
         if (callback.begin.within) {
             within.emplace(*callback.begin.within, &callback);
         } else {
-            byThemselves[callback.begin.callbackKind + " " + callback.begin.values["handle"].dump()].push_back(
-                &callback);
+            byThemselves[callback.begin.callbackKind + " " + callback.begin.values.value("handle", Json()).dump()]
+                .push_back(&callback);
         }
     }
     std::vector<ComparedItem> items;

@@ -1,5 +1,7 @@
 #include "tools/SpyTimeline.h"
 
+#include <algorithm>
+
 namespace tool {
 
 using spy::EventKind;
@@ -9,7 +11,7 @@ void SpyTimeline::add(const RecordEvent &event, const spy::RecordingHeader &head
     process_ = header.process;
     document_.introduce(process_, header.program);
     if (event.kind != EventKind::bytes) {
-        lastTime_ = event.time;
+        lastTime_ = std::max(lastTime_, event.time);
     }
     switch (event.kind) {
     case EventKind::call:
@@ -62,11 +64,12 @@ void SpyTimeline::writeSpan(const RecordEvent &begin, const RecordEvent *end) {
         }
     }
     callCount_ += isCall ? 1 : 0;
+    const auto duration = (end == nullptr ? lastTime_ : end->time) - begin.time;
     spy::Json event{{"name", isCall ? begin.entryPoint : begin.callbackKind + " callback"},
                     {"cat", isCall ? "call" : "callback"},
                     {"ph", "X"},
                     {"ts", begin.time},
-                    {"dur", (end == nullptr ? lastTime_ : end->time) - begin.time},
+                    {"dur", std::max<std::int64_t>(duration, 0)}, // a damaged recording's may be negative
                     {"pid", process_},
                     {"tid", begin.thread},
                     {"args", std::move(arguments)}};

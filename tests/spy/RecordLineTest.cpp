@@ -18,6 +18,12 @@ RecordEvent callOf(const char *entryPoint) {
     return event;
 }
 
+/// A call with one argument.
+std::string lineWith(const std::string &name, const std::string &value) {
+    return R"({"event":"call","number":1,"time":1,"thread":9,"entryPoint":"OrxOpenPrinter","arguments":{")" + name +
+           "\":" + value + "}}";
+}
+
 template <class Read>
 std::string errorOf(Read read) {
     try {
@@ -102,6 +108,48 @@ TEST(RecordLine, UnknownEntryPointIsNamed) {
 
 TEST(RecordLine, MissingMemberIsNamed) {
     EXPECT_EQ(errorOf([] { static_cast<void>(parseLine(R"({"event":"call","number":1,"time":"x"})")); }),
+              "the line has no \"time\", or one of the wrong type");
+}
+
+TEST(RecordLine, ValuesThatTheSpyComposesAreRead) {
+    for (const char *value : {"null", "\"text\"", "4294967295", R"({"length":2,"hex":"00ff"})",
+                              R"({"length":90000,"sha256":"0f","pieces":3})", R"({"output":true})", R"({"callback":1})",
+                              R"({"address":"5a5a","length":5})"}) {
+        EXPECT_EQ(parseLine(lineWith("data", value)).values["data"].dump(), value);
+    }
+}
+
+TEST(RecordLine, OtherValuesAreRefused) {
+    for (const char *value :
+         {"-1", "4294967296", "0.5", "true", "[]", R"({"length":2,"hex":"00f"})", R"({"length":1,"hex":"00ff"})",
+          R"({"length":1,"hex":"0g"})", R"({"length":1,"hex":7})", R"({"hex":"00"})", R"({"length":1,"sha256":7})",
+          R"({"length":"1"})", R"({"address":"\n"})", R"({"callback":{}})", R"({"output":[]})", R"({"other":1})"}) {
+        EXPECT_EQ(errorOf([&] { static_cast<void>(parseLine(lineWith("data", value))); }),
+                  "there is no value like \"data\" of the line's \"arguments\"")
+            << value;
+    }
+}
+
+TEST(RecordLine, ValueOfManyLevelsIsRefused) {
+    constexpr int levels = 500'000;
+    EXPECT_THROW(static_cast<void>(parseLine(lineWith("data", std::string(levels, '[') + std::string(levels, ']')))),
+                 RecordingError);
+}
+
+TEST(RecordLine, NameThatWouldBreakALineIsRefused) {
+    EXPECT_EQ(errorOf([] { static_cast<void>(parseLine(lineWith("a\\nb", "5"))); }),
+              R"(there is no value like "a\nb" of the line's "arguments")");
+}
+
+TEST(RecordLine, TimeBeyondACenturyIsRefused) {
+    auto event = callOf("OrxOpenPrinter");
+    event.time = 3'153'600'000'000'000;
+    EXPECT_EQ(parseLine(composeLine(event)).time, event.time);
+    ++event.time;
+    EXPECT_EQ(errorOf([&] { static_cast<void>(parseLine(composeLine(event))); }),
+              "the line's \"time\" is later than any recording lasts");
+    event.time = -1;
+    EXPECT_EQ(errorOf([&] { static_cast<void>(parseLine(composeLine(event))); }),
               "the line has no \"time\", or one of the wrong type");
 }
 

@@ -155,6 +155,14 @@ TEST(SpyTimeline, UnfinishedCallEndsWithTheRecording) {
     EXPECT_EQ(span["dur"], 2000);
 }
 
+TEST(SpyTimeline, EventsOutOfOrderMakeNoNegativeSpan) {
+    RecordingText recording;
+    recording.lines.push_back(
+        R"({"event":"call","number":1,"time":9,"thread":9,"entryPoint":"OrxOpenPrinter","arguments":{}})");
+    recording.lines.push_back(R"({"event":"unload","number":2,"time":3,"thread":9})");
+    EXPECT_EQ(timelineOf(recording).back()["dur"], 0);
+}
+
 // ---------------------------------------------------------------------------------------------------------------- diff
 
 TEST(SpyDiff, RecordingEqualsItself) {
@@ -255,6 +263,13 @@ TEST(SpyDiff, CallbackByItselfCountsButNotItsPlace) {
     late.callback("alert", 1, {{"handle", 5}});
     EXPECT_TRUE(SpyDiff(early.read(), late.read()).isEqual());
     EXPECT_FALSE(SpyDiff(early.read(), none.read()).isEqual());
+}
+
+TEST(SpyDiff, CallbackWithoutHandleIsCompared) {
+    RecordingText recording;
+    recording.callback("alert", 1, Json::object());
+    const auto read = recording.read();
+    EXPECT_TRUE(SpyDiff(read, read).isEqual());
 }
 
 TEST(SpyDiff, RecordingsWithNothingInCommonDifferInEveryCall) {
