@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Writes the first inputs of every corpus: whole, well-formed examples from which a fuzzer finds the rest."""
 import os
+import re
 import struct
 import sys
 
@@ -33,6 +34,32 @@ CONFIGURATION = """{ "spool": "s", "spoolCapacity": 10, "logCalls": true,
   "timeline": [ { "printer": "p", "from": "registration", "afterMs": 1, "count": 2, "intervalMs": 3,
     "alert": "tonerLow", "alertLength": 11 }, { "printer": 24577, "notification": 1, "category": 2, "flag": 3 },
     { "printer": "0x6001", "alertBytes": "A5" } ] }"""
+
+
+RECORDING = """{"recording":"comc.dll","format":1,"process":7,"program":"p","service":"s","started":"t","redacted":false}
+{"event":"load","number":1,"time":1,"thread":9,"missing":["OrxInstall"]}
+{"event":"call","number":2,"time":2,"thread":9,"entryPoint":"OrxGetCachePrinter","arguments":{"clientId":8,"handle":5}}
+{"event":"bytes","number":2,"argument":"buffer","output":true,"offset":0,"hex":"a5"}
+{"event":"return","number":2,"time":3,"thread":9,"entryPoint":"OrxGetCachePrinter","result":0,"outputs":{"buffer":VALUE}}
+{"event":"callback","number":3,"time":4,"thread":8,"callback":1,"kind":"alert","arguments":{"handle":5,"alert":VALUE}}
+{"event":"callbackReturn","number":3,"time":5,"thread":8,"result":0}
+{"event":"unload","number":4,"time":6,"thread":9}
+"""
+VALUES = ["null", '"t\\n"', "7", '{"length":1,"hex":"a5"}', '{"length":40,"sha256":"00","pieces":1}', '{"output":true}',
+          '{"callback":1}', '{"address":"00"}']
+
+
+def recording(value, edit=("", "")):
+    return RECORDING.replace("VALUE", value).replace(*edit)
+
+
+def pieced(content):
+    """A recording with its pieces as the bytes that stand for them."""
+    with open(os.path.join(here, "targets", "RecordingPieces.inc"), encoding="ascii") as file:
+        pieces = re.findall(r'^RECORDING_PIECE\((0x..), R"\((.*)\)"\)$', file.read(), re.MULTILINE)
+    for byte, piece in pieces:
+        content = content.replace(piece, chr(int(byte, 16)))
+    return content
 
 
 def alert(*from_command, length=12):
@@ -76,6 +103,17 @@ SEEDS = {
     "log_lines": [bytes([12, 0]) + LOG, bytes([255, 1]) + LOG.replace(b"pid=0a3c ", b"")],
     "timeline": [LOG, LOG.replace(b"2024/03/05-14:07:09.050", b"2024/03/05-12:07:09.050"), LOG.replace(b"tid=0b04 ", b"")],
     "configuration": [CONFIGURATION, '{"printers":[]}', "[" * 70, '{"printers": 1,\n "a": 1e9}', "\ufeff{}"],
+    "recordings": [
+        *(bytes([choice]) + text(pieced(recording(value))) + pieced(recording("null")).encode()
+          for choice, value in zip((0, 2, 4, 8, 6, 0, 2, 0), VALUES)),
+        b"\1" + text(recording("7")) + recording("8").encode(),
+        b"\0" + text(pieced(recording("7", ('"handle":5', '"a\\nb":5')))),
+        b"\0" + text(pieced(recording("7", ('"time":2', '"time":9223372036854775807')))),
+        b"\0" + text(pieced(recording("7", (',"number":3', ',"number":3,"within":2')))),
+        b"\0" + text(pieced(recording("7", ('"result":0', '"raised":true')))),
+        b"\0" + text(pieced(recording("7")[:-30])),
+        b"\0" + text(pieced(recording("7", ("OrxGetCachePrinter", "OrxOpenPrinter")))),
+    ],
     "typed_text": [
         struct.pack("<I", 65535) + each
         for each in (b"A5 00:ff-0a,", b"a5f", b"0xFFFF", b"65535", b"65536", b"0x", b"")
