@@ -25,9 +25,13 @@ enum class Consequence {
 struct Promise {
     Consequence consequence;
     std::string text;
+    bool isUsed = false; ///< whether a run was held against it
 };
 
 /// What is promised when this call fails in the scenario; null when the table does not say.
-const Promise *promiseOf(const ImportWatch::Call &call, const ExportScenario &scenario);
+Promise *promiseOf(const ImportWatch::Call &call, const ExportScenario &scenario);
+
+/// The rows of the table against which no run was held.
+std::vector<std::string> unusedPromises();
 
 } // namespace kal::test

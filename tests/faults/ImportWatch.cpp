@@ -22,6 +22,8 @@ constexpr ImportRow importRows[] = {
 #define ROW(import, use, failure, lastError, unitTest)                                                                 \
     {#import, ImportUse::use, static_cast<uint64_t>(failure), lastError, unitTest},
 #define FAILS(import, failure, lastError) ROW(import, fails, failure, lastError, nullptr)
+#define FAILS_BEHIND(import, failure, lastError, other)                                                                \
+    {#import, ImportUse::fails, static_cast<uint64_t>(failure), lastError, nullptr, #other},
 #define LETS_GO(import, failure, lastError) ROW(import, letsGo, failure, lastError, nullptr)
 #define ALLOCATES(import) ROW(import, allocates, 0, ERROR_NOT_ENOUGH_MEMORY, nullptr)
 #define WATCHED(import, reason) ROW(import, watched, 0, 0, nullptr)
@@ -30,6 +32,7 @@ constexpr ImportRow importRows[] = {
 #define RUNTIME(import) ROW(import, runtime, 0, 0, nullptr)
 #include "tests/faults/Imports.inc"
 #undef FAILS
+#undef FAILS_BEHIND
 #undef LETS_GO
 #undef ALLOCATES
 #undef WATCHED
@@ -98,6 +101,11 @@ const std::vector<ImportRow> &importTable() {
     return table;
 }
 
+std::string failsBehind(const std::string &import) {
+    const auto *const row = std::ranges::find(importRows, import, &ImportRow::name);
+    return row == std::end(importRows) || row->behind == nullptr ? "" : row->behind;
+}
+
 std::string Holdings::text() const {
     std::string all;
     for (const auto &[kind, count] : counts)
@@ -115,6 +123,8 @@ struct ImportWatch::StartedThread {
 ImportWatch *ImportWatch::active = nullptr;
 
 namespace {
+
+std::array<bool, rowCount> hasEverFailed = {}; ///< by row; under the active watch's lock
 
 void (*programFree)(void *) = nullptr;
 
@@ -170,6 +180,7 @@ void ImportWatch::begin(const Fault &fault) {
     calls_.clear();
     ordinals_.clear();
     fault_ = fault;
+    inTheWay_ = failsBehind(fault.import);
     failable_ = 0;
     firstAllocator_ = nullptr;
     hasFailed_ = false;
@@ -189,6 +200,14 @@ std::vector<ImportWatch::Call> ImportWatch::calls() const {
 std::set<std::string> ImportWatch::unexpected() const {
     const std::lock_guard guard(lock_);
     return unexpected_;
+}
+
+std::set<std::string> ImportWatch::neverFailed() {
+    std::set<std::string> names;
+    for (size_t row = 0; row < rowCount; ++row)
+        if (isFailable(importRows[row].use) && !hasEverFailed[row])
+            names.insert(importRows[row].name);
+    return names;
 }
 
 Holdings ImportWatch::holdings() const {
@@ -235,8 +254,9 @@ uint64_t ImportWatch::handle(size_t index, const Words &words, const void *calle
             const std::string what = about(row, words);
             const std::string subject = subjectOf(row);
             const int ordinal = ++ordinals_[subject + "/" + what];
-            calls_.push_back({subject, what + "#" + std::to_string(ordinal)});
+            calls_.push_back({subject, what + "#" + std::to_string(ordinal), caller});
             fails = isToFail(row, caller);
+            hasEverFailed[index] |= fails;
         }
         if (row.use == ImportUse::letsGo)
             account(row, words, 1); // before it is gone, and its number given to another
@@ -263,6 +283,8 @@ uint64_t ImportWatch::handle(size_t index, const Words &words, const void *calle
 bool ImportWatch::isToFail(const ImportRow &row, const void *caller) {
     if (row.use == ImportUse::allocates && firstAllocator_ == nullptr)
         firstAllocator_ = caller;
+    if (inTheWay_ == row.name)
+        return true;
     if (fault_.import != subjectOf(row) || (isRuntimeSpared(row) && caller != allocator_))
         return false;
     ++failable_;
@@ -280,6 +302,16 @@ bool ImportWatch::isRuntimeSpared(const ImportRow &row) const {
 void ImportWatch::learnAllocator() {
     const std::lock_guard guard(lock_);
     allocator_ = firstAllocator_;
+}
+
+const void *ImportWatch::allocator() const {
+    const std::lock_guard guard(lock_);
+    return allocator_;
+}
+
+void ImportWatch::setAllocator(const void *allocator) {
+    const std::lock_guard guard(lock_);
+    allocator_ = allocator;
 }
 
 std::string ImportWatch::kindOf(uint64_t handle) const {

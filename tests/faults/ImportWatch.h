@@ -23,11 +23,15 @@ struct ImportRow {
     ImportUse use;
     uint64_t failure;
     DWORD lastError;
-    const char *unitTest; ///< "Suite.Name" of the one that fails it instead; null unless no scenario reaches it
+    const char *unitTest;         ///< "Suite.Name" of the one that fails it instead; null unless no scenario reaches it
+    const char *behind = nullptr; ///< the import that fails with it, since nothing calls it otherwise; null for most
 };
 
 /// The table: every import of the library.
 const std::vector<ImportRow> &importTable();
+
+/// What the import's row says of the one behind whose failure it is called; empty for most.
+std::string failsBehind(const std::string &import);
 
 /// Which call fails: of one import, or of all that allocate.
 struct Fault {
@@ -59,19 +63,25 @@ class ImportWatch {
 
     struct Call {
         std::string import;
-        std::string what; ///< "append#2": what it is about, and the how-manieth of its kind
+        std::string what;             ///< "append#2": what it is about, and the how-manieth of its kind
+        const void *caller = nullptr; ///< where it returns to
     };
 
     /// Calls are noted, and the one of the fault fails, between these two.
     void begin(const Fault &fault);
     void end();
-    /// The calls of imports that can fail, in order, and the allocations under Fault::memory.
     /// The first allocation between begin and end was one by operator new.
     void learnAllocator();
+    /// Where operator new allocates; null as long as nobody has told.
+    const void *allocator() const;
+    void setAllocator(const void *allocator);
+    /// The calls of imports that can fail, in order, and the allocations under Fault::memory.
     std::vector<Call> calls() const;
     bool hasFailed() const { return hasFailed_; }
     /// Imports that no scenario may reach, but one has.
     std::set<std::string> unexpected() const;
+    /// Imports that can be made to fail, but have not been by any watch of this process.
+    static std::set<std::string> neverFailed();
 
     Holdings holdings() const;
 
@@ -108,6 +118,7 @@ class ImportWatch {
     bool isNoting_ = false;
     bool hasFailed_ = false;
     Fault fault_;
+    std::string inTheWay_;                 ///< the import that fails with the fault's
     const void *firstAllocator_ = nullptr; ///< where the library first asked for memory since begin
     const void *allocator_ = nullptr;      ///< where operator new does
     int failable_ = 0;                     ///< calls so far of what the fault is about

@@ -1,5 +1,6 @@
-// Every import that the shipped library calls while it is being loaded fails in turn, once and for good. The loader
-// tells of a library when its import table is filled and before any of its code runs: then the watch steps in.
+// Every import that the shipped library calls while it is being loaded or unloaded fails in turn, once and for good.
+// The loader tells of a library when its import table is filled and before any of its code runs: then the watch steps
+// in.
 
 #include "tests/faults/FaultBench.h"
 #include "tests/faults/Watchdog.h"
@@ -39,7 +40,8 @@ using Notify = void CALLBACK(ULONG, const LoadedModule *, void *);
 /// A load of the library with a fault in it, and the end of what came of it.
 class FaultyLoad {
   public:
-    explicit FaultyLoad(const Fault &fault) : fault_(fault) {
+    /// @param allocator where operator new allocates, counted from the library's beginning; 0 when that is not known
+    explicit FaultyLoad(const Fault &fault, size_t allocator = 0) : fault_(fault), allocator_(allocator) {
         const HMODULE loader = GetModuleHandleA("ntdll.dll");
         exported<LONG NTAPI(ULONG, Notify *, void *, void **)>(loader, "LdrRegisterDllNotification")(0, notify, this,
                                                                                                      &cookie_);
@@ -53,9 +55,14 @@ class FaultyLoad {
         exported<LONG NTAPI(void *)>(GetModuleHandleA("ntdll.dll"), "LdrUnregisterDllNotification")(cookie_);
     }
 
-    void unload() {
-        if (module_ != nullptr)
-            FreeLibrary(std::exchange(module_, nullptr));
+    void unload(const Fault &fault = {}) {
+        if (module_ == nullptr)
+            return;
+        if (watch_)
+            watch_->begin(fault);
+        FreeLibrary(std::exchange(module_, nullptr));
+        if (watch_)
+            watch_->end();
     }
 
     HMODULE module() const { return module_; }
@@ -70,6 +77,8 @@ class FaultyLoad {
             return;
         if (reason == 1) {
             load.watch_ = std::make_unique<ImportWatch>(static_cast<HMODULE>(loaded->base));
+            if (load.allocator_ != 0)
+                load.watch_->setAllocator(static_cast<const char *>(loaded->base) + load.allocator_);
             load.watch_->begin(load.fault_);
         } else {
             load.watch_->forgetModule();
@@ -77,6 +86,7 @@ class FaultyLoad {
     }
 
     Fault fault_;
+    size_t allocator_;
     TemporaryFolder folder_;
     std::unique_ptr<ImportWatch> watch_;
     void *cookie_ = nullptr;
@@ -98,14 +108,15 @@ struct LoadPromise {
     const char *aftermath;
 };
 constexpr LoadPromise loadPromises[] = {
-    {"CreateMutexA", 1, never},         // the lock under which the localisation is made
-    {"CreateMutexA", 0, registered},    // the locks of alerts: who needs them meets the exception
-    {"GetModuleFileNameA", 0, later},   //
-    {"WaitForSingleObject", 0, later},  //
-    {"ReleaseMutex", 0, registered},    //
-    {"lstrcpynA", 0, unnamed},          //
-    {"GetVersionExA", 0, unregistered}, // nothing that is secured can be made
-    {"GetProcAddress", 0, registered},  // TlsAlloc, for the compiler's run time
+    {"CreateMutexA", 1, never},          // the lock under which the localisation is made
+    {"CreateMutexA", 0, registered},     // the locks of alerts: who needs them meets the exception
+    {"GetModuleFileNameA", 0, later},    //
+    {"WaitForSingleObject", 0, later},   //
+    {"ReleaseMutex", 0, registered},     //
+    {"lstrcpynA", 0, unnamed},           //
+    {"GetVersionExA", 0, unregistered},  // nothing that is secured can be made
+    {"GetModuleHandleA", 0, registered}, // the library of TlsAlloc, for the compiler's run time, which looks once more
+    {"GetProcAddress", 0, registered},   // TlsAlloc itself
 };
 
 /// For good: the first call that fails may decide more than the others.
@@ -179,14 +190,59 @@ class Loading : public testing::Test {
         isWatched_ = load.isWatched();
         if (!isWatched_)
             return;
-        EXPECT_EQ(aftermath(load, machine_), registered);
         calls_ = load.watch().calls();
+        learnAllocator(load);
+        EXPECT_EQ(aftermath(load, machine_), registered);
         load.unload();
         leftOver_ = load.watch().holdings();
+        callsOfUnloading_ = load.watch().calls();
+        EXPECT_THAT(load.watch().unexpected(), testing::IsEmpty());
     }
     ~Loading() override {
         tryingNothing();
-        std::printf("tried %s while being loaded: %d, failed: %d\n", what_, tried_, failed_);
+        std::printf("tried %s: %d, failed: %d\n", what_, tried_, failed_);
+    }
+
+    void learnAllocator(const FaultyLoad &load) {
+        load.watch().begin({});
+        exported<decltype(KalRegisterApp)>(load.module(), "KalRegisterApp")(0); // makes a logger first of all
+        load.watch().end();
+        load.watch().learnAllocator();
+        exported<decltype(KalUnregisterApp)>(load.module(), "KalUnregisterApp")(0);
+        machine_.deleteLog(brandCode);
+        allocator_ = load.watch().allocator();
+        allocatorOffset_ =
+            static_cast<size_t>(static_cast<const char *>(allocator_) - reinterpret_cast<const char *>(load.module()));
+    }
+
+    static std::set<std::string> importsOf(const std::vector<ImportWatch::Call> &calls) {
+        std::set<std::string> imports;
+        for (const ImportWatch::Call &call : calls)
+            if (call.import != Fault::memory)
+                imports.insert(call.import);
+        return imports;
+    }
+
+    /// Unloads, with or without a fault. @return what is wrong then; empty when nothing is
+    std::string unloaded(FaultyLoad &load, const Fault &fault = {}) const {
+        load.unload(fault);
+        std::string complaint;
+        if (const Holdings leftOver = load.watch().holdings(); !isNoMore(leftOver, leftOver_))
+            complaint += "; left over: " + leftOver.text() + " instead of " + leftOver_.text();
+        if (!importsOf(load.watch().calls()).contains("TlsFree"))
+            complaint += "; no thread-local slot was taken, or it was not given back";
+        for (const std::string &import : load.watch().unexpected())
+            complaint += "; unexpectedly called: " + import;
+        if (GetModuleHandleA(loadedName) != nullptr)
+            complaint += "; the library is still there";
+        if (!isLoaderFree())
+            complaint += "; the loader is not free";
+        return complaint;
+    }
+
+    void count(bool isKept) {
+        ++tried_;
+        failed_ += isKept ? 0 : 1;
     }
 
     /// Fails the nth call, n rising until there is none. @return the aftermaths
@@ -194,36 +250,48 @@ class Loading : public testing::Test {
                                    const std::function<bool(const Fault &, const std::string &)> &isPromised) {
         std::vector<std::string> all;
         for (int nth = 1;; ++nth) {
-            if (import == Fault::memory && isForComponents(nth))
-                continue;
             const Fault fault = {import, nth, forGood};
+            if (import == Fault::memory && endsTheProcess(fault))
+                continue;
             nowTrying("loading: " + import + " fails at call " + std::to_string(nth) + (forGood ? " for good" : ""));
-            FaultyLoad load(fault);
+            FaultyLoad load(fault, allocatorOffset_);
             if (!load.watch().hasFailed())
                 return all;
             all.push_back(aftermath(load, machine_));
-            load.unload();
-            const Holdings leftOver = load.watch().holdings();
-            const bool isKept = isPromised(fault, all.back()) && isNoMore(leftOver, leftOver_) && isLoaderFree() &&
-                                GetModuleHandleA(loadedName) == nullptr;
-            ++tried_;
-            failed_ += isKept ? 0 : 1;
+            const std::string complaint = unloaded(load);
+            const bool isKept = isPromised(fault, all.back()) && complaint.empty();
+            count(isKept);
             EXPECT_TRUE(isKept) << import << " fails at call " << nth << (forGood ? " for good: " : " once: ")
-                                << all.back() << "; left over: " << leftOver.text() << " instead of "
-                                << leftOver_.text();
+                                << all.back() << complaint;
         }
     }
 
-    /// Whether an allocation is for the name of a component of the log, behind the first lock and before the others: an
-    /// exception leaves the static construction there and ends the process, as an exception there does.
-    bool isForComponents(int nth) const {
+    /// The same while being unloaded. @return how often one failed
+    int sweepUnloading(const std::string &import, bool forGood) {
+        for (int nth = 1;; ++nth) {
+            nowTrying("unloading: " + import + " fails at call " + std::to_string(nth) + (forGood ? " for good" : ""));
+            FaultyLoad load({});
+            EXPECT_EQ(aftermath(load, machine_), registered);
+            const std::string complaint = unloaded(load, {import, nth, forGood});
+            if (!load.watch().hasFailed())
+                return nth - 1;
+            count(complaint.empty());
+            EXPECT_EQ(complaint, "") << import << " fails at call " << nth << (forGood ? " for good" : " once");
+        }
+    }
+
+    /// Whether memory is missing for the name of a component of the log, behind the first lock and before the others:
+    /// an exception leaves the static construction there and ends the process, as an exception there does. When memory
+    /// stays out, that is so wherever it runs out before.
+    bool endsTheProcess(const Fault &fault) const {
         int memory = 0;
         int locks = 0;
         for (const ImportWatch::Call &call : calls_) {
             locks += call.import == "CreateMutexA" ? 1 : 0;
-            memory += call.import == Fault::memory ? 1 : 0;
-            if (memory == nth)
-                return locks == 1;
+            const bool canFail = call.import == Fault::memory && (!fault.forGood || call.caller == allocator_);
+            memory += canFail ? 1 : 0;
+            if (memory == fault.nth)
+                return fault.forGood ? locks <= 1 : locks == 1;
         }
         return false;
     }
@@ -231,8 +299,11 @@ class Loading : public testing::Test {
     PrivateMachine machine_;
     bool isWatched_ = false;
     std::vector<ImportWatch::Call> calls_;
+    std::vector<ImportWatch::Call> callsOfUnloading_;
+    const void *allocator_ = nullptr; ///< where operator new allocated, in the load of calls_
+    size_t allocatorOffset_ = 0;
     Holdings leftOver_;
-    const char *what_ = "failing imports";
+    const char *what_ = "failing imports while being loaded";
     int tried_ = 0;
     int failed_ = 0;
 };
@@ -246,10 +317,7 @@ class Loading : public testing::Test {
 TEST_F(Loading, EachImportThatItCallsFails) {
     KAL_NEEDS_WATCH();
     const auto isPromised = [](const Fault &fault, const std::string &seen) { return seen == promiseOf(fault); };
-    std::set<std::string> imports;
-    for (const ImportWatch::Call &call : calls_)
-        if (call.import != Fault::memory)
-            imports.insert(call.import);
+    const std::set<std::string> imports = importsOf(calls_);
     for (const LoadPromise &promise : loadPromises)
         EXPECT_EQ(imports.count(promise.import), 1u) << promise.import << " is not called";
     for (const std::string &import : imports)
@@ -257,13 +325,23 @@ TEST_F(Loading, EachImportThatItCallsFails) {
             EXPECT_FALSE(sweep(import, forGood, isPromised).empty()) << import;
 }
 
-TEST_F(Loading, MemoryRunsOut) {
-    what_ = "out of memory";
+TEST_F(Loading, EachImportThatItCallsAtItsEndFails) {
+    what_ = "failing imports while being unloaded";
     KAL_NEEDS_WATCH();
-    const auto seen = sweep(Fault::memory, false, [](const Fault &, const std::string &aftermath) {
-        return aftermath == registered || aftermath == later;
-    });
-    EXPECT_THAT(seen, testing::Contains(later));
+    for (const std::string &import : importsOf(callsOfUnloading_))
+        for (const bool forGood : {false, true})
+            EXPECT_GT(sweepUnloading(import, forGood), 0) << import;
+}
+
+TEST_F(Loading, MemoryRunsOut) {
+    what_ = "out of memory while being loaded";
+    KAL_NEEDS_WATCH();
+    for (const bool forGood : {false, true}) {
+        const auto seen = sweep(Fault::memory, forGood, [](const Fault &, const std::string &aftermath) {
+            return aftermath == registered || aftermath == later;
+        });
+        EXPECT_THAT(seen, testing::Contains(later));
+    }
 }
 
 } // namespace
