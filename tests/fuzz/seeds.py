@@ -47,6 +47,7 @@ RECORDING = """{"recording":"comc.dll","format":1,"process":7,"program":"p","ser
 """
 VALUES = ["null", '"t\\n"', "7", '{"length":1,"hex":"a5"}', '{"length":40,"sha256":"00","pieces":1}', '{"output":true}',
           '{"callback":1}', '{"address":"00"}']
+NO_VALUES = ['{"length":1,"hex":"a"}', '{"length":1,"hex":7}', '{"length":1,"sha256":7}', "-1", "[]"]
 
 
 def recording(value, edit=("", "")):
@@ -106,6 +107,7 @@ SEEDS = {
     "recordings": [
         *(bytes([choice]) + text(pieced(recording(value))) + pieced(recording("null")).encode()
           for choice, value in zip((0, 2, 4, 8, 6, 0, 2, 0), VALUES)),
+        *(b"\0" + text(pieced(recording(value))) for value in NO_VALUES),
         b"\1" + text(recording("7")) + recording("8").encode(),
         b"\0" + text(pieced(recording("7", ('"handle":5', '"a\\nb":5')))),
         b"\0" + text(pieced(recording("7", ('"time":2', '"time":9223372036854775807')))),
