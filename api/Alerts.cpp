@@ -5,6 +5,7 @@
 #include "api/AlertStore.h"
 #include "api/CallFrame.h"
 #include "api/DeviceProperties.h"
+#include "api/PropertyText.h"
 #include "api/kal.h"
 #include "platform/MadeAtLoad.h"
 #include "platform/Mutex.h"

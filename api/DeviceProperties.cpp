@@ -1,6 +1,7 @@
 #include "api/DeviceProperties.h"
 
 #include "api/PortType.h"
+#include "api/PropertyText.h"
 #include "api/kal.h"
 #include "service/OrxClient.h"
 #include "service/PropertyDescriptor.h"
@@ -13,8 +14,7 @@ TextProperty readTextProperty(OrxClient &client, uint32_t handle, const char *de
     std::memset(room, 0, size);
     uint32_t length = 0;
     const uint32_t code = client.GetStringPrinter(handle, descriptor, room, size, &length);
-    // The terminator decides, not the reported length: the service need not count it, nor have room for it.
-    return {code, code == 0 ? std::string_view(room, strnlen(room, size)) : std::string_view()};
+    return {code, code == 0 ? propertyText({room, size}) : std::string_view()};
 }
 
 uint32_t queryPortType(OrxClient &client, uint32_t handle) {

@@ -20,8 +20,4 @@ struct TextProperty {
 /// The port-type code of a printer, from its transport; that of USB when the transport cannot be read.
 [[nodiscard]] uint32_t queryPortType(OrxClient &client, uint32_t handle);
 
-/// The values of the property "Device".
-inline constexpr std::string_view cpdPrinter = "CpdPrinter";
-inline constexpr std::string_view bpdPrinter = "BpdPrinter";
-
 } // namespace kal

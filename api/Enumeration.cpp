@@ -2,6 +2,7 @@
 #include "api/CallFrame.h"
 #include "api/DeviceProperties.h"
 #include "api/PortInformation.h"
+#include "api/PropertyText.h"
 #include "api/kal.h"
 #include "service/OrxClient.h"
 #include "service/PropertyDescriptor.h"

@@ -88,6 +88,9 @@ SEEDS = {
         struct.pack("<IIHB6s", 0xFFF, port_type, 0x6001, 0, b"123456") + text(transport) + text("LPT1") + b"n" * length
         for transport, port_type in (("ipV4", 2), ("HBN3", 0x200), ("USB1", 0x400), ("PAR1", 0x800), ("?", 4095))
         for length in (0, 159, 160, 300)
+    ] + [
+        struct.pack("<IIHB6s", 0xFFF, 2, 0x6001, 0, b"123456") + text(each) + text(b"")
+        for each in (b"CpdPrinter", b"BpdPrinter", b"CpdPrinter1", b"CpdPrinter\0rest", b"", b"n" * 260)
     ],
     "names": [
         text("C:\\Windows\\kalclient.dll") + b"Machine",

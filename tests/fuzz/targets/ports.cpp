@@ -1,6 +1,7 @@
 // What the service says about a found printer: transport name, port name, numbers; and the record made of it.
 #include "api/PortInformation.h"
 #include "api/PortType.h"
+#include "api/PropertyText.h"
 #include "api/kal.h"
 #include "tests/fuzz/Input.h"
 
@@ -9,6 +10,16 @@
 namespace {
 
 constexpr uint32_t knownPortTypes[] = {KAL_PORT_TYPE_UNSPECIFIED, NETTYPE_RHOA, NETTYPEUSB, NETTYPE_LOCAL, NETTYPE_IP};
+
+/// What stands in a room of that size which the service filled, up to its end or not.
+void checkText(const std::string &written, size_t roomSize) {
+    std::vector<char> room(roomSize);
+    std::copy_n(written.begin(), std::min(written.size(), roomSize), room.begin());
+    const std::string_view text = kal::propertyText(room);
+    fuzz::require(text.data() == room.data() && text.size() <= room.size(), "a text lies in its room");
+    fuzz::require(text.find('\0') == text.npos, "a text has no terminator within");
+    fuzz::require(text.size() == room.size() || room[text.size()] == 0, "a text ends where the service ended it");
+}
 
 void checkRecord(const kal::FoundPrinter &printer, const std::string &secondName) {
     const size_t size = kal::portInformationSize(secondName);
@@ -45,6 +56,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     const std::string name = input.text();
     printer.name = name;
 
+    for (const size_t roomSize : {size_t{11}, size_t{20}, size_t{256}, size_t{260}}) {
+        checkText(transport, roomSize);
+        checkText(name, roomSize);
+    }
     printer.portType = kal::portTypeOfTransport(transport);
     fuzz::require(std::ranges::find(knownPortTypes, printer.portType) != std::end(knownPortTypes),
                   "a transport has a known port type");
