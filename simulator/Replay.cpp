@@ -179,9 +179,10 @@ class Replay {
             reinterpret_cast<OrxEnumCallback>(function)(handle);
         } else if (callback.begin.callbackKind == spy::callbackName(ArgumentKind::alertCallback)) {
             const auto alert = bytesOf(values, "alert", callback.arguments);
+            const auto length = numberOf(values, "length");
             reinterpret_cast<OrxAlertCallback>(function)(
                 handle, alert ? reinterpret_cast<const std::uint8_t *>(alert->data()) : nullptr,
-                numberOf(values, "length"));
+                alert ? std::min(length, static_cast<std::uint32_t>(alert->size())) : length); // pieces may be missing
         } else {
             const auto flag = numberOf(values, "endOfJobFlag");
             const bool hasFlag = values.contains("endOfJobFlag") && values["endOfJobFlag"].is_number();

@@ -104,6 +104,21 @@ TEST_F(Session, AlertsAreReplayedAtTheirPlace) {
     EXPECT_EQ(after[0]["bytes"], before[0]["bytes"]);
 }
 
+TEST_F(Session, AlertIsReplayedNoLongerThanItsBytes) {
+    const std::string watch = "watch 3 --count 1 --seconds 30 --json";
+    ToolRun field;
+    const auto recorded = record("field", watch, field);
+    auto text = readFile(recorded.substr(1, recorded.size() - 2));
+    const std::string told = "},\"length\":";
+    const auto place = text.find(told, text.find("\"alert\":{"));
+    ASSERT_NE(place, std::string::npos) << text;
+    text.insert(place + told.size(), "4");
+    replay(file("longer.jsonl", text));
+    const auto desk = kal(watch);
+    ASSERT_THAT(desk.jsonLines(), SizeIs(1)) << desk.error;
+    EXPECT_EQ(desk.jsonLines()[0]["bytes"], field.jsonLines()[0]["bytes"]);
+}
+
 TEST_F(Session, CallThatWasNotRecordedFailsAndIsTold) {
     ToolRun field;
     replay(record("field", "status 3", field));
