@@ -186,7 +186,10 @@ void measureFloors(Tally &tally, const json &required, const std::set<std::strin
 int run(const char *requiredPath, const char *interfacePath) {
     std::ifstream requiredFile(requiredPath);
     const json required = json::parse(requiredFile);
-    const auto ignored = required.at("ignored").get<std::set<std::string>>();
+    std::set<std::string> ignored;
+    for (const auto &entry : required.at("ignored").items()) {
+        ignored.insert(entry.key());
+    }
     std::ifstream interfaceFile(interfacePath);
     const std::vector<std::string> tableOffences = offences(required, json::parse(interfaceFile).at("exports"));
     for (const std::string &offence : tableOffences) {
