@@ -48,6 +48,8 @@ RECORDING = """{"recording":"comc.dll","format":1,"process":7,"program":"p","ser
 VALUES = ["null", '"t\\n"', "7", '{"length":1,"hex":"a5"}', '{"length":40,"sha256":"00","pieces":1}', '{"output":true}',
           '{"callback":1}', '{"address":"00"}']
 NO_VALUES = ['{"length":1,"hex":"a"}', '{"length":1,"hex":7}', '{"length":1,"sha256":7}', "-1", "[]"]
+EDITS = [('"handle":5', '"a\\nb":5'), ('"time":2', '"time":9223372036854775807'), (',"number":3', ',"number":3,"within":2'),
+         ('"result":0', '"raised":true'), ("OrxGetCachePrinter", "OrxOpenPrinter")]
 
 
 def recording(value, edit=("", "")):
@@ -107,17 +109,14 @@ SEEDS = {
     "log_lines": [bytes([12, 0]) + LOG, bytes([255, 1]) + LOG.replace(b"pid=0a3c ", b"")],
     "timeline": [LOG, LOG.replace(b"2024/03/05-14:07:09.050", b"2024/03/05-12:07:09.050"), LOG.replace(b"tid=0b04 ", b"")],
     "configuration": [CONFIGURATION, '{"printers":[]}', "[" * 70, '{"printers": 1,\n "a": 1e9}', "\ufeff{}"],
+    # Read, compared and replayed (0); shown (16), by filters (2, 4, 8), too.
     "recordings": [
-        *(bytes([choice]) + text(pieced(recording(value))) + pieced(recording("null")).encode()
-          for choice, value in zip((0, 2, 4, 8, 6, 0, 2, 0), VALUES)),
-        *(b"\0" + text(pieced(recording(value))) for value in NO_VALUES),
-        b"\1" + text(recording("7")) + recording("8").encode(),
-        b"\0" + text(pieced(recording("7", ('"handle":5', '"a\\nb":5')))),
-        b"\0" + text(pieced(recording("7", ('"time":2', '"time":9223372036854775807')))),
-        b"\0" + text(pieced(recording("7", (',"number":3', ',"number":3,"within":2')))),
-        b"\0" + text(pieced(recording("7", ('"result":0', '"raised":true')))),
-        b"\0" + text(pieced(recording("7")[:-30])),
-        b"\0" + text(pieced(recording("7", ("OrxGetCachePrinter", "OrxOpenPrinter")))),
+        *(bytes([choice]) + text(pieced(recording(value, edit))) + pieced(recording("null")).encode()
+          for choice in (0, 16)
+          for value, edit in [(value, ("", "")) for value in VALUES + NO_VALUES] + [("7", edit) for edit in EDITS]),
+        *(bytes([choice]) + text(pieced(recording("7"))) for choice in (18, 20, 24, 22)),
+        *(bytes([choice]) + text(recording("7")) + recording("8").encode() for choice in (1, 17)),
+        *(bytes([choice]) + text(pieced(recording("7")[:-30])) for choice in (0, 16)),
     ],
     "typed_text": [
         struct.pack("<I", 65535) + each

@@ -200,7 +200,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     if ((choices & 8) != 0) {
         filter.thread = 9;
     }
-    checkShown(text, filter);
+    // One of the two for each input: the other half of the time finds more with other inputs.
+    if ((choices & 16) != 0) {
+        checkShown(text, filter);
+        return 0;
+    }
     std::string problem;
     const auto left = readWhole(text, problem);
     checkSimulatorsReading(text, problem);
