@@ -14,7 +14,13 @@ case $kind in
   *) echo "usage: $0 BUILD_DIR replay|fuzzer|bare" >&2; exit 2 ;;
 esac
 command -v "$compiler" >/dev/null || { echo "$compiler is missing: install $packages" >&2; exit 2; }
-[ -f "$folder/build.ninja" ] ||
-  cmake -G Ninja -S "$here/native" -B "$folder" -DCMAKE_CXX_COMPILER="$compiler" -DKAL_FUZZER="$fuzzer" -DKAL_SANITIZE="$sanitize" >&2
-cmake --build "$folder" >&2
+mkdir -p "$folder"
+exec {lock}>"$folder/lock" # one build of a folder at a time: the proof begins it ahead of who needs it
+flock "$lock"
+log=$folder/build.log
+{
+  [ -f "$folder/build.ninja" ] ||
+    cmake -G Ninja -S "$here/native" -B "$folder" -DCMAKE_CXX_COMPILER="$compiler" -DKAL_FUZZER="$fuzzer" -DKAL_SANITIZE="$sanitize"
+  cmake --build "$folder"
+} >"$log" 2>&1 || { grep -E 'FAILED|[Ee]rror|undefined reference' "$log" | head -n 40 >&2; exit 1; }
 echo "$folder"

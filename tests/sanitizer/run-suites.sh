@@ -91,9 +91,12 @@ run_program() {
   failed=$(wc -l <"$work/$program.failed")
   absent=$(wc -l <"$work/$program.absent")
   reports=$(grep -caE "$report" "$log" || true)
-  # A program that ended before its tests did, or badly after them.
-  [ -n "$tests" ] && { [ "$code" -eq 0 ] || [ "$code" -eq 1 ] && [ $((failed + absent)) -gt 0 ] || [ "$reports" -gt 0 ]; } ||
+  # A program that ended before its tests did, or badly after them: 1 is what failed tests end with.
+  local expected=0
+  [ $((failed + absent)) -eq 0 ] || expected=1
+  if [ -z "$tests" ] || { [ "$code" -ne $expected ] && [ "$reports" -eq 0 ]; }; then
     failed=$((failed + 1))
+  fi
   [ -z "$old" ] || failed=$((failed + 1))
   printf '%s\t%d\t%d\t%d\n' "$program" "$((${tests:-0} - absent))" "$failed" "$reports" >>"$work/verdicts"
   printf '%-27s %4d tests, %d failed, %d reports, %d s\n' "$program" "$((${tests:-0} - absent))" "$failed" "$reports" \

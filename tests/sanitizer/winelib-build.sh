@@ -20,6 +20,8 @@ done
 # ccache does not know wineg++ by its name.
 export CCACHE_COMPILERTYPE=gcc
 mkdir -p "$folder"
+exec {lock}>"$folder/lock" # one build of a folder at a time: the proof begins it ahead of who needs it
+flock "$lock"
 log=$folder/build.log
 {
   [ -f "$folder/build.ninja" ] ||
@@ -27,5 +29,5 @@ log=$folder/build.log
       -DCMAKE_CXX_COMPILER=wineg++ -DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY
   cmake --build "$folder" --parallel "${KAL_JOBS:-$(nproc)}" -- -k 0
   ninja -C "$folder" -t cleandead # programs that are no more
-} >"$log" 2>&1 || { grep -E 'FAILED|error|undefined reference' "$log" | head -n 40 >&2; exit 1; }
+} >"$log" 2>&1 || { grep -E 'FAILED|[Ee]rror|undefined reference' "$log" | head -n 40 >&2; exit 1; }
 echo "$folder"
