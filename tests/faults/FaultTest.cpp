@@ -373,6 +373,8 @@ class Report : public testing::Environment {
         if (isWhole()) {
             EXPECT_THAT(ImportWatch::neverFailed(), testing::IsEmpty()) << "imports that were never made to fail";
             EXPECT_THAT(unusedPromises(), testing::IsEmpty()) << "consequences that nothing had";
+            for (const Mode mode : {Mode::once, Mode::forGood, Mode::outOfMemory, Mode::outOfMemoryForGood})
+                EXPECT_GT(tallies[nameOf(mode)].tried, 0) << nameOf(mode);
         }
         for (const auto &[name, tally] : tallies)
             std::printf("tried %s: %d, failed: %d\n", name.c_str(), tally.tried, tally.failed);

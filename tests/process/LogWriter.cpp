@@ -3,9 +3,8 @@
 //   log_writer FOLDER LIBRARY THREADS CALLS         every thread makes its calls, numbered by their handle from 1 on
 //   log_writer FOLDER LIBRARY THREADS CALLS stall   as before, until the first line is to be written: then it stays
 //                                                   there, with the log's lock held, and says so by the event "holding"
-//   log_writer FOLDER LIBRARY THREADS CALLS pause   as before, resting after each step of writing a line, so that an
-//   end
-//                                                   from outside finds it between any two of them
+//   log_writer FOLDER LIBRARY THREADS CALLS pause   as before, resting after each step of writing a line, so that
+//                                                   an end from outside finds it between any two of them
 #include "api/kal.h"
 #include "tests/process/LogProcesses.h"
 #include "tests/support/ImportHook.h"

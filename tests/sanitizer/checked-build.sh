@@ -64,6 +64,7 @@ code=0
 rm -rf "$checked/results"
 ctest --test-dir "$checked" --parallel "${KAL_JOBS:-$(nproc)}" --output-on-failure --label-regex '^(unit|contract)$' "$@" \
   >"$checked/ctest.log" 2>&1 || code=$?
+"$root/tests/support/unended" "$checked" || blind=$((blind + 1))
 log=$checked/Testing/Temporary/LastTest.log
 # A report counts even where a test expects its program to end badly.
 reports=$(grep -caE "$report" "$log" || true)

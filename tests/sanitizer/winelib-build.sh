@@ -27,7 +27,7 @@ log=$folder/build.log
   [ -f "$folder/build.ninja" ] ||
     cmake -G Ninja -S "$here/winelib" -B "$folder" -DKAL_SANITIZER="$sanitizer" -DCMAKE_C_COMPILER=winegcc \
       -DCMAKE_CXX_COMPILER=wineg++ -DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY
-  cmake --build "$folder" --parallel "${KAL_JOBS:-$(nproc)}" -- -k 0
-  ninja -C "$folder" -t cleandead # programs that are no more
+  cmake --build "$folder" --parallel "${KAL_JOBS:-$(nproc)}" -- -k 0 &&
+    ninja -C "$folder" -t cleandead # programs that are no more
 } >"$log" 2>&1 || { grep -E 'FAILED|[Ee]rror|undefined reference' "$log" | head -n 40 >&2; exit 1; }
 echo "$folder"
