@@ -15,8 +15,6 @@ case $kind in
 esac
 command -v "$compiler" >/dev/null || { echo "$compiler is missing: install $packages" >&2; exit 2; }
 mkdir -p "$folder"
-exec {lock}>"$folder/lock" # one build of a folder at a time: the proof begins it ahead of who needs it
-flock "$lock"
 log=$folder/build.log
 {
   [ -f "$folder/build.ninja" ] ||

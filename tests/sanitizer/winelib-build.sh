@@ -20,8 +20,6 @@ done
 # ccache does not know wineg++ by its name.
 export CCACHE_COMPILERTYPE=gcc
 mkdir -p "$folder"
-exec {lock}>"$folder/lock" # one build of a folder at a time: the proof begins it ahead of who needs it
-flock "$lock"
 log=$folder/build.log
 {
   [ -f "$folder/build.ninja" ] ||
