@@ -88,7 +88,7 @@ TEST_F(Printing, EveryFinishedDocumentIsWholeWhereverProcessesEnd) {
     std::mt19937 random(seed);
     std::printf("seed of the sudden ends: %u\n", seed);
     size_t finishedByVictims = 0;
-    int ended = 0, endedInMidJob = 0, rounds = 0, outlived = 0;
+    int ended = 0, endedInMidJob = 0, outlived = 0;
     for (; ended < ends; ended += victimsAtOnce) {
         std::vector<std::unique_ptr<ChildProcess>> victims;
         for (int number = 0; number < victimsAtOnce; ++number)
@@ -100,7 +100,6 @@ TEST_F(Printing, EveryFinishedDocumentIsWholeWhereverProcessesEnd) {
             Sleep(random() % 20);
             victim->end();
         }
-        ++rounds;
         outlived += staying->isRunning() ? 1 : 0;
         ASSERT_EQ(staying->exitCode(), 0u);
         ASSERT_TRUE(ready.wait(patience));
@@ -114,6 +113,7 @@ TEST_F(Printing, EveryFinishedDocumentIsWholeWhereverProcessesEnd) {
             endedInMidJob += entry.path().extension() == ".part";
         std::filesystem::remove_all(spool);
     }
+    const int rounds = ended / victimsAtOnce;
     std::printf(
         "%d sudden ends, %d of them in mid-job, %zu documents were finished before; the others went on behind them "
         "in %d of %d rounds\n",

@@ -183,7 +183,7 @@ TEST_F(SharedLog, HoldsWholeLinesWhereverProcessesEnd) {
     const unsigned seed = suddenEndSeed();
     std::mt19937 random(seed);
     std::printf("seed of the sudden ends: %u\n", seed);
-    int ended = 0, endedAmidACall = 0, rounds = 0, outlived = 0;
+    int ended = 0, endedAmidACall = 0, outlived = 0;
     for (; ended < ends; ended += victimsAtOnce) {
         holdBack();
         for (int number = 0; number < victimsAtOnce; ++number)
@@ -196,7 +196,6 @@ TEST_F(SharedLog, HoldsWholeLinesWhereverProcessesEnd) {
             Sleep(random() % 8);
             writers[static_cast<size_t>(number)]->end();
         }
-        ++rounds;
         outlived += staying.isRunning() ? 1 : 0;
         ASSERT_EQ(staying.exitCode(), 0u);
         const LinesByThread lines = linesByThread();
@@ -216,6 +215,7 @@ TEST_F(SharedLog, HoldsWholeLinesWhereverProcessesEnd) {
         writers.clear();
         std::filesystem::remove(folder / logName);
     }
+    const int rounds = ended / victimsAtOnce;
     std::printf(
         "%d sudden ends, %d of them amid the lines of a call; the others went on behind them in %d of %d rounds\n",
         ended, endedAmidACall, outlived, rounds);
