@@ -315,6 +315,13 @@ TEST_F(PrintJob, WriteOfNullCountAsksNobody) {
     EXPECT_THAT(log(), Contains("KalWrite() byteCount = NULL"));
 }
 
+TEST_F(PrintJob, WriteOfNullCountIsTracedAsOneOfNoBytes) {
+    uint32_t requested = 10;
+    kal.KalWrite(0, fitting, 0, nullptr, &requested);
+    kal.KalWrite(0, fitting, 0, "x", nullptr);
+    EXPECT_THAT(log(), Contains(testing::ContainsRegex("^\\+KalWrite.* byteCount=0 totalByteCount=10$")));
+}
+
 TEST_F(PrintJob, NullArgumentsAreErrors) {
     unregisterApp();
     machine.setLogger("startLog", 0);

@@ -166,6 +166,13 @@ TEST(MessageText, FillAddsOneCharacterManyTimes) {
     EXPECT_EQ(text.str(), std::string(600, ' '));
 }
 
+TEST(MessageText, FillThatLeavesTheRoomFollowsWhatStandsThere) {
+    for (const size_t length : {500, 503, 504, 505, 510, 511, 512}) {
+        const std::string piece(length, 'x');
+        EXPECT_EQ(composed(piece, PaddedNumber{7, 9}, "end"), piece + "000000007end") << length;
+    }
+}
+
 TEST(MessageText, FillBehindTextThatHasLeftTheRoomFollowsIt) {
     const std::string piece(3000, 'x');
     EXPECT_EQ(composed(piece, PaddedNumber{7, 4}), piece + "0007");

@@ -3,6 +3,7 @@
 #include "logging/FunctionTrace.h"
 #include "logging/LogMessage.h"
 #include "settings/Localize.h"
+#include "tests/support/ImportHook.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/unit/logging/ScriptedLogger.h"
 #include "tests/unit/platform/FailingCall.h"
@@ -80,6 +81,18 @@ TEST_F(ProcessLogger, SecondCreationKeepsTheFirst) {
     const BasicLogger *first = &BasicLogger::getInstance();
     Logger::createInstance();
     EXPECT_EQ(&BasicLogger::getInstance(), first);
+}
+
+TEST_F(ProcessLogger, SecondCreationMakesNoLock) {
+    Logger::createInstance();
+    int made = 0;
+    const ImportHook<"CreateMutexA", HANDLE(SECURITY_ATTRIBUTES *, BOOL, const char *)> lock(
+        GetModuleHandleA(nullptr), [&](SECURITY_ATTRIBUTES *attributes, BOOL isOwned, const char *name) {
+            ++made;
+            return lock.original(attributes, isOwned, name);
+        });
+    Logger::createInstance();
+    EXPECT_EQ(made, 0);
 }
 
 TEST_F(ProcessLogger, SecondDestructionDoesNothing) {

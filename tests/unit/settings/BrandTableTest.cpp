@@ -43,6 +43,21 @@ TEST(BrandTable, ProductKeyNamesAreSingleNonEmptyNames) {
     }
 }
 
+TEST(BrandTable, ProductKeyNamesAreThoseOfTheirCodes) {
+    const std::map<std::string_view, std::string_view> names = {
+        {"ka", "Kalder Print Services"}, {"al", "Alvane Devices"},    {"be", "Bellmont Office"},
+        {"co", "Corvida Imaging"},       {"de", "Deltine Systems"},   {"fa", "Farrow Works"},
+        {"gl", "Glenmoor Printing"},     {"ha", "Halden Graphics"},   {"in", "Inverra Output"},
+        {"li", "Linsey Document"},       {"mo", "Morrane Solutions"}, {"or", "Orrin Print"},
+        {"pe", "Pellan Business"},       {"su", "Surrel Equipment"},  {"te", "Tessaly Machines"}};
+    for (const BrandRow &row : brandTable()) {
+        if (row.recognised != 0 || row.code == "in")
+            EXPECT_EQ(row.productKeyName, names.at(row.code));
+        else
+            EXPECT_EQ(row.productKeyName, "Orrin Classic"); // the first of the code that stands twice
+    }
+}
+
 TEST(BrandTable, SomeRowIsNotRecognised) {
     EXPECT_TRUE(std::ranges::any_of(brandTable(), [](const BrandRow &row) { return row.recognised == 0; }));
 }

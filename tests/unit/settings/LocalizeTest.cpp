@@ -1,6 +1,7 @@
 #include "settings/Localize.h"
 
 #include "settings/KeyPaths.h"
+#include "tests/support/ImportHook.h"
 #include "tests/unit/platform/Thrown.h"
 #include "tests/unit/platform/VirtualTable.h"
 #include "tests/unit/settings/ModuleName.h"
@@ -40,7 +41,7 @@ struct InstanceHistory {
         {
             ModuleName name(ownName);
             Localize::createInstance(otherModule);
-            Localize::destroyInstance();
+            destroyInstance();
         }
         afterDestruction = textThrownByGetInstance();
 
@@ -57,6 +58,23 @@ struct InstanceHistory {
         nameReadsOfALaterCreation = name.calls() - nameReadsOfEightCreations;
     }
 
+    /// Where the program has no import of its own for it (not a PE file), LeakSanitizer looks.
+    void destroyInstance() {
+        const HMODULE program = GetModuleHandleA(nullptr);
+        if (findImport(program, "free") == nullptr) {
+            Localize::destroyInstance();
+            isFreed = true;
+            return;
+        }
+        const Localize *const instance = &Localize::getInstance();
+        const ImportHook<"free", void(void *)> memory(program, [&](void *block) {
+            isFreed = isFreed || block == instance;
+            memory.original(block);
+        });
+        Localize::destroyInstance();
+    }
+
+    bool isFreed = false;
     std::string beforeCreation, afterFailure, afterDestruction;
     Thrown failedCreation;
     int nameReadsOfEightCreations = 0, nameReadsOfALaterCreation = 0;
@@ -134,6 +152,10 @@ TEST(LocalizeInstance, FailedCreationLeavesNone) {
 TEST(LocalizeInstance, DestructionLeavesNoneUntilTheNextCreation) {
     EXPECT_EQ(history().afterDestruction, notCreated);
     EXPECT_EQ(history().first->module(), someModule);
+}
+
+TEST(LocalizeInstance, DestructionFreesIt) {
+    EXPECT_TRUE(history().isFreed);
 }
 
 TEST(LocalizeInstance, LaterCreationTriesAgain) {

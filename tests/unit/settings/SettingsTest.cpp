@@ -3,6 +3,7 @@
 #include "platform/Exception.h"
 #include "settings/KeyPaths.h"
 #include "settings/Localize.h"
+#include "tests/support/ImportHook.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/unit/platform/FailingCall.h"
 #include "tests/unit/platform/VirtualTable.h"
@@ -223,6 +224,21 @@ TEST_F(ProductSettings, StoresStayAtZero) {
 TEST_F(ProductSettings, MissingStoresAreRemovedQuietly) {
     settings.write("Settings\\", "DeleteStoreOnUninstall", 1u, localRoot);
     EXPECT_NO_THROW(EXPECT_TRUE(settings.removeStores()));
+}
+
+TEST_F(ProductSettings, OfTheNetworkPrintersAHundredAreListedBeforeStoresAreRemoved) {
+    for (int number = 0; number < 103; ++number)
+        makeKey(own.shared("Ip1\\Settings\\" + std::to_string(number)));
+    settings.write("Settings\\", "DeleteStoreOnUninstall", 1u, localRoot);
+    int listed = 0;
+    const ImportHook<"RegEnumKeyExA", EnumKeySignature> list(
+        GetModuleHandleA(nullptr), [&](HKEY key, DWORD index, char *name, DWORD *size, DWORD *reserved, char *kind,
+                                       DWORD *kindSize, FILETIME *time) {
+            ++listed;
+            return list.original(key, index, name, size, reserved, kind, kindSize, time);
+        });
+    EXPECT_TRUE(settings.removeStores());
+    EXPECT_EQ(listed, 100);
 }
 
 TEST_F(ProductSettings, StoresAreNotRemovedFromARegistryThatCannotBeListed) {
