@@ -1,15 +1,12 @@
 #include "api/CallFrame.h"
-#include "api/Library.h"
 #include "api/ServiceBinding.h"
 #include "api/kal.h"
 #include "logging/Logger.h"
 #include "platform/CriticalSection.h"
 #include "service/OrxClient.h"
 
-#include <atomic>
 #include <cstring>
 #include <mutex>
-#include <new>
 
 namespace kal {
 
@@ -20,86 +17,18 @@ uint32_t initializeCount = 0;
 constexpr size_t clientNameSize = 260;
 char clientName[clientNameSize];
 
-std::atomic<OrxClient *> orxClient = nullptr;
-std::atomic<bool> registrationRefused = false;
-
-std::atomic<uint32_t> callbacksInside = 0;
-std::atomic<bool> callbacksLockedOut = false;
-
 template <class... Pieces>
 void logRegistration(const Pieces &...pieces) noexcept {
     logMessage(legacyClient(), logLevel::registration, pieces...);
 }
 
-/// Under the registration lock, while the count is 0. A Win32Exception is logged under the message, if there is one,
-/// and leaves everything as it was. @return whether both were made
-bool makeLoggerAndBinding(const char *serverName, const char *exceptionMessage) {
-    try {
-        Logger::createInstance();
-        orxClient = new OrxClient(libraryModule(), serverName, false); // the process's until the last unregistration
-        return true;
-    } catch (const Win32Exception &exception) {
-        if (exceptionMessage != nullptr) {
-            logError(exceptionMessage, exception.code()); // needs the logger: before it goes
-        }
-        Logger::destroyInstance();
-        return false;
-    } catch (const std::bad_alloc &) {
-        Logger::destroyInstance();
-        throw;
-    }
-}
-
-void destroyBinding() noexcept {
-    delete orxClient.load();
-    orxClient = nullptr;
-}
-
 /// Under the registration lock. Counts a registration that succeeded.
 uint32_t countRegistration() noexcept {
-    registrationRefused = false;
+    refuseRegistration(false);
     return ++initializeCount;
 }
 
-/// Closes the library to callbacks and waits for those that are inside. They are short: they ask the service for a
-/// property and post a message.
-class CallbackLockout {
-  public:
-    CallbackLockout() noexcept {
-        callbacksLockedOut = true;
-        while (callbacksInside != 0) {
-            Sleep(1);
-        }
-    }
-    CallbackLockout(const CallbackLockout &) = delete;
-    CallbackLockout &operator=(const CallbackLockout &) = delete;
-    ~CallbackLockout() { callbacksLockedOut = false; }
-};
-
 } // namespace
-
-OrxClient *serviceBinding() noexcept {
-    return orxClient.load(std::memory_order_acquire);
-}
-
-bool isRegistrationRefused() noexcept {
-    return registrationRefused.load(std::memory_order_relaxed);
-}
-
-CallbackEntry::CallbackEntry() noexcept {
-    ++callbacksInside;
-    isLockedOut_ = callbacksLockedOut;
-    if (isLockedOut_) {
-        --callbacksInside; // not one to wait for, or a steady stream would never let the lockout end
-    }
-    client_ = isLockedOut_ ? nullptr : orxClient.load();
-}
-
-CallbackEntry::~CallbackEntry() {
-    if (!isLockedOut_) {
-        --callbacksInside;
-    }
-}
 
 } // namespace kal
 
@@ -127,7 +56,7 @@ int32_t KalRegisterWithRpcServer(const char *serverName) {
         const std::lock_guard guard(registrationLock);
         if (initializeCount == 0) {
             if (!makeLoggerAndBinding(name, nullptr)) {
-                registrationRefused = true;
+                refuseRegistration(true);
                 return KAL_REGISTRATION_REFUSED;
             }
             const uint32_t code = serviceBinding()->checkServer();
@@ -135,7 +64,7 @@ int32_t KalRegisterWithRpcServer(const char *serverName) {
                 destroyBinding();
                 logRegistration("KalRegisterWithRpcServer(", name, ") pingServer() failed, rc=", code);
                 Logger::destroyInstance();
-                registrationRefused = true;
+                refuseRegistration(true);
                 return KAL_REGISTRATION_REFUSED;
             }
         }

@@ -12,6 +12,27 @@ class OrxClient;
 /// the application did try.
 [[nodiscard]] bool isRegistrationRefused() noexcept;
 
+// The following are called under the registration lock.
+
+/// What isRegistrationRefused returns from now on.
+void refuseRegistration(bool isRefused) noexcept;
+
+/// While no application is registered. A Win32Exception is logged under the message, if there is one, and leaves
+/// everything as it was. @return whether both were made
+[[nodiscard]] bool makeLoggerAndBinding(const char *serverName, const char *exceptionMessage);
+
+void destroyBinding() noexcept;
+
+/// Closes the library to callbacks and waits for those that are inside. They are short: they ask the service for a
+/// property and post a message.
+class CallbackLockout {
+  public:
+    CallbackLockout() noexcept;
+    CallbackLockout(const CallbackLockout &) = delete;
+    CallbackLockout &operator=(const CallbackLockout &) = delete;
+    ~CallbackLockout();
+};
+
 /// Keeps binding and logger alive while a callback of the service uses them: the last unregistration waits for the
 /// callbacks that are inside and lets no more in. Unlike an export, a callback cannot know that it comes too late.
 class CallbackEntry {
