@@ -1,9 +1,9 @@
 #include "simulator/Service.h"
 
-#include "simulator/AlertFormat.h"
-#include "simulator/BidiAnswer.h"
-#include "simulator/CacheBlock.h"
-#include "simulator/NotificationNames.h"
+#include "simulator/configuration/AlertFormat.h"
+#include "simulator/configuration/NotificationNames.h"
+#include "simulator/printers/BidiAnswer.h"
+#include "simulator/printers/CachedData.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,16 +1,16 @@
 #ifndef SIMULATOR_SERVICE_H
 #define SIMULATOR_SERVICE_H
 
-#include "simulator/ConfigurationFile.h"
-#include "simulator/DeliveryThread.h"
-#include "simulator/EventJournal.h"
-#include "simulator/Listeners.h"
 #include "simulator/Log.h"
-#include "simulator/MisbehaviourPlan.h"
-#include "simulator/PrintJob.h"
-#include "simulator/PrinterStore.h"
 #include "simulator/ProcessMemory.h"
 #include "simulator/PropertyDescriptor.h"
+#include "simulator/configuration/ConfigurationFile.h"
+#include "simulator/configuration/MisbehaviourPlan.h"
+#include "simulator/events/DeliveryThread.h"
+#include "simulator/events/EventJournal.h"
+#include "simulator/events/Listeners.h"
+#include "simulator/jobs/PrintJob.h"
+#include "simulator/printers/PrinterStore.h"
 
 #include <functional>
 #include <map>

@@ -1,6 +1,6 @@
 #include "tools/CommandLine.h"
 
-#include "tools/NumberText.h"
+#include "tools/text/NumberText.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 #include "tools/File.h"
 
 #include "tools/Invocation.h"
-#include "tools/Text.h"
+#include "tools/text/Text.h"
 
 #include <utility>
 

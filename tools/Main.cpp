@@ -1,7 +1,7 @@
 #include "api/kal.h"
 #include "tools/CommandLine.h"
 #include "tools/Terminal.h"
-#include "tools/Text.h"
+#include "tools/text/Text.h"
 
 #include <windows.h>
 

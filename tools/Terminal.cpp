@@ -1,6 +1,6 @@
 #include "tools/Terminal.h"
 
-#include "tools/Text.h"
+#include "tools/text/Text.h"
 
 #include <fcntl.h>
 #include <io.h>

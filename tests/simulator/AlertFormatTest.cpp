@@ -1,4 +1,4 @@
-#include "simulator/AlertFormat.h"
+#include "simulator/configuration/AlertFormat.h"
 
 #include <gtest/gtest.h>
 

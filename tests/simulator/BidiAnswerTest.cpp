@@ -1,4 +1,4 @@
-#include "simulator/BidiAnswer.h"
+#include "simulator/printers/BidiAnswer.h"
 
 #include <gtest/gtest.h>
 

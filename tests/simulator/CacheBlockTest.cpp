@@ -1,4 +1,4 @@
-#include "simulator/CacheBlock.h"
+#include "simulator/printers/CachedData.h"
 
 #include <gtest/gtest.h>
 

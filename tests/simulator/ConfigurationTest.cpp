@@ -1,7 +1,7 @@
-#include "simulator/Configuration.h"
+#include "simulator/configuration/Configuration.h"
 
-#include "simulator/AlertFormat.h"
-#include "simulator/DefaultConfiguration.h"
+#include "simulator/configuration/AlertFormat.h"
+#include "simulator/configuration/DefaultConfiguration.h"
 
 #include <string>
 

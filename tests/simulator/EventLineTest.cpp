@@ -1,4 +1,4 @@
-#include "simulator/EventLine.h"
+#include "simulator/events/EventLine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "tests/simulator/LoadedSimulator.h"
 
-#include "simulator/AlertFormat.h"
+#include "simulator/configuration/AlertFormat.h"
 
 #include <fstream>
 #include <mutex>

@@ -1,4 +1,4 @@
-#include "simulator/MisbehaviourPlan.h"
+#include "simulator/configuration/MisbehaviourPlan.h"
 
 #include <gtest/gtest.h>
 

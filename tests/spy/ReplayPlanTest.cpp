@@ -1,4 +1,4 @@
-#include "simulator/ReplayPlan.h"
+#include "simulator/replay/ReplayPlan.h"
 #include "tests/spy/RecordingText.h"
 
 #include <gmock/gmock.h>

@@ -1,8 +1,8 @@
 // What kal spy makes of recordings.
 #include "tests/spy/RecordingText.h"
-#include "tools/SpyDiff.h"
-#include "tools/SpyTimeline.h"
-#include "tools/SpyView.h"
+#include "tools/spy/SpyDiff.h"
+#include "tools/spy/SpyTimeline.h"
+#include "tools/spy/SpyView.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

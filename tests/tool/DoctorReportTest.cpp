@@ -1,4 +1,4 @@
-#include "tools/DoctorReport.h"
+#include "tools/doctor/DoctorReport.h"
 
 #include <gtest/gtest.h>
 

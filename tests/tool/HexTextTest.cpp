@@ -1,4 +1,4 @@
-#include "tools/HexText.h"
+#include "tools/text/HexText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/LineSplitter.h"
+#include "tools/text/LineSplitter.h"
 
 #include <gtest/gtest.h>
 

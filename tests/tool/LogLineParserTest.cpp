@@ -1,4 +1,4 @@
-#include "tools/LogLineParser.h"
+#include "tools/log/LogLineParser.h"
 #include "logging/LogLine.h"
 
 #include <gtest/gtest.h>

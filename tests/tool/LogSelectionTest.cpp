@@ -1,4 +1,4 @@
-#include "tools/LogSelection.h"
+#include "tools/log/LogSelection.h"
 
 #include "logging/LogLevel.h"
 #include "logging/LoggerComponent.h"

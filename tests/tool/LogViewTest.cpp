@@ -1,4 +1,4 @@
-#include "tools/LogView.h"
+#include "tools/log/LogView.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-#include "tools/NumberText.h"
+#include "tools/text/NumberText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/PrinterMessages.h"
+#include "tools/printers/PrinterMessages.h"
 
 #include <gtest/gtest.h>
 

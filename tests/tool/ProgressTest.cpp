@@ -1,4 +1,4 @@
-#include "tools/Progress.h"
+#include "tools/text/Progress.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/ResultNames.h"
+#include "tools/text/ResultNames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/Timeline.h"
+#include "tools/log/Timeline.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

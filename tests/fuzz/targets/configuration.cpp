@@ -1,7 +1,7 @@
 // The simulator's configuration file as anybody may have written it.
-#include "simulator/Configuration.h"
-#include "simulator/JsonDocument.h"
-#include "simulator/MisbehaviourPlan.h"
+#include "simulator/configuration/Configuration.h"
+#include "simulator/configuration/JsonDocument.h"
+#include "simulator/configuration/MisbehaviourPlan.h"
 #include "tests/fuzz/Input.h"
 
 #include <set>

@@ -1,9 +1,9 @@
 // A log file of unknown origin as `kal log` reads it: cut into lines, taken apart, filtered, shown.
 #include "tests/fuzz/Input.h"
-#include "tools/LineSplitter.h"
-#include "tools/LogLineParser.h"
-#include "tools/LogSelection.h"
-#include "tools/LogView.h"
+#include "tools/log/LogLineParser.h"
+#include "tools/log/LogSelection.h"
+#include "tools/log/LogView.h"
+#include "tools/text/LineSplitter.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,11 +1,11 @@
 // Any text as a recording of the spy: shown and compared as `kal spy` does it, and made to the plan of a replay.
-#include "simulator/ReplayPlan.h"
+#include "simulator/replay/ReplayPlan.h"
 #include "tests/fuzz/Input.h"
-#include "tools/JsonText.h"
-#include "tools/LineSplitter.h"
-#include "tools/SpyDiff.h"
-#include "tools/SpyTimeline.h"
-#include "tools/SpyView.h"
+#include "tools/spy/SpyDiff.h"
+#include "tools/spy/SpyTimeline.h"
+#include "tools/spy/SpyView.h"
+#include "tools/text/JsonText.h"
+#include "tools/text/LineSplitter.h"
 
 #include <optional>
 #include <sstream>

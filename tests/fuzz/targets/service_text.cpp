@@ -1,10 +1,10 @@
 // Property descriptors and bidi requests as the simulator receives them, and its named alerts and cache blocks.
 #include "api/AlertClassifier.h"
-#include "simulator/AlertFormat.h"
-#include "simulator/BidiAnswer.h"
-#include "simulator/CacheBlock.h"
-#include "simulator/NotificationNames.h"
 #include "simulator/PropertyDescriptor.h"
+#include "simulator/configuration/AlertFormat.h"
+#include "simulator/configuration/NotificationNames.h"
+#include "simulator/printers/BidiAnswer.h"
+#include "simulator/printers/CachedData.h"
 #include "tests/fuzz/Input.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Any log file as a timeline: the document must be what trace viewers can read.
-#include "tools/Timeline.h"
+#include "tools/log/Timeline.h"
 #include "tests/fuzz/Input.h"
-#include "tools/LineSplitter.h"
+#include "tools/text/LineSplitter.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,9 +1,9 @@
 // Bytes and numbers as people type them at the command line.
 #include "tests/fuzz/Input.h"
-#include "tools/HexText.h"
-#include "tools/NumberText.h"
-#include "tools/PrinterMessages.h"
-#include "tools/ResultNames.h"
+#include "tools/printers/PrinterMessages.h"
+#include "tools/text/HexText.h"
+#include "tools/text/NumberText.h"
+#include "tools/text/ResultNames.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     fuzz::Input input(bytes, size);

@@ -1,0 +1,87 @@
+#include "simulator/configuration/AlertFormat.h"
+
+namespace simulator {
+
+namespace {
+
+struct AlertRow {
+    std::string_view name;
+    DeviceKind kind;
+    std::initializer_list<std::uint8_t> fromCommandByte; // what stands from offset 4 on
+    std::size_t length;                                  // of the whole alert; the rest is zero
+};
+
+constexpr auto cpd = DeviceKind::cpdPrinter;
+constexpr auto bpd = DeviceKind::bpdPrinter;
+
+// A CpdPrinter tells every change of state with one status alert, whose detail stands at offset 12. A BpdPrinter's
+// extended alerts (73) have their type at offset 10 (1 job, 2 warning, 4 configuration) and their detail at offset 11.
+constexpr AlertRow rows[] = {
+    {"powerOnReset", cpd, {0xFF, 0x01, 0x00, 0x00}, 8},
+    {"printResync", cpd, {0xF0, 0x73, 0x01, 0x01, 0x08, 0x01, 0x08, 0x00}, 12},
+    {"statusChange", cpd, {0xF0, 0x73, 0x01, 0x01, 0x10, 0x01, 0x10, 0x00, 0x00}, 24},
+    {"tonerLow", cpd, {0xF0, 0x73, 0x01, 0x01, 0x10, 0x01, 0x10, 0x00, 0x01}, 24},
+    {"paperOut", cpd, {0xF0, 0x73, 0x01, 0x01, 0x10, 0x01, 0x10, 0x00, 0x02}, 24},
+    {"paperJam", cpd, {0xF0, 0x73, 0x01, 0x01, 0x10, 0x01, 0x10, 0x00, 0x03}, 24},
+    {"coverOpen", cpd, {0xF0, 0x73, 0x01, 0x01, 0x10, 0x01, 0x10, 0x00, 0x04}, 24},
+    {"offline", cpd, {0xF0, 0x73, 0x01, 0x01, 0x10, 0x01, 0x10, 0x00, 0x05}, 24},
+    {"malformedStatus", cpd, {0xF0, 0x73, 0x01, 0x01, 0x10, 0x01, 0x11, 0x00}, 24},
+    {"jobStatus", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x01, 0x00}, 16},
+    {"warning", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}, 16},
+    {"tonerLow", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x02, 0x01}, 16},
+    {"paperOut", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x02, 0x02}, 16},
+    {"paperJam", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x02, 0x03}, 16},
+    {"coverOpen", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x02, 0x04}, 16},
+    {"offline", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x02, 0x05}, 16},
+    {"configurationChange", bpd, {0xF0, 0x73, 0x00, 0x00, 0x00, 0x00, 0x04, 0x00}, 16},
+    {"tonerPrediction", bpd, {0xF0, 0x03, 0x80, 0x01}, 21},
+    {"malformedCommand", bpd, {0xF1, 0x73, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}, 16},
+    {"malformedClass", bpd, {0xF0, 0x74, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}, 16},
+};
+
+Bytes compose(const AlertRow &row) {
+    Bytes alert(row.length, 0);
+    alert[0] = 0xA5;
+    alert[1] = static_cast<std::uint8_t>((row.length - 3) >> 8);
+    alert[2] = static_cast<std::uint8_t>(row.length - 3);
+    std::size_t offset = 4;
+    for (const auto byte : row.fromCommandByte) {
+        alert[offset++] = byte;
+    }
+    return alert;
+}
+
+} // namespace
+
+std::optional<Bytes> alertByName(std::string_view name, DeviceKind kind) {
+    if (name == "empty") {
+        return Bytes{};
+    }
+    for (const auto &row : rows) {
+        if (row.kind != kind) {
+            continue;
+        }
+        if (row.name == name) {
+            return compose(row);
+        }
+    }
+    if (name == "malformedLead") {
+        return Bytes{0x5A, 0x00, 0x09, 0x00, 0xF0, 0x73, 0x01, 0x01, 0x08, 0x01, 0x02, 0x00};
+    }
+    if (name == "malformedShort") {
+        return Bytes{0xA5, 0x00, 0x02, 0x00, 0xF0};
+    }
+    return std::nullopt;
+}
+
+std::string alertNames(DeviceKind kind) {
+    std::string text = "empty, malformedLead, malformedShort";
+    for (const auto &row : rows) {
+        if (row.kind == kind) {
+            text.append(", ").append(row.name);
+        }
+    }
+    return text;
+}
+
+} // namespace simulator

@@ -1,0 +1,180 @@
+#include "simulator/events/DeliveryThread.h"
+
+#include "simulator/printers/PrinterStore.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <vector>
+
+namespace simulator {
+
+namespace {
+
+struct Scheduled {
+    PrinterEvent event;
+    std::uint64_t dueMs = 0;
+    std::uint64_t order = 0;
+    std::uint32_t count = 1;
+    std::uint32_t intervalMs = 0;
+};
+
+constexpr DWORD journalIntervalMs = 50;
+constexpr std::uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // whatever a strange clock or line says
+
+/** Finer than the system's tick count, whose steps are as long as the intervals of a fast burst. */
+std::uint64_t steadyMs() noexcept {
+    using namespace std::chrono;
+    return static_cast<std::uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+bool comesLater(const Scheduled &left, const Scheduled &right) noexcept {
+    return left.dueMs != right.dueMs ? left.dueMs > right.dueMs : left.order > right.order;
+}
+
+HMODULE referenceThisModule() noexcept {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&referenceThisModule),
+                       &module);
+    return module;
+}
+
+} // namespace
+
+struct DeliveryThread::State {
+    State(std::shared_ptr<Listeners> who, std::shared_ptr<EventJournal> source)
+        : listeners(std::move(who)), journal(std::move(source)), wake(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+
+    const std::shared_ptr<Listeners> listeners;
+    const std::shared_ptr<EventJournal> journal;
+    const Handle wake;
+    std::atomic<bool> isStopping{false};
+    std::atomic<bool> isInCallback{false};
+    std::atomic<DWORD> threadId{0};
+
+    Lock lock; // guards the rest
+    std::vector<Scheduled> queue;
+    std::uint64_t posted = 0;
+
+    void push(Scheduled item) {
+        const std::lock_guard hold(lock);
+        item.order = posted++;
+        queue.push_back(std::move(item));
+        std::push_heap(queue.begin(), queue.end(), comesLater);
+    }
+
+    void takeFromJournal() {
+        for (auto &line : journal->takeNew()) {
+            const auto now = systemTimeMs();
+            const auto afterMs =
+                line.dueMs > now ? std::min<std::uint64_t>(line.dueMs - now, longestJournalDelayMs) : 0;
+            push({std::move(line.event), steadyMs() + afterMs, 0, 1, 0});
+        }
+    }
+
+    /** The next event when it is due, else how long that takes. */
+    std::optional<Scheduled> popDue(DWORD &waitMs) {
+        const std::lock_guard hold(lock);
+        if (queue.empty()) {
+            waitMs = INFINITE;
+            return std::nullopt;
+        }
+        const auto now = steadyMs();
+        if (queue.front().dueMs > now) {
+            waitMs = static_cast<DWORD>(std::min<std::uint64_t>(queue.front().dueMs - now, 60000));
+            return std::nullopt;
+        }
+        std::pop_heap(queue.begin(), queue.end(), comesLater);
+        auto item = std::move(queue.back());
+        queue.pop_back();
+        return item;
+    }
+};
+
+DeliveryThread::DeliveryThread(std::shared_ptr<Listeners> listeners, std::shared_ptr<EventJournal> journal)
+    : state_(std::make_shared<State>(std::move(listeners), std::move(journal))) {}
+
+void DeliveryThread::post(PrinterEvent event, std::uint32_t afterMs, std::uint32_t count, std::uint32_t intervalMs) {
+    if (count == 0) {
+        return;
+    }
+    state_->push({std::move(event), steadyMs() + afterMs, 0, count, intervalMs});
+    start();
+    SetEvent(state_->wake.get());
+}
+
+void DeliveryThread::start() {
+    const std::lock_guard hold(startLock_);
+    if (!thread_ && !state_->isStopping) {
+        const auto module = referenceThisModule();
+        auto argument = std::make_unique<std::shared_ptr<State>>(state_);
+        thread_ = Handle(CreateThread(nullptr, 0, &DeliveryThread::run, argument.get(), 0, nullptr));
+        if (thread_) {
+            static_cast<void>(argument.release()); // the thread's own from here on
+        } else {
+            FreeLibrary(module);
+        }
+    }
+}
+
+void DeliveryThread::stop() noexcept {
+    state_->isStopping = true;
+    SetEvent(state_->wake.get());
+    const std::lock_guard hold(startLock_);
+    if (!thread_ || state_->threadId == GetCurrentThreadId()) {
+        return;
+    }
+    constexpr int attempts = 200;
+    for (int attempt = 0; attempt < attempts && !state_->isInCallback; ++attempt) {
+        if (WaitForSingleObject(thread_.get(), 5) == WAIT_OBJECT_0) {
+            return;
+        }
+    }
+}
+
+DWORD WINAPI DeliveryThread::run(void *argument) {
+    {
+        const std::unique_ptr<std::shared_ptr<State>> owned(static_cast<std::shared_ptr<State> *>(argument));
+        const auto state = *owned;
+        state->threadId = GetCurrentThreadId();
+        work(*state);
+    }
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&DeliveryThread::run), &module);
+    FreeLibraryAndExitThread(module, 0); // gives back the reference that was taken for this thread
+}
+
+void DeliveryThread::work(State &state) {
+    while (!state.isStopping) {
+        DWORD waitMs = INFINITE;
+        auto due = state.popDue(waitMs);
+        if (!due) {
+            WaitForSingleObject(state.wake.get(), state.journal ? std::min(waitMs, journalIntervalMs) : waitMs);
+            if (state.journal) {
+                state.takeFromJournal();
+            }
+            continue;
+        }
+        state.isInCallback = true;
+        if (!state.isStopping) {
+            try {
+                state.listeners->deliver(due->event);
+            } catch (const std::exception &) {
+                // No memory for a copy of the alert: it is lost, as alerts of a busy device are.
+            }
+        }
+        state.isInCallback = false;
+        if (--due->count > 0) {
+            due->dueMs += due->intervalMs;
+            try {
+                state.push(std::move(*due));
+            } catch (const std::bad_alloc &) {
+                // The rest of the burst is lost.
+            }
+        }
+    }
+}
+
+} // namespace simulator

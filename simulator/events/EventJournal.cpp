@@ -1,0 +1,92 @@
+#include "simulator/events/EventJournal.h"
+
+#include "simulator/Handle.h"
+#include "simulator/printers/PrinterStore.h"
+
+#include <mutex>
+
+namespace simulator {
+
+namespace {
+
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr std::uint64_t largestJournal = 1 << 20;
+
+std::uint64_t sizeOf(HANDLE file) noexcept {
+    LARGE_INTEGER size{};
+    GetFileSizeEx(file, &size);
+    return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+Handle openToRead(const std::filesystem::path &file) noexcept {
+    return Handle(
+        CreateFileW(file.c_str(), GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+} // namespace
+
+void EventJournal::append(const PrinterEvent &event, std::uint32_t afterMs) noexcept {
+    try {
+        const auto text = composeEventLine({systemTimeMs() + afterMs, GetCurrentProcessId(), event});
+        Handle file(CreateFileW(file_.c_str(), FILE_APPEND_DATA, shareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                                nullptr));
+        if (file && sizeOf(file.get()) > largestJournal) {
+            file.close();
+            // Begun anew: who listens finds it shorter than before and reads it from its beginning.
+            Handle(CreateFileW(file_.c_str(), GENERIC_WRITE, shareAll, nullptr, TRUNCATE_EXISTING,
+                               FILE_ATTRIBUTE_NORMAL, nullptr));
+            file = Handle(CreateFileW(file_.c_str(), FILE_APPEND_DATA, shareAll, nullptr, OPEN_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+        }
+        DWORD written = 0;
+        if (file) {
+            WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+        }
+    } catch (const std::exception &) {
+        // Other processes do not hear of it.
+    }
+}
+
+void EventJournal::skipToEnd() noexcept {
+    const std::lock_guard hold(lock_);
+    const auto file = openToRead(file_);
+    offset_ = file ? sizeOf(file.get()) : 0;
+    unfinished_.clear();
+}
+
+std::vector<EventLine> EventJournal::takeNew() {
+    const std::lock_guard hold(lock_);
+    std::vector<EventLine> lines;
+    const auto file = openToRead(file_);
+    if (!file) {
+        return lines;
+    }
+    const auto size = sizeOf(file.get());
+    if (size < offset_) {
+        offset_ = 0;
+        unfinished_.clear();
+    }
+    if (size == offset_) {
+        return lines;
+    }
+    std::string text(static_cast<std::size_t>(size - offset_), '\0');
+    LARGE_INTEGER position;
+    position.QuadPart = static_cast<LONGLONG>(offset_);
+    DWORD read = 0;
+    if (!SetFilePointerEx(file.get(), position, nullptr, FILE_BEGIN) ||
+        !ReadFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &read, nullptr)) {
+        return lines;
+    }
+    offset_ += read;
+    unfinished_.append(text, 0, read);
+    for (auto end = unfinished_.find('\n'); end != std::string::npos; end = unfinished_.find('\n')) {
+        auto line = readEventLine(std::string_view(unfinished_).substr(0, end));
+        if (line && line->process != GetCurrentProcessId()) {
+            lines.push_back(std::move(*line));
+        }
+        unfinished_.erase(0, end + 1);
+    }
+    return lines;
+}
+
+} // namespace simulator

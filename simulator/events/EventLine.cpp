@@ -1,0 +1,76 @@
+#include "simulator/events/EventLine.h"
+
+#include <charconv>
+
+namespace simulator {
+
+namespace {
+
+constexpr std::string_view none = "-";
+
+std::string_view takeWord(std::string_view &text) {
+    const auto end = std::min(text.find(' '), text.size());
+    const auto word = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return word;
+}
+
+template <typename Number>
+bool read(std::string_view word, Number &number, int base = 10) {
+    const auto [stop, failure] = std::from_chars(word.data(), word.data() + word.size(), number, base);
+    return failure == std::errc() && stop == word.data() + word.size();
+}
+
+bool readAlert(std::string_view word, Bytes &alert) {
+    for (; word.size() >= 2; word.remove_prefix(2)) {
+        std::uint8_t byte = 0;
+        if (!read(word.substr(0, 2), byte, 16)) {
+            return false;
+        }
+        alert.push_back(byte);
+    }
+    return word.empty();
+}
+
+} // namespace
+
+// "due process handle category notification flag alert": the flag is - when there is none, the alert is - for a
+// notification and hexadecimal for an alert, whose notification is 0.
+std::string composeEventLine(const EventLine &line) {
+    const auto &event = line.event;
+    std::string text = std::to_string(line.dueMs) + ' ' + std::to_string(line.process) + ' ' +
+                       std::to_string(event.handle) + ' ' + std::to_string(event.category) + ' ' +
+                       std::to_string(event.notification) + ' ' +
+                       (event.flag ? std::to_string(*event.flag) : std::string(none)) + ' ';
+    if (event.alert) {
+        constexpr char digits[] = "0123456789ABCDEF";
+        for (const auto byte : *event.alert) {
+            text += digits[byte >> 4];
+            text += digits[byte & 15];
+        }
+    } else {
+        text += none;
+    }
+    return text + '\n';
+}
+
+std::optional<EventLine> readEventLine(std::string_view text) {
+    EventLine line;
+    auto &event = line.event;
+    const bool isHeadGood = read(takeWord(text), line.dueMs) && read(takeWord(text), line.process) &&
+                            read(takeWord(text), event.handle) && read(takeWord(text), event.category) &&
+                            read(takeWord(text), event.notification);
+    if (!isHeadGood) {
+        return std::nullopt;
+    }
+    const auto flag = takeWord(text);
+    if (flag != none && !read(flag, event.flag.emplace())) {
+        return std::nullopt;
+    }
+    if (text != none && !readAlert(text, event.alert.emplace())) {
+        return std::nullopt;
+    }
+    return line;
+}
+
+} // namespace simulator

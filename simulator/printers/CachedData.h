@@ -1,0 +1,14 @@
+#ifndef SIMULATOR_CACHE_BLOCK_H
+#define SIMULATOR_CACHE_BLOCK_H
+
+#include "simulator/configuration/Configuration.h"
+
+namespace simulator {
+
+/** A printer's cached data, behind a head of eight bytes (A5, length of the data in two bytes, zeros) when it has one.
+ */
+[[nodiscard]] Bytes composeCache(const PrinterConfiguration &printer);
+
+} // namespace simulator
+
+#endif

@@ -1,0 +1,83 @@
+#include "simulator/replay/ReplayPlan.h"
+
+#include <algorithm>
+
+namespace simulator {
+
+namespace {
+
+/** Addresses and functions are other ones in each run. */
+std::string keyOf(const std::string &entryPoint, const spy::Json &arguments) {
+    auto comparable = arguments;
+    for (auto &value : comparable) {
+        for (const char *name : {"address", "callback"}) {
+            if (value.is_object() && value.contains(name)) {
+                value = {{name, "any"}};
+            }
+        }
+    }
+    return entryPoint + comparable.dump(-1, ' ', false, spy::Json::error_handler_t::replace);
+}
+
+} // namespace
+
+ReplayPlan::ReplayPlan(spy::Recording recording) : recording_(std::move(recording)) {
+    for (const auto &call : recording_.calls) {
+        calls_[keyOf(call.begin.entryPoint, call.begin.values)].push_back(&call);
+    }
+    for (const auto &callback : recording_.callbacks) {
+        if (callback.begin.within) {
+            within_.emplace(*callback.begin.within, &callback);
+            continue;
+        }
+        ReplayedCallback replayed;
+        replayed.callback = &callback;
+        std::size_t latest = 0;
+        for (const auto &call : recording_.calls) {
+            const auto consider = [&](std::size_t place, std::int64_t time, bool isAfterReturn) {
+                if (place < callback.beginPlace && (replayed.anchor == nullptr || place > latest)) {
+                    latest = place;
+                    replayed.anchor = &call;
+                    replayed.isAfterReturn = isAfterReturn;
+                    replayed.delay = callback.begin.time - time;
+                }
+            };
+            consider(call.beginPlace, call.begin.time, false);
+            if (call.end) {
+                consider(call.endPlace, call.end->time, true);
+            }
+        }
+        byThemselves_.push_back(replayed);
+    }
+}
+
+bool ReplayPlan::isMissing(const std::string &entryPoint) const {
+    if (recording_.loads.empty()) {
+        return false;
+    }
+    const auto &missing = recording_.loads.front().values;
+    return std::find(missing.begin(), missing.end(), entryPoint) != missing.end();
+}
+
+const spy::RecordedCall *ReplayPlan::take(const std::string &entryPoint, const spy::Json &arguments) {
+    const auto found = calls_.find(keyOf(entryPoint, arguments));
+    if (found == calls_.end() || found->second.empty()) {
+        return nullptr;
+    }
+    const auto *const call = found->second.front();
+    found->second.pop_front();
+    return call;
+}
+
+bool ReplayPlan::knows(const std::string &entryPoint, const spy::Json &arguments) const {
+    return calls_.contains(keyOf(entryPoint, arguments));
+}
+
+std::vector<const spy::RecordedCallback *> ReplayPlan::callbacksWithin(const spy::RecordedCall &call) const {
+    std::vector<const spy::RecordedCallback *> found;
+    const auto [first, last] = within_.equal_range(call.begin.number);
+    std::transform(first, last, std::back_inserter(found), [](const auto &each) { return each.second; });
+    return found;
+}
+
+} // namespace simulator

@@ -1,0 +1,71 @@
+#include "tools/log/LogReader.h"
+
+#include "tools/File.h"
+#include "tools/text/Text.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t blockSize = 1024 * 1024;
+constexpr DWORD pollInterval = 200;
+
+LineSplitter::Sink decoding(const LineSplitter::Sink &sink) {
+    return [&sink](std::string_view line) { sink(fromNarrow(line)); };
+}
+
+/// Feeds what is left of the file. @return the number of bytes
+std::uint64_t readOn(InputFile &file, LineSplitter &lines, std::vector<char> &block) {
+    std::uint64_t total = 0;
+    while (const std::size_t count = file.read(block)) {
+        lines.feed({block.data(), count});
+        total += count;
+    }
+    return total;
+}
+
+bool isOver(const FollowEnd &end) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end.deadline - std::chrono::steady_clock::now());
+    const auto pause = std::clamp<long long>(left.count(), 0, pollInterval);
+    return WaitForSingleObject(end.stop, static_cast<DWORD>(pause)) == WAIT_OBJECT_0 || left.count() <= 0;
+}
+
+} // namespace
+
+void readLog(const std::string &path, const LineSplitter::Sink &sink) {
+    InputFile file(path);
+    LineSplitter lines(decoding(sink));
+    std::vector<char> block(blockSize);
+    readOn(file, lines, block);
+    lines.finish();
+}
+
+void followLog(const std::string &path, const LineSplitter::Sink &sink, const std::function<void()> &afterBatch,
+               const FollowEnd &end) {
+    LineSplitter lines(decoding(sink));
+    std::vector<char> block(blockSize);
+    std::optional<InputFile> file;
+    std::uint64_t position = 0;
+    do {
+        if (!file && fileExists(path)) {
+            file.emplace(path);
+            position = 0;
+        }
+        if (file) {
+            position += readOn(*file, lines, block);
+            afterBatch();
+            if (!file->isStillAt(path) || file->size() < position) {
+                lines.finish();
+                file.reset();
+            }
+        }
+    } while (!isOver(end));
+    lines.finish();
+    afterBatch();
+}
+
+} // namespace tool

@@ -1,0 +1,144 @@
+#include "tools/log/Timeline.h"
+
+#include "tools/text/NumberText.h"
+
+#include <algorithm>
+
+namespace tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+} // namespace
+
+Timeline::Timeline(Sink sink)
+    : document_(std::move(sink),
+                "The log has milliseconds; lines of one millisecond stand one microsecond apart, in their order.") {}
+
+void Timeline::add(std::string_view rawLine) {
+    const auto line = parseLogLine(rawLine);
+    if (!line) {
+        return;
+    }
+    ++lineCount_;
+    const std::int64_t time = placeOf(*line);
+    const Thread thread{line->processId.value_or(0), line->threadId.value_or(0)};
+    introduce(thread);
+    switch (callEvent(line->text)) {
+    case CallEvent::entry:
+        if (openCount_ >= mostOpenCalls) {
+            writeUnfinished();
+        }
+        open_[thread].push_back({std::string(line->text.substr(1)), std::string(line->component), time,
+                                 line->clock ? std::optional(line->clock->milliseconds()) : std::nullopt});
+        ++openCount_;
+        break;
+    case CallEvent::exit:
+        leave(thread, *line, time);
+        break;
+    case CallEvent::message:
+        writeMark(thread, *line, time);
+        break;
+    }
+}
+
+void Timeline::finish() {
+    writeUnfinished();
+    document_.finish();
+}
+
+std::int64_t Timeline::placeOf(const LogLine &line) {
+    const std::int64_t clock = line.clock ? line.clock->milliseconds() * 1000 : lastTime_ + 1;
+    // Lines go backwards when the clock was set; a whole hour and more is taken as it is, less is kept in order.
+    const bool setBack = clock < lastTime_ - 3'600'000'000;
+    lastTime_ = setBack ? clock : std::max(clock, lastTime_ + 1);
+    return lastTime_;
+}
+
+void Timeline::introduce(const Thread &thread) {
+    const std::string name =
+        thread.first == 0 ? "process (no pid= in the log)" : "process " + hexNumber(thread.first, 4);
+    document_.introduce(thread.first, name);
+}
+
+void Timeline::leave(const Thread &thread, const LogLine &line, std::int64_t time) {
+    auto &calls = open_[thread];
+    const auto found = std::find_if(calls.rbegin(), calls.rend(), [&](const OpenCall &call) {
+        return matchExit(line.text, call.description).has_value();
+    });
+    if (found == calls.rend()) {
+        // The log began, or was switched on, while this call ran.
+        writeMark(thread, line, time);
+    } else {
+        const auto call = std::prev(found.base());
+        const auto milliseconds = line.clock ? std::optional(line.clock->milliseconds()) : std::nullopt;
+        // With thread ids, what was opened after this call on its thread lost its exit line; without, it may well be
+        // another thread's and still run.
+        if (line.threadId) {
+            while (std::next(call) != calls.end()) {
+                writeCall(thread, calls.back(), time, milliseconds, nullptr, false);
+                calls.pop_back();
+            }
+        }
+        const auto exit = matchExit(line.text, call->description);
+        writeCall(thread, *call, time, milliseconds, exit->result ? &*exit->result : nullptr, true);
+        calls.erase(call);
+    }
+    if (calls.empty()) {
+        open_.erase(thread);
+    }
+}
+
+void Timeline::writeCall(const Thread &thread, const OpenCall &call, std::int64_t end,
+                         std::optional<std::int64_t> endMilliseconds, const std::string_view *result, bool finished) {
+    --openCount_;
+    ++callCount_;
+    Json arguments = Json::object();
+    arguments["call"] = call.description;
+    for (const CallArgument &argument : callArguments(call.description)) {
+        arguments[argument.name] = argument.value;
+    }
+    if (result != nullptr) {
+        arguments["result"] = *result;
+    }
+    if (endMilliseconds && call.beginMilliseconds) {
+        arguments["milliseconds"] = *endMilliseconds - *call.beginMilliseconds;
+    }
+    if (!finished) {
+        ++unfinishedCount_;
+        arguments["unfinished"] = true;
+    }
+    Json event{{"name", callName(call.description)},
+               {"cat", call.component},
+               {"ph", "X"},
+               {"ts", call.begin},
+               {"dur", std::max<std::int64_t>(0, end - call.begin)},
+               {"pid", thread.first},
+               {"tid", thread.second},
+               {"args", std::move(arguments)}};
+    if (!finished || (result != nullptr && isFailureResult(*result))) {
+        event["cname"] = failureColour;
+    }
+    document_.write(event);
+}
+
+void Timeline::writeMark(const Thread &thread, const LogLine &line, std::int64_t time) {
+    Json event{{"name", line.text}, {"cat", line.component}, {"ph", "i"},           {"s", "t"},
+               {"ts", time},        {"pid", thread.first},   {"tid", thread.second}};
+    if (isFailure(line)) {
+        event["cname"] = failureColour;
+    }
+    document_.write(event);
+}
+
+void Timeline::writeUnfinished() {
+    for (const auto &[thread, calls] : open_) {
+        for (const OpenCall &call : calls) {
+            writeCall(thread, call, lastTime_, std::nullopt, nullptr, false);
+        }
+    }
+    open_.clear();
+}
+
+} // namespace tool

@@ -1,0 +1,106 @@
+#include "tools/CommandLine.h"
+
+#include "tools/File.h"
+#include "tools/Terminal.h"
+#include "tools/printers/Session.h"
+#include "tools/text/HexText.h"
+#include "tools/text/JsonText.h"
+#include "tools/text/ResultNames.h"
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace tool {
+
+namespace {
+
+constexpr std::uint16_t rawRequest = 170;
+/// What a composed request holds, and the shortest stored request: data beyond the difference would be left off
+/// silently.
+constexpr std::size_t composedRequestSize = 512;
+constexpr std::size_t shortestStoredRequest = 3;
+constexpr std::size_t longestData = 0xFFFF;
+
+struct BidiRequest {
+    std::uint16_t handle = 0;
+    std::uint16_t function = 0;
+    std::string data;
+    std::uint32_t size = 64 * 1024;
+    bool raw = false;
+    bool json = false;
+};
+
+std::vector<std::uint8_t> readData(const BidiRequest &request) {
+    if (request.data.starts_with('@')) {
+        return readWholeFile(request.data.substr(1), longestData);
+    }
+    const auto bytes = parseHexBytes(request.data);
+    if (!bytes) {
+        throw CLI::ValidationError("--data", "'" + request.data + "' is neither bytes in hexadecimal nor @FILE");
+    }
+    if (bytes->size() > longestData) {
+        throw CLI::ValidationError("--data", "at most " + std::to_string(longestData) + " bytes can be sent");
+    }
+    return *bytes;
+}
+
+int exchange(const BidiRequest &request, const std::vector<std::uint8_t> &data, const Invocation &invocation) {
+    if (request.function != rawRequest && data.size() > composedRequestSize - shortestStoredRequest) {
+        throw CommandFailure("the data does not fit behind a stored request, which holds " +
+                             std::to_string(composedRequestSize) + " bytes together; nothing was sent");
+    }
+    const Registration registration(invocation);
+    std::vector<std::uint8_t> answer(request.size);
+    std::uint32_t length = request.size;
+    const std::int32_t result =
+        KalSendBidi(0, request.handle, 0, request.function, answer.data(), &length,
+                    data.empty() ? nullptr : data.data(), static_cast<std::uint16_t>(data.size()));
+    if (result == KAL_MOREDATA && length > request.size) {
+        throw CommandFailure("KalSendBidi answered " + describeResult(result) + "; use --size " +
+                             std::to_string(length));
+    }
+    require("KalSendBidi", result);
+    answer.resize(std::min<std::size_t>(length, answer.size()));
+    if (request.raw) {
+        makeOutputBinary();
+        printOut({reinterpret_cast<const char *>(answer.data()), answer.size()});
+    } else if (request.json) {
+        printOut(jsonText({{"handle", request.handle},
+                           {"function", request.function},
+                           {"length", answer.size()},
+                           {"bytes", hexBytes(answer)}}));
+    } else {
+        printOut(answer.empty() ? "The answer is empty.\n" : hexDump(answer));
+    }
+    return succeeded;
+}
+
+} // namespace
+
+void addBidiCommand(CLI::App &program, Invocation &invocation) {
+    auto *const command = program.add_subcommand("bidi", "Send one request to a printer and show its answer");
+    const auto request = std::make_shared<BidiRequest>();
+    addHandle(*command, "HANDLE", request->handle);
+    addNumber(*command, "CODE", request->function,
+              "Function code of a stored request, 0 to 181; 170 sends the data alone, as it stands", 0xFFFF)
+        ->required();
+    command->add_option("--data", request->data, "Bytes to send with it: hexadecimal, or @FILE for a file's bytes");
+    addNumber(*command, "--size", request->size, "Room for the answer in bytes", 16 * 1024 * 1024);
+    auto *const raw =
+        command->add_flag("--raw", request->raw, "Write the answer's bytes as they are instead of a hex dump");
+    addJson(*command, request->json)->excludes(raw);
+    command->footer("Examples:\n"
+                    "  kal bidi 3 1\n"
+                    "  kal bidi 3 168 --data \"01 FF\"\n"
+                    "  kal bidi 3 170 --data @request.bin --raw > answer.bin\n"
+                    "\n"
+                    "The answer to a stored request comes without its five-byte head, that to code 170 whole.");
+    command->callback([request, &invocation] {
+        // Here, so that data that is none counts as misuse.
+        const auto data = readData(*request);
+        invocation.action = [request, data, &invocation] { return exchange(*request, data, invocation); };
+    });
+}
+
+} // namespace tool

@@ -1,0 +1,37 @@
+/// A recording of the spy as trace events: a span for each call and callback, a mark where the library comes and goes.
+#pragma once
+
+#include "spy/Recording.h"
+#include "tools/text/TraceDocument.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+
+namespace tool {
+
+class SpyTimeline {
+  public:
+    explicit SpyTimeline(TraceDocument::Sink sink)
+        : document_(std::move(sink), "Microseconds since the recording began.") {}
+
+    /// @param header  of the recording, known with its first event
+    void add(const spy::RecordEvent &event, const spy::RecordingHeader &header);
+    /// Writes what never ended, marked as such, and the end of the document.
+    void finish();
+
+    [[nodiscard]] std::size_t callCount() const noexcept { return callCount_; }
+    [[nodiscard]] std::size_t unfinishedCount() const noexcept { return unfinishedCount_; }
+
+  private:
+    void writeSpan(const spy::RecordEvent &begin, const spy::RecordEvent *end);
+
+    TraceDocument document_;
+    std::map<std::uint64_t, spy::RecordEvent> open_;
+    std::uint32_t process_ = 0;
+    std::int64_t lastTime_ = 0;
+    std::size_t callCount_ = 0;
+    std::size_t unfinishedCount_ = 0;
+};
+
+} // namespace tool

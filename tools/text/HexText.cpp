@@ -1,0 +1,97 @@
+#include "tools/text/HexText.h"
+
+#include <algorithm>
+
+namespace tool {
+
+namespace {
+
+constexpr std::string_view hexDigits = "0123456789ABCDEF";
+constexpr std::size_t bytesPerLine = 16;
+
+int digitValue(char digit) {
+    if (digit >= '0' && digit <= '9') {
+        return digit - '0';
+    }
+    if (digit >= 'a' && digit <= 'f') {
+        return digit - 'a' + 10;
+    }
+    if (digit >= 'A' && digit <= 'F') {
+        return digit - 'A' + 10;
+    }
+    return -1;
+}
+
+void appendByte(std::string &text, std::uint8_t byte) {
+    text += hexDigits[byte >> 4];
+    text += hexDigits[byte & 0xF];
+}
+
+void appendOffset(std::string &text, std::size_t offset) {
+    for (int shift = 28; shift >= 0; shift -= 4) {
+        text += hexDigits[(offset >> shift) & 0xF];
+    }
+}
+
+} // namespace
+
+std::optional<std::vector<std::uint8_t>> parseHexBytes(std::string_view text) {
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t at = 0; at < text.size();) {
+        if (std::string_view(" \t\r\n,:-").find(text[at]) != std::string_view::npos) {
+            ++at;
+            continue;
+        }
+        if (at + 1 >= text.size()) {
+            return std::nullopt;
+        }
+        const int high = digitValue(text[at]);
+        const int low = digitValue(text[at + 1]);
+        if (high < 0 || low < 0) {
+            return std::nullopt;
+        }
+        bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
+        at += 2;
+    }
+    return bytes;
+}
+
+std::string hexBytes(std::span<const std::uint8_t> bytes) {
+    std::string text;
+    text.reserve(bytes.size() * 3);
+    for (const std::uint8_t byte : bytes) {
+        if (!text.empty()) {
+            text += ' ';
+        }
+        appendByte(text, byte);
+    }
+    return text;
+}
+
+std::string hexDump(std::span<const std::uint8_t> bytes) {
+    std::string text;
+    for (std::size_t offset = 0; offset < bytes.size(); offset += bytesPerLine) {
+        const auto line = bytes.subspan(offset, std::min(bytesPerLine, bytes.size() - offset));
+        appendOffset(text, offset);
+        text += "  ";
+        for (std::size_t column = 0; column < bytesPerLine; ++column) {
+            if (column < line.size()) {
+                appendByte(text, line[column]);
+                text += ' ';
+            } else {
+                text += "   ";
+            }
+            if (column == bytesPerLine / 2 - 1) {
+                text += ' ';
+            }
+        }
+        text += " |";
+        for (const std::uint8_t byte : line) {
+            text += byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
+        }
+        text += "|\n";
+    }
+    return text;
+}
+
+} // namespace tool
