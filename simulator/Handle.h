@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_HANDLE_H
-#define SIMULATOR_HANDLE_H
+#pragma once
 
 #include <utility>
 
@@ -7,7 +6,7 @@
 
 namespace simulator {
 
-/** Owns a kernel handle; CreateFile's INVALID_HANDLE_VALUE counts as none. */
+/// Owns a kernel handle; CreateFile's INVALID_HANDLE_VALUE counts as none.
 class Handle {
   public:
     Handle() = default;
@@ -36,5 +35,3 @@ class Handle {
 };
 
 } // namespace simulator
-
-#endif

@@ -1,11 +1,10 @@
-#ifndef SIMULATOR_LOCK_H
-#define SIMULATOR_LOCK_H
+#pragma once
 
 #include <windows.h>
 
 namespace simulator {
 
-/** A lock without a destructor: it may be held by a thread that the end of the process has already taken away. */
+/// A lock without a destructor: it may be held by a thread that the end of the process has already taken away.
 class Lock {
   public:
     Lock() = default;
@@ -20,5 +19,3 @@ class Lock {
 };
 
 } // namespace simulator
-
-#endif

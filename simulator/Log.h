@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_LOG_H
-#define SIMULATOR_LOG_H
+#pragma once
 
 #include "simulator/Lock.h"
 
@@ -8,8 +7,7 @@
 
 namespace simulator {
 
-/** Tells in simulator.log what the simulator received and did, one line each. A log that cannot be written is no error.
- */
+/// Tells in simulator.log what the simulator received and did, one line each. A log that cannot be written is no error.
 class Log {
   public:
     explicit Log(std::filesystem::path file) : file_(std::move(file)) {}
@@ -22,9 +20,7 @@ class Log {
     std::filesystem::path file_;
 };
 
-/** For what the author of a configuration must see even when no file can be written: debugger and error output. */
+/// For what the author of a configuration must see even when no file can be written: debugger and error output.
 void reportLoudly(std::string_view line) noexcept;
 
 } // namespace simulator
-
-#endif

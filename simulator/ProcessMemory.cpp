@@ -9,12 +9,12 @@
 namespace simulator {
 
 struct ProcessMemory::Content {
-    std::uint64_t identity;
-    std::uint32_t isReported;
-    std::uint32_t calls[128];
+    uint64_t identity;
+    uint32_t isReported;
+    uint32_t calls[128];
 };
 
-ProcessMemory::ProcessMemory(std::uint64_t identity) {
+ProcessMemory::ProcessMemory(uint64_t identity) {
     wchar_t name[64];
     std::swprintf(name, sizeof name / sizeof *name, L"Local\\comc-simulator-%lu", GetCurrentProcessId());
     const HANDLE section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Content), name);
@@ -37,9 +37,9 @@ ProcessMemory::~ProcessMemory() {
     }
 }
 
-std::uint32_t ProcessMemory::countCall(std::string_view entryPoint) noexcept {
+uint32_t ProcessMemory::countCall(std::string_view entryPoint) noexcept {
     const auto names = entryPointNames();
-    const auto index = static_cast<std::size_t>(std::find(names.begin(), names.end(), entryPoint) - names.begin());
+    const auto index = static_cast<size_t>(std::find(names.begin(), names.end(), entryPoint) - names.begin());
     static_assert(std::size(Content{}.calls) >= 100, "room for every entry point");
     const std::lock_guard hold(lock_);
     return content_ && index < std::size(content_->calls) ? ++content_->calls[index] : 1;

@@ -17,7 +17,7 @@ namespace simulator {
 
 namespace {
 
-/** Host-based network printers are found on the network like the others. */
+/// Host-based network printers are found on the network like the others.
 bool isOnTransport(const PrinterConfiguration &printer, const char *transport) {
     if (!transport) {
         return true;
@@ -35,10 +35,10 @@ std::string_view typeOf(const PropertyValue &value) {
     return names[value.index()];
 }
 
-std::string hexadecimal(std::span<const std::uint8_t> bytes) {
+std::string hexadecimal(std::span<const uint8_t> bytes) {
     std::string text;
     char pair[4];
-    for (const auto byte : bytes.first(std::min<std::size_t>(bytes.size(), 64))) {
+    for (const auto byte : bytes.first(std::min<size_t>(bytes.size(), 64))) {
         std::snprintf(pair, sizeof pair, " %02X", byte);
         text += pair;
     }
@@ -74,7 +74,7 @@ void Service::stop() noexcept {
     listeners_->clearAll();
     timeline_.stop();
     jobEvents_.stop();
-    std::map<std::uint32_t, OpenPrinter> open;
+    std::map<uint32_t, OpenPrinter> open;
     {
         const std::lock_guard hold(lock_);
         open.swap(open_);
@@ -96,7 +96,7 @@ MisbehaviourDecision Service::decideCall(std::string_view entryPoint) {
 
 // ------------------------------------------------------------------------------------------------ open and close
 
-std::uint32_t Service::open(std::uint32_t handle) {
+uint32_t Service::open(uint32_t handle) {
     const auto *found = printer(handle);
     if (!found) {
         return ERROR_INVALID_HANDLE;
@@ -109,7 +109,7 @@ std::uint32_t Service::open(std::uint32_t handle) {
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::close(std::uint32_t handle) {
+uint32_t Service::close(uint32_t handle) {
     std::shared_ptr<PrintJob> unfinished;
     {
         const std::lock_guard hold(lock_);
@@ -123,7 +123,7 @@ std::uint32_t Service::close(std::uint32_t handle) {
         unfinished = std::move(found->second.job);
         open_.erase(found);
     }
-    const auto narrow = static_cast<std::uint16_t>(handle);
+    const auto narrow = static_cast<uint16_t>(handle);
     listeners_->clearAlerts(narrow);
     listeners_->clearNotifications(narrow);
     if (unfinished) {
@@ -133,7 +133,7 @@ std::uint32_t Service::close(std::uint32_t handle) {
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::remove(std::uint32_t handle) {
+uint32_t Service::remove(uint32_t handle) {
     const auto *found = printer(handle);
     if (!found) {
         return ERROR_INVALID_HANDLE;
@@ -149,7 +149,7 @@ std::uint32_t Service::remove(std::uint32_t handle) {
 
 // ---------------------------------------------------------------------------------------------------------- jobs
 
-std::uint32_t Service::startJob(std::uint32_t clientId, std::uint32_t handle, const JobRequest &request) {
+uint32_t Service::startJob(uint32_t clientId, uint32_t handle, const JobRequest &request) {
     const auto *found = printer(handle);
     if (!found || !isOpen(handle)) {
         return ERROR_INVALID_HANDLE;
@@ -191,7 +191,7 @@ std::uint32_t Service::startJob(std::uint32_t clientId, std::uint32_t handle, co
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::write(std::uint32_t handle, const void *data, std::uint32_t count) {
+uint32_t Service::write(uint32_t handle, const void *data, uint32_t count) {
     if (!isOpen(handle)) {
         return ERROR_INVALID_HANDLE;
     }
@@ -212,7 +212,7 @@ std::uint32_t Service::write(std::uint32_t handle, const void *data, std::uint32
     return code;
 }
 
-std::uint32_t Service::endJob(std::uint32_t handle) {
+uint32_t Service::endJob(uint32_t handle) {
     if (!isOpen(handle)) {
         return ERROR_INVALID_HANDLE;
     }
@@ -236,7 +236,7 @@ std::uint32_t Service::endJob(std::uint32_t handle) {
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::cancelJob(std::uint32_t handle) {
+uint32_t Service::cancelJob(uint32_t handle) {
     if (!isOpen(handle)) {
         return ERROR_INVALID_HANDLE;
     }
@@ -254,13 +254,13 @@ std::uint32_t Service::cancelJob(std::uint32_t handle) {
     return ERROR_SUCCESS;
 }
 
-/** A printer is busy for a while after the last byte; a client that waits less long hears of the end without it. */
+/// A printer is busy for a while after the last byte; a client that waits less long hears of the end without it.
 void Service::reportEnd(const PrinterConfiguration &found) {
     PropertyValue limit;
-    std::uint32_t waitMs = found.printingMs;
+    uint32_t waitMs = found.printingMs;
     auto flag = found.endOfJobFlag;
     if (property(found.handle, "<Name>TeojDuration</Name>", "Long", limit) == 0) {
-        const auto limitMs = std::get<std::uint32_t>(limit);
+        const auto limitMs = std::get<uint32_t>(limit);
         if (limitMs > 0 && limitMs < waitMs) {
             waitMs = limitMs;
             flag = 0;
@@ -280,8 +280,8 @@ void Service::reportEnd(const PrinterConfiguration &found) {
 
 // --------------------------------------------------------------------------------------------------- enumeration
 
-std::vector<std::uint16_t> Service::find(const char *transport) {
-    std::vector<std::uint16_t> handles;
+std::vector<uint16_t> Service::find(const char *transport) {
+    std::vector<uint16_t> handles;
     for (const auto &candidate : loaded_.configuration.printers) {
         if (isOnTransport(candidate, transport) && isPresent(candidate)) {
             handles.push_back(candidate.handle);
@@ -290,7 +290,7 @@ std::vector<std::uint16_t> Service::find(const char *transport) {
     return handles;
 }
 
-std::uint32_t Service::discover(const char *transport) {
+uint32_t Service::discover(const char *transport) {
     for (const auto &candidate : loaded_.configuration.printers) {
         if (!isOnTransport(candidate, transport) || isPresent(candidate)) {
             continue;
@@ -307,7 +307,7 @@ std::uint32_t Service::discover(const char *transport) {
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::findPort(std::string_view portName, std::uint32_t &handle) {
+uint32_t Service::findPort(std::string_view portName, uint32_t &handle) {
     for (const auto &candidate : loaded_.configuration.printers) {
         if (portOf(candidate) == portName && isPresent(candidate)) {
             handle = candidate.handle;
@@ -319,7 +319,7 @@ std::uint32_t Service::findPort(std::string_view portName, std::uint32_t &handle
 
 // ---------------------------------------------------------------------------------------------------- properties
 
-std::uint32_t Service::property(std::uint32_t handle, const char *text, std::string_view type, PropertyValue &value) {
+uint32_t Service::property(uint32_t handle, const char *text, std::string_view type, PropertyValue &value) {
     const auto *found = printer(handle);
     if (!found) {
         return ERROR_INVALID_HANDLE;
@@ -341,7 +341,7 @@ std::uint32_t Service::property(std::uint32_t handle, const char *text, std::str
     } else if (name == "MacAddress" && found->macAddress) {
         value = Bytes(found->macAddress->begin(), found->macAddress->end());
     } else if (name == "TeojDuration") {
-        value = std::uint32_t{0};
+        value = uint32_t{0};
     } else if (name == "TripletJobId") {
         value = Bytes(4, 0);
     } else if (const auto own = found->properties.find(name); own != found->properties.end()) {
@@ -352,7 +352,7 @@ std::uint32_t Service::property(std::uint32_t handle, const char *text, std::str
     return typeOf(value) == type ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
-std::uint32_t Service::setProperty(std::uint32_t handle, const char *text, std::string_view type, PropertyValue value) {
+uint32_t Service::setProperty(uint32_t handle, const char *text, std::string_view type, PropertyValue value) {
     const auto *found = printer(handle);
     if (!found) {
         return ERROR_INVALID_HANDLE;
@@ -369,7 +369,7 @@ std::uint32_t Service::setProperty(std::uint32_t handle, const char *text, std::
     return store_.update(found->handle, [&](StoredPrinter &stored) { stored.properties[name] = std::move(value); });
 }
 
-std::uint32_t Service::setJobString(std::uint32_t handle, const char *key, const char *value) {
+uint32_t Service::setJobString(uint32_t handle, const char *key, const char *value) {
     const auto *found = printer(handle);
     if (!found) {
         return ERROR_INVALID_HANDLE;
@@ -384,7 +384,7 @@ std::uint32_t Service::setJobString(std::uint32_t handle, const char *key, const
     if (descriptor->type != "Long") {
         return setProperty(handle, key, "String", std::string(value));
     }
-    std::uint32_t number = 0;
+    uint32_t number = 0;
     const auto *end = value + std::strlen(value);
     const auto [stop, failure] = std::from_chars(value, end, number);
     if (failure != std::errc() || stop != end) {
@@ -393,7 +393,7 @@ std::uint32_t Service::setJobString(std::uint32_t handle, const char *key, const
     return setProperty(handle, key, "Long", number);
 }
 
-std::uint32_t Service::cache(std::uint32_t handle, Bytes &block) {
+uint32_t Service::cache(uint32_t handle, Bytes &block) {
     const auto *found = printer(handle);
     if (!found) {
         return ERROR_INVALID_HANDLE;
@@ -402,7 +402,7 @@ std::uint32_t Service::cache(std::uint32_t handle, Bytes &block) {
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::state(std::uint32_t handle, std::uint32_t &state) {
+uint32_t Service::state(uint32_t handle, uint32_t &state) {
     const auto *found = printer(handle);
     if (!found) {
         return ERROR_INVALID_HANDLE;
@@ -417,7 +417,7 @@ std::uint32_t Service::state(std::uint32_t handle, std::uint32_t &state) {
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::exchange(std::uint32_t handle, std::span<const std::uint8_t> request, Bytes &response) {
+uint32_t Service::exchange(uint32_t handle, std::span<const uint8_t> request, Bytes &response) {
     const auto *found = printer(handle);
     if (!found || !isOpen(handle)) {
         return ERROR_INVALID_HANDLE;
@@ -437,43 +437,42 @@ std::uint32_t Service::exchange(std::uint32_t handle, std::span<const std::uint8
 
 // ------------------------------------------------------------------------------------------ alerts, notifications
 
-std::uint32_t Service::registerAlerts(std::uint32_t handle, std::uint32_t mask, OrxAlertCallback callback) {
+uint32_t Service::registerAlerts(uint32_t handle, uint32_t mask, OrxAlertCallback callback) {
     if (!isOpen(handle)) {
         return ERROR_INVALID_HANDLE;
     }
     if (!callback) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto narrow = static_cast<std::uint16_t>(handle);
+    const auto narrow = static_cast<uint16_t>(handle);
     listeners_->setAlerts(narrow, mask, callback);
     listen(narrow);
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::unregisterAlerts(std::uint32_t handle) {
-    return listeners_->clearAlerts(static_cast<std::uint16_t>(handle)) ? ERROR_SUCCESS : ERROR_INVALID_FUNCTION;
+uint32_t Service::unregisterAlerts(uint32_t handle) {
+    return listeners_->clearAlerts(static_cast<uint16_t>(handle)) ? ERROR_SUCCESS : ERROR_INVALID_FUNCTION;
 }
 
-std::uint32_t Service::registerNotifications(std::uint32_t handle, std::uint32_t mask,
-                                             OrxNotificationCallback callback) {
+uint32_t Service::registerNotifications(uint32_t handle, uint32_t mask, OrxNotificationCallback callback) {
     if (!isOpen(handle)) {
         return ERROR_INVALID_HANDLE;
     }
     if (!callback) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto narrow = static_cast<std::uint16_t>(handle);
+    const auto narrow = static_cast<uint16_t>(handle);
     listeners_->setNotifications(narrow, mask, callback);
     listen(narrow);
     return ERROR_SUCCESS;
 }
 
-std::uint32_t Service::unregisterNotifications(std::uint32_t handle) {
-    return listeners_->clearNotifications(static_cast<std::uint16_t>(handle)) ? ERROR_SUCCESS : ERROR_INVALID_FUNCTION;
+uint32_t Service::unregisterNotifications(uint32_t handle) {
+    return listeners_->clearNotifications(static_cast<uint16_t>(handle)) ? ERROR_SUCCESS : ERROR_INVALID_FUNCTION;
 }
 
-void Service::notify(const PrinterConfiguration &found, std::uint32_t notification, std::uint32_t afterMs,
-                     std::optional<std::uint32_t> flag) {
+void Service::notify(const PrinterConfiguration &found, uint32_t notification, uint32_t afterMs,
+                     std::optional<uint32_t> flag) {
     if (found.reportsJobs) {
         PrinterEvent event;
         event.handle = found.handle;
@@ -484,7 +483,7 @@ void Service::notify(const PrinterConfiguration &found, std::uint32_t notificati
 }
 
 void Service::alert(const PrinterConfiguration &found, std::string_view cpdAlert, std::string_view bpdAlert,
-                    std::uint32_t afterMs) {
+                    uint32_t afterMs) {
     if (found.reportsJobs) {
         const bool isCpd = found.device == "CpdPrinter";
         PrinterEvent event;
@@ -495,16 +494,16 @@ void Service::alert(const PrinterConfiguration &found, std::string_view cpdAlert
     }
 }
 
-/** To the listeners of this process directly, to those of others through the journal. */
-void Service::tell(PrinterEvent event, std::uint32_t afterMs) {
+/// To the listeners of this process directly, to those of others through the journal.
+void Service::tell(PrinterEvent event, uint32_t afterMs) {
     journal_->append(event, afterMs);
     if (listeners_->hasAny(event.handle)) {
         jobEvents_.post(std::move(event), afterMs);
     }
 }
 
-/** Somebody registered: other processes are heard from now on, and what the timeline has for this moment begins. */
-void Service::listen(std::uint16_t handle) {
+/// Somebody registered: other processes are heard from now on, and what the timeline has for this moment begins.
+void Service::listen(uint16_t handle) {
     {
         const std::lock_guard hold(lock_);
         if (!isListening_) {
@@ -516,10 +515,10 @@ void Service::listen(std::uint16_t handle) {
     scheduleTimeline(TimelineStart::registration, handle);
 }
 
-void Service::scheduleTimeline(TimelineStart start, std::optional<std::uint16_t> handle) {
+void Service::scheduleTimeline(TimelineStart start, std::optional<uint16_t> handle) {
     const auto &entries = loaded_.configuration.timeline;
     const std::lock_guard hold(lock_);
-    for (std::size_t index = 0; index < entries.size(); ++index) {
+    for (size_t index = 0; index < entries.size(); ++index) {
         const auto &entry = entries[index];
         if (isScheduled_[index] || entry.start != start || (handle && entry.handle != *handle)) {
             continue;
@@ -537,7 +536,7 @@ void Service::scheduleTimeline(TimelineStart start, std::optional<std::uint16_t>
 
 // ------------------------------------------------------------------------------------------------------ look-ups
 
-const PrinterConfiguration *Service::printer(std::uint32_t handle) const noexcept {
+const PrinterConfiguration *Service::printer(uint32_t handle) const noexcept {
     for (const auto &candidate : loaded_.configuration.printers) {
         if (candidate.handle == handle) {
             return &candidate;
@@ -551,18 +550,18 @@ bool Service::isPresent(const PrinterConfiguration &candidate) const {
     return !stored.isDeleted && (!candidate.isHiddenUntilDiscovery || stored.isDiscovered);
 }
 
-bool Service::isOpen(std::uint32_t handle) {
+bool Service::isOpen(uint32_t handle) {
     const std::lock_guard hold(lock_);
     return open_.contains(handle);
 }
 
-std::shared_ptr<PrintJob> Service::runningJob(std::uint32_t handle) {
+std::shared_ptr<PrintJob> Service::runningJob(uint32_t handle) {
     const std::lock_guard hold(lock_);
     const auto found = open_.find(handle);
     return found == open_.end() ? nullptr : found->second.job;
 }
 
-void Service::dropJob(std::uint32_t handle, const std::shared_ptr<PrintJob> &job) {
+void Service::dropJob(uint32_t handle, const std::shared_ptr<PrintJob> &job) {
     const std::lock_guard hold(lock_);
     const auto found = open_.find(handle);
     if (found != open_.end() && found->second.job == job) {

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_SERVICE_H
-#define SIMULATOR_SERVICE_H
+#pragma once
 
 #include "simulator/Log.h"
 #include "simulator/ProcessMemory.h"
@@ -21,7 +20,7 @@
 
 namespace simulator {
 
-/** A printer's new job as the entry points hear of it. */
+/// A printer's new job as the entry points hear of it.
 struct JobRequest {
     std::string user;
     std::string host;
@@ -29,11 +28,9 @@ struct JobRequest {
     std::string options;
 };
 
-/**
- * The simulated service as one load of the library sees it. Operations answer 0 or a code of the system; handles are
- * those of the configuration. Safe to use from any thread; no lock is held while a callback runs, while a document is
- * written or while a real printer is waited for.
- */
+/// The simulated service as one load of the library sees it. Operations answer 0 or a code of the system; handles are
+/// those of the configuration. Safe to use from any thread; no lock is held while a callback runs, while a document is
+/// written or while a real printer is waited for.
 class Service {
   public:
     explicit Service(LoadedConfiguration loaded);
@@ -41,7 +38,7 @@ class Service {
     Service(const Service &) = delete;
     Service &operator=(const Service &) = delete;
 
-    /** Ends the threads as far as they can be ended now, cancels what is unfinished. */
+    /// Ends the threads as far as they can be ended now, cancels what is unfinished.
     void stop() noexcept;
 
     [[nodiscard]] bool isUsable() const noexcept { return !loaded_.error; }
@@ -49,58 +46,57 @@ class Service {
     [[nodiscard]] bool logsCalls() const noexcept { return loaded_.configuration.logsCalls; }
     [[nodiscard]] Log &log() noexcept { return log_; }
 
-    [[nodiscard]] std::uint32_t open(std::uint32_t handle);
-    [[nodiscard]] std::uint32_t close(std::uint32_t handle);
-    [[nodiscard]] std::uint32_t remove(std::uint32_t handle);
+    [[nodiscard]] uint32_t open(uint32_t handle);
+    [[nodiscard]] uint32_t close(uint32_t handle);
+    [[nodiscard]] uint32_t remove(uint32_t handle);
 
-    [[nodiscard]] std::uint32_t startJob(std::uint32_t clientId, std::uint32_t handle, const JobRequest &request);
-    [[nodiscard]] std::uint32_t write(std::uint32_t handle, const void *data, std::uint32_t count);
-    [[nodiscard]] std::uint32_t endJob(std::uint32_t handle);
-    [[nodiscard]] std::uint32_t cancelJob(std::uint32_t handle);
+    [[nodiscard]] uint32_t startJob(uint32_t clientId, uint32_t handle, const JobRequest &request);
+    [[nodiscard]] uint32_t write(uint32_t handle, const void *data, uint32_t count);
+    [[nodiscard]] uint32_t endJob(uint32_t handle);
+    [[nodiscard]] uint32_t cancelJob(uint32_t handle);
 
-    /** Handles of the printers of a transport that can be found; a null transport means all. */
-    [[nodiscard]] std::vector<std::uint16_t> find(const char *transport);
-    [[nodiscard]] std::uint32_t discover(const char *transport);
-    [[nodiscard]] std::uint32_t findPort(std::string_view portName, std::uint32_t &handle);
+    /// Handles of the printers of a transport that can be found; a null transport means all.
+    [[nodiscard]] std::vector<uint16_t> find(const char *transport);
+    [[nodiscard]] uint32_t discover(const char *transport);
+    [[nodiscard]] uint32_t findPort(std::string_view portName, uint32_t &handle);
 
-    /** @param type  "String", "Long" or "ByteArray": what the caller wants. */
-    [[nodiscard]] std::uint32_t property(std::uint32_t handle, const char *descriptor, std::string_view type,
-                                         PropertyValue &value);
-    [[nodiscard]] std::uint32_t setProperty(std::uint32_t handle, const char *descriptor, std::string_view type,
-                                            PropertyValue value);
-    [[nodiscard]] std::uint32_t setJobString(std::uint32_t handle, const char *key, const char *value);
+    /// @param type  "String", "Long" or "ByteArray": what the caller wants.
+    [[nodiscard]] uint32_t property(uint32_t handle, const char *descriptor, std::string_view type,
+                                    PropertyValue &value);
+    [[nodiscard]] uint32_t setProperty(uint32_t handle, const char *descriptor, std::string_view type,
+                                       PropertyValue value);
+    [[nodiscard]] uint32_t setJobString(uint32_t handle, const char *key, const char *value);
 
-    [[nodiscard]] std::uint32_t cache(std::uint32_t handle, Bytes &block);
-    [[nodiscard]] std::uint32_t state(std::uint32_t handle, std::uint32_t &state);
-    [[nodiscard]] std::uint32_t exchange(std::uint32_t handle, std::span<const std::uint8_t> request, Bytes &response);
+    [[nodiscard]] uint32_t cache(uint32_t handle, Bytes &block);
+    [[nodiscard]] uint32_t state(uint32_t handle, uint32_t &state);
+    [[nodiscard]] uint32_t exchange(uint32_t handle, std::span<const uint8_t> request, Bytes &response);
 
-    [[nodiscard]] std::uint32_t registerAlerts(std::uint32_t handle, std::uint32_t mask, OrxAlertCallback callback);
-    [[nodiscard]] std::uint32_t unregisterAlerts(std::uint32_t handle);
-    [[nodiscard]] std::uint32_t registerNotifications(std::uint32_t handle, std::uint32_t mask,
-                                                      OrxNotificationCallback callback);
-    [[nodiscard]] std::uint32_t unregisterNotifications(std::uint32_t handle);
+    [[nodiscard]] uint32_t registerAlerts(uint32_t handle, uint32_t mask, OrxAlertCallback callback);
+    [[nodiscard]] uint32_t unregisterAlerts(uint32_t handle);
+    [[nodiscard]] uint32_t registerNotifications(uint32_t handle, uint32_t mask, OrxNotificationCallback callback);
+    [[nodiscard]] uint32_t unregisterNotifications(uint32_t handle);
 
   private:
     struct OpenPrinter {
-        std::uint32_t count = 0;
+        uint32_t count = 0;
         std::shared_ptr<PrintJob> job;
     };
 
-    [[nodiscard]] const PrinterConfiguration *printer(std::uint32_t handle) const noexcept;
+    [[nodiscard]] const PrinterConfiguration *printer(uint32_t handle) const noexcept;
     [[nodiscard]] bool isPresent(const PrinterConfiguration &printer) const;
-    [[nodiscard]] bool isOpen(std::uint32_t handle);
-    [[nodiscard]] std::shared_ptr<PrintJob> runningJob(std::uint32_t handle);
-    /** The handle's job is over, unless it is another one by now. */
-    void dropJob(std::uint32_t handle, const std::shared_ptr<PrintJob> &job);
+    [[nodiscard]] bool isOpen(uint32_t handle);
+    [[nodiscard]] std::shared_ptr<PrintJob> runningJob(uint32_t handle);
+    /// The handle's job is over, unless it is another one by now.
+    void dropJob(uint32_t handle, const std::shared_ptr<PrintJob> &job);
     [[nodiscard]] std::string portOf(const PrinterConfiguration &printer) const;
-    void notify(const PrinterConfiguration &printer, std::uint32_t notification, std::uint32_t afterMs = 0,
-                std::optional<std::uint32_t> flag = std::nullopt);
+    void notify(const PrinterConfiguration &printer, uint32_t notification, uint32_t afterMs = 0,
+                std::optional<uint32_t> flag = std::nullopt);
     void alert(const PrinterConfiguration &printer, std::string_view cpdAlert, std::string_view bpdAlert,
-               std::uint32_t afterMs = 0);
+               uint32_t afterMs = 0);
     void reportEnd(const PrinterConfiguration &printer);
-    void tell(PrinterEvent event, std::uint32_t afterMs);
-    void listen(std::uint16_t handle);
-    void scheduleTimeline(TimelineStart start, std::optional<std::uint16_t> handle);
+    void tell(PrinterEvent event, uint32_t afterMs);
+    void listen(uint16_t handle);
+    void scheduleTimeline(TimelineStart start, std::optional<uint16_t> handle);
 
     const LoadedConfiguration loaded_;
     Log log_;
@@ -112,11 +108,9 @@ class Service {
     DeliveryThread timeline_;
 
     Lock lock_; // guards the rest
-    std::map<std::uint32_t, OpenPrinter> open_;
+    std::map<uint32_t, OpenPrinter> open_;
     std::vector<bool> isScheduled_; // by timeline entry
     bool isListening_ = false;
 };
 
 } // namespace simulator
-
-#endif

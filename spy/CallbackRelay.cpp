@@ -11,7 +11,7 @@ namespace spy {
 namespace {
 
 /// A client has one function a kind; the tests' copies of it have some more.
-constexpr std::size_t mostRelays = 256;
+constexpr size_t mostRelays = 256;
 
 struct Relayed {
     AnyFunction *function;
@@ -20,18 +20,17 @@ struct Relayed {
 
 // Written once each, before the relay is handed out, and never taken back: a service may call late.
 Relayed relayed[mostRelays];
-std::size_t relayedCount = 0;
+size_t relayedCount = 0;
 SRWLOCK lock = SRWLOCK_INIT; // guards the two for writing
 
-template <std::size_t Index>
-std::uint64_t relay(std::uint64_t a0, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3, std::uint64_t a4,
-                    std::uint64_t a5, std::uint64_t a6, std::uint64_t a7) {
+template <size_t Index>
+uint64_t relay(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5, uint64_t a6, uint64_t a7) {
     const auto &target = relayed[Index];
-    return relayCallback(static_cast<std::uint32_t>(Index + 1), target.kind, target.function,
+    return relayCallback(static_cast<uint32_t>(Index + 1), target.kind, target.function,
                          {a0, a1, a2, a3, a4, a5, a6, a7});
 }
 
-template <std::size_t... Indices>
+template <size_t... Indices>
 constexpr std::array<AnyFunction *, sizeof...(Indices)> allRelays(std::index_sequence<Indices...>) {
     return {&relay<Indices>...};
 }
@@ -40,15 +39,15 @@ constexpr auto relays = allRelays(std::make_index_sequence<mostRelays>());
 
 } // namespace
 
-RelayedCallback relayFor(std::uint64_t function, ArgumentKind kind) noexcept {
-    const auto address = static_cast<std::uintptr_t>(function);
+RelayedCallback relayFor(uint64_t function, ArgumentKind kind) noexcept {
+    const auto address = static_cast<uintptr_t>(function);
     if (!isExecutable(reinterpret_cast<const void *>(address))) {
         return {};
     }
     const Relayed wanted{reinterpret_cast<AnyFunction *>(address), kind};
     RelayedCallback found;
     AcquireSRWLockExclusive(&lock);
-    std::size_t index = 0;
+    size_t index = 0;
     while (index < relayedCount && (relayed[index].function != wanted.function || relayed[index].kind != kind)) {
         ++index;
     }
@@ -56,7 +55,7 @@ RelayedCallback relayFor(std::uint64_t function, ArgumentKind kind) noexcept {
         relayed[relayedCount++] = wanted;
     }
     if (index < relayedCount) {
-        found = {relays[index], static_cast<std::uint32_t>(index + 1)};
+        found = {relays[index], static_cast<uint32_t>(index + 1)};
     }
     ReleaseSRWLockExclusive(&lock);
     return found;

@@ -7,17 +7,17 @@ namespace spy {
 
 namespace {
 
-constexpr std::size_t mostTextBytes = 32 * 1024;
+constexpr size_t mostTextBytes = 32 * 1024;
 
-const char *at(std::uint64_t address) {
-    return reinterpret_cast<const char *>(static_cast<std::uintptr_t>(address));
+const char *at(uint64_t address) {
+    return reinterpret_cast<const char *>(static_cast<uintptr_t>(address));
 }
 
-std::uint32_t narrow(std::uint64_t word) {
-    return static_cast<std::uint32_t>(word);
+uint32_t narrow(uint64_t word) {
+    return static_cast<uint32_t>(word);
 }
 
-Json addressOnly(std::uint64_t address) {
+Json addressOnly(uint64_t address) {
     std::string big;
     for (int shift = 56; shift >= 0; shift -= 8) {
         big += static_cast<char>(address >> shift);
@@ -35,7 +35,7 @@ bool isUtf8(const std::string &text) {
     }
 }
 
-void appendUtf8(std::string &text, std::uint32_t point) {
+void appendUtf8(std::string &text, uint32_t point) {
     const auto tail = [&](unsigned shift) { text += static_cast<char>(0x80 | (point >> shift & 0x3F)); };
     if (point < 0x80) {
         text += static_cast<char>(point);
@@ -60,11 +60,11 @@ Json wholeBytes(const std::string &bytes) {
 
 } // namespace
 
-std::string Capture::content(std::uint64_t address, std::size_t wanted) const {
+std::string Capture::content(uint64_t address, size_t wanted) const {
     return address == 0 ? std::string() : std::string(at(address), host_.readable(at(address), wanted));
 }
 
-Json Capture::bytes(std::string_view name, std::uint64_t address, std::size_t length, bool isDocument,
+Json Capture::bytes(std::string_view name, uint64_t address, size_t length, bool isDocument,
                     const PieceSink &pieces) const {
     if (address == 0) {
         return nullptr;
@@ -79,8 +79,8 @@ Json Capture::bytes(std::string_view name, std::uint64_t address, std::size_t le
         return {{"length", length}, {"hex", hexadecimal(at(address), length)}};
     }
     const auto digest = host_.newDigest();
-    std::uint64_t count = 0;
-    for (std::size_t offset = 0; offset < length; offset += mostInlineBytes) {
+    uint64_t count = 0;
+    for (size_t offset = 0; offset < length; offset += mostInlineBytes) {
         const auto size = std::min(mostInlineBytes, length - offset);
         digest->add(at(address) + offset, size);
         if (!isRedacted) {
@@ -95,7 +95,7 @@ Json Capture::bytes(std::string_view name, std::uint64_t address, std::size_t le
     return described;
 }
 
-Json Capture::text(std::uint64_t address) const {
+Json Capture::text(uint64_t address) const {
     if (address == 0) {
         return nullptr;
     }
@@ -107,7 +107,7 @@ Json Capture::text(std::uint64_t address) const {
     return isUtf8(text) ? Json(text) : wholeBytes(text);
 }
 
-Json Capture::wideText(std::uint64_t address) const {
+Json Capture::wideText(uint64_t address) const {
     if (address == 0) {
         return nullptr;
     }
@@ -117,11 +117,11 @@ Json Capture::wideText(std::uint64_t address) const {
     }
     std::string units;
     std::string text;
-    std::uint32_t high = 0;
+    uint32_t high = 0;
     bool isSound = true;
-    for (std::size_t offset = 0; offset + 1 < readable; offset += 2) {
-        const auto unit = static_cast<std::uint32_t>(static_cast<unsigned char>(at(address)[offset]) |
-                                                     static_cast<unsigned char>(at(address)[offset + 1]) << 8);
+    for (size_t offset = 0; offset + 1 < readable; offset += 2) {
+        const auto unit = static_cast<uint32_t>(static_cast<unsigned char>(at(address)[offset]) |
+                                                static_cast<unsigned char>(at(address)[offset + 1]) << 8);
         if (unit == 0) {
             break;
         }
@@ -140,7 +140,7 @@ Json Capture::wideText(std::uint64_t address) const {
 
 Json Capture::arguments(const EntryPoint &entryPoint, const Words &words, const PieceSink &pieces) const {
     Json values = Json::object();
-    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
         const auto &argument = entryPoint.arguments[index];
         const auto word = words[index];
         Json &value = values[argument.name];
@@ -174,11 +174,11 @@ Json Capture::callbackArguments(ArgumentKind kind, const Words &words, const Pie
     } else if (kind == ArgumentKind::notificationCallback) {
         values["category"] = narrow(words[1]);
         values["notification"] = narrow(words[2]);
-        const auto flag = content(words[3], sizeof(std::uint32_t));
-        if (words[3] == 0 || flag.size() < sizeof(std::uint32_t)) {
+        const auto flag = content(words[3], sizeof(uint32_t));
+        if (words[3] == 0 || flag.size() < sizeof(uint32_t)) {
             values["endOfJobFlag"] = words[3] == 0 ? Json(nullptr) : addressOnly(words[3]);
         } else {
-            std::uint32_t number = 0;
+            uint32_t number = 0;
             std::memcpy(&number, flag.data(), sizeof number);
             values["endOfJobFlag"] = number;
         }
@@ -189,13 +189,13 @@ Json Capture::callbackArguments(ArgumentKind kind, const Words &words, const Pie
 }
 
 Capture::Before::Before(const Capture &capture, const EntryPoint &entryPoint, const Words &words) {
-    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
         const auto kind = entryPoint.arguments[index].kind;
         if (kind == ArgumentKind::outputNumber) {
-            contents_[index] = capture.content(words[index], sizeof(std::uint32_t));
+            contents_[index] = capture.content(words[index], sizeof(uint32_t));
         } else if (kind == ArgumentKind::outputBytes) {
             contents_[index] =
-                capture.content(words[index], std::min<std::size_t>(narrow(words[index + 1]), mostInlineBytes));
+                capture.content(words[index], std::min<size_t>(narrow(words[index + 1]), mostInlineBytes));
         }
     }
 }
@@ -203,7 +203,7 @@ Capture::Before::Before(const Capture &capture, const EntryPoint &entryPoint, co
 Json Capture::outputs(const EntryPoint &entryPoint, const Words &words, const Before &before, bool succeeded,
                       const PieceSink &pieces) const {
     Json values = Json::object();
-    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
         const auto &argument = entryPoint.arguments[index];
         const bool isNumber = argument.kind == ArgumentKind::outputNumber;
         if (words[index] == 0 || (!isNumber && argument.kind != ArgumentKind::outputBytes)) {
@@ -212,7 +212,7 @@ Json Capture::outputs(const EntryPoint &entryPoint, const Words &words, const Be
         const auto &old = before.contents_[index];
         const auto now = content(words[index], old.size());
         if (isNumber) {
-            std::uint32_t number = 0;
+            uint32_t number = 0;
             if (now.size() == sizeof number && (succeeded || now != old)) {
                 std::memcpy(&number, now.data(), sizeof number);
                 values[argument.name] = number;
@@ -220,13 +220,13 @@ Json Capture::outputs(const EntryPoint &entryPoint, const Words &words, const Be
             continue;
         }
         const auto last = std::mismatch(now.rbegin(), now.rend(), old.rbegin(), old.rend()).first;
-        std::size_t written = static_cast<std::size_t>(now.rend() - last); // up to the last byte that changed
+        size_t written = static_cast<size_t>(now.rend() - last); // up to the last byte that changed
         if (succeeded && words[index + 2] != 0) {
-            std::uint32_t told = 0;
+            uint32_t told = 0;
             if (const auto length = content(words[index + 2], sizeof told); length.size() == sizeof told) {
                 std::memcpy(&told, length.data(), sizeof told);
             }
-            written = std::max<std::size_t>(written, std::min(told, narrow(words[index + 1])));
+            written = std::max<size_t>(written, std::min(told, narrow(words[index + 1])));
         }
         if (written > 0) {
             values[argument.name] = bytes(argument.name, words[index], written, argument.isDocument, pieces);

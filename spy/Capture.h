@@ -14,13 +14,13 @@
 
 namespace spy {
 
-using Words = std::array<std::uint64_t, mostWords>;
+using Words = std::array<uint64_t, mostWords>;
 
 /// A hash over bytes that come in pieces.
 class Digest {
   public:
     virtual ~Digest() = default;
-    virtual void add(const void *bytes, std::size_t count) = 0;
+    virtual void add(const void *bytes, size_t count) = 0;
     /// In lower-case hexadecimal digits. Once, at the end.
     [[nodiscard]] virtual std::string finish() = 0;
 };
@@ -28,17 +28,17 @@ class Digest {
 /// What capturing needs of the world around it.
 struct CaptureHost {
     /// How many bytes from the address on can be read, at most so many as are wanted.
-    std::function<std::size_t(const void *address, std::size_t wanted)> readable;
+    std::function<size_t(const void *address, size_t wanted)> readable;
     std::function<std::unique_ptr<Digest>()> newDigest;
     /// The number by which a recording knows a function of the client; 0 when it is none that can be called.
-    std::function<std::uint32_t(std::uint64_t address, ArgumentKind kind)> callbackNumber;
+    std::function<uint32_t(uint64_t address, ArgumentKind kind)> callbackNumber;
 };
 
 /// Takes a piece of a buffer that is too large for one line.
-using PieceSink = std::function<void(std::string_view argument, std::uint64_t offset, std::string hex)>;
+using PieceSink = std::function<void(std::string_view argument, uint64_t offset, std::string hex)>;
 
 /// A buffer of more bytes is told of in pieces of so many, so that no line and no memory grows with a document.
-inline constexpr std::size_t mostInlineBytes = 32 * 1024;
+inline constexpr size_t mostInlineBytes = 32 * 1024;
 
 /// How a value of a recording looks that is no number and no text:
 ///
@@ -75,11 +75,11 @@ class Capture {
                                const PieceSink &pieces) const;
 
   private:
-    [[nodiscard]] Json bytes(std::string_view name, std::uint64_t address, std::size_t length, bool isDocument,
+    [[nodiscard]] Json bytes(std::string_view name, uint64_t address, size_t length, bool isDocument,
                              const PieceSink &pieces) const;
-    [[nodiscard]] Json text(std::uint64_t address) const;
-    [[nodiscard]] Json wideText(std::uint64_t address) const;
-    [[nodiscard]] std::string content(std::uint64_t address, std::size_t wanted) const;
+    [[nodiscard]] Json text(uint64_t address) const;
+    [[nodiscard]] Json wideText(uint64_t address) const;
+    [[nodiscard]] std::string content(uint64_t address, size_t wanted) const;
 
     const CaptureHost &host_;
     bool redacts_;

@@ -102,7 +102,7 @@ EntryPoint read(const Declaration &declaration) {
     if (declaration.hasClient) {
         entryPoint.arguments.push_back({"clientId", ArgumentKind::number});
     }
-    for (std::size_t index = 0; index < names.size(); ++index) {
+    for (size_t index = 0; index < names.size(); ++index) {
         const auto name = names[index];
         const auto next = index + 1 < names.size() ? names[index + 1] : std::string_view();
         const auto kind = kindOf(typeOf(name, parameters), isByteCount(typeOf(next, parameters), next));

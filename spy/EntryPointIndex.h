@@ -7,16 +7,16 @@
 namespace spy {
 
 /// Every entry point hands on so many words, which is more than any of them has arguments.
-inline constexpr std::size_t mostWords = 8;
+inline constexpr size_t mostWords = 8;
 
 /// Indices of the table.
-enum class EntryPointIndex : std::uint32_t {
+enum class EntryPointIndex : uint32_t {
 #define ORX_ENTRY_POINT(name, client, parameters, arguments) name,
 #include "spy/OrxEntryPoints.inc"
 #undef ORX_ENTRY_POINT
     count
 };
 
-inline constexpr std::size_t entryPointCount = static_cast<std::size_t>(EntryPointIndex::count);
+inline constexpr size_t entryPointCount = static_cast<size_t>(EntryPointIndex::count);
 
 } // namespace spy

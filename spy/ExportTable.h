@@ -60,8 +60,7 @@ class ExportTable {
         auto *const functions = at<DWORD>(directory_->AddressOfFunctions);
         for (DWORD index = 0; index < directory_->NumberOfNames; ++index) {
             if (const void *const target = targetOf(at<const char>(names[index]))) {
-                const auto distance =
-                    reinterpret_cast<std::uintptr_t>(target) - reinterpret_cast<std::uintptr_t>(module_);
+                const auto distance = reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(module_);
                 functions[ordinals[index]] = static_cast<DWORD>(distance);
             }
         }
@@ -71,7 +70,7 @@ class ExportTable {
   private:
     template <class Type>
     [[nodiscard]] Type *at(DWORD offset) const noexcept {
-        return reinterpret_cast<Type *>(reinterpret_cast<std::uintptr_t>(module_) + offset);
+        return reinterpret_cast<Type *>(reinterpret_cast<uintptr_t>(module_) + offset);
     }
 
     HMODULE module_;

@@ -79,7 +79,7 @@ bool attach(HMODULE self) noexcept {
         OutputDebugStringA("comc.dll spy: comc-real.dll, the real library, cannot be loaded\n");
         return false;
     }
-    for (std::size_t index = 0; index < spy::entryPointCount; ++index) {
+    for (size_t index = 0; index < spy::entryPointCount; ++index) {
         functions[index] = find<AnyFunction>(service, names[index]);
     }
     spy::ExportTable(self).remove([](const char *name) { return GetProcAddress(service, name) == nullptr; });
@@ -99,10 +99,10 @@ void detach() noexcept {
     FreeLibrary(service);
 }
 
-std::uint64_t forward(spy::EntryPointIndex index, const std::uint64_t (&words)[spy::mostWords]) {
-    auto *const function = functions[static_cast<std::size_t>(index)];
+uint64_t forward(spy::EntryPointIndex index, const uint64_t (&words)[spy::mostWords]) {
+    auto *const function = functions[static_cast<size_t>(index)];
     if (recorder != nullptr) {
-        return recorder->forward(static_cast<std::uint32_t>(index), function, words);
+        return recorder->forward(static_cast<uint32_t>(index), function, words);
     }
     return function(words[0], words[1], words[2], words[3], words[4], words[5], words[6], words[7]);
 }
@@ -111,9 +111,8 @@ std::uint64_t forward(spy::EntryPointIndex index, const std::uint64_t (&words)[s
 
 // The words behind an entry point's last argument are the caller's stack and are handed on as they are.
 #define ORX_ENTRY_POINT(name, client, parameters, arguments)                                                           \
-    extern "C" __declspec(dllexport) std::uint64_t name(std::uint64_t a0, std::uint64_t a1, std::uint64_t a2,          \
-                                                        std::uint64_t a3, std::uint64_t a4, std::uint64_t a5,          \
-                                                        std::uint64_t a6, std::uint64_t a7) {                          \
+    extern "C" __declspec(dllexport) uint64_t name(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,    \
+                                                   uint64_t a5, uint64_t a6, uint64_t a7) {                            \
         return forward(spy::EntryPointIndex::name, {a0, a1, a2, a3, a4, a5, a6, a7});                                  \
     }
 #include "spy/OrxEntryPoints.inc"

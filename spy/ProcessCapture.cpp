@@ -26,7 +26,7 @@ class Sha256 : public Digest {
     Sha256(const Sha256 &) = delete;
     Sha256 &operator=(const Sha256 &) = delete;
 
-    void add(const void *bytes, std::size_t count) override {
+    void add(const void *bytes, size_t count) override {
         if (hash_ != nullptr) {
             BCryptHashData(hash_, static_cast<PUCHAR>(const_cast<void *>(bytes)), static_cast<ULONG>(count), 0);
         }
@@ -53,7 +53,7 @@ class Sha256 : public Digest {
 
 } // namespace
 
-std::size_t readableBytes(const void *address, std::size_t wanted) noexcept {
+size_t readableBytes(const void *address, size_t wanted) noexcept {
     const auto *const begin = static_cast<const char *>(address);
     const char *end = begin;
     while (end < begin + wanted) {
@@ -64,7 +64,7 @@ std::size_t readableBytes(const void *address, std::size_t wanted) noexcept {
         }
         end = static_cast<const char *>(region.BaseAddress) + region.RegionSize;
     }
-    return std::min(wanted, static_cast<std::size_t>(end - begin));
+    return std::min(wanted, static_cast<size_t>(end - begin));
 }
 
 bool isExecutable(const void *address) noexcept {

@@ -6,7 +6,7 @@
 namespace spy {
 
 /// How many bytes from the address on can be read now, at most so many as are wanted.
-[[nodiscard]] std::size_t readableBytes(const void *address, std::size_t wanted) noexcept;
+[[nodiscard]] size_t readableBytes(const void *address, size_t wanted) noexcept;
 
 /// Whether a function may stand there.
 [[nodiscard]] bool isExecutable(const void *address) noexcept;

@@ -11,7 +11,7 @@ namespace {
 std::string startedText(const FILETIME &time) {
     SYSTEMTIME parts;
     FileTimeToSystemTime(&time, &parts);
-    const auto ticks = static_cast<std::uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime; // of 100 ns
+    const auto ticks = static_cast<uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime; // of 100 ns
     const auto microseconds = static_cast<unsigned>(ticks / 10 % 1'000'000);
     char text[64];
     std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u.%06uZ", parts.wYear, parts.wMonth, parts.wDay,
@@ -46,26 +46,26 @@ void createFolders(const std::wstring &folder) {
 
 } // namespace
 
-std::int64_t recordingTime() noexcept {
+int64_t recordingTime() noexcept {
     const auto now = [] {
         LARGE_INTEGER count;
         QueryPerformanceCounter(&count);
         return count.QuadPart;
     };
-    static const std::int64_t begin = now();
-    static const std::int64_t perSecond = [] {
+    static const int64_t begin = now();
+    static const int64_t perSecond = [] {
         LARGE_INTEGER frequency;
         QueryPerformanceFrequency(&frequency);
         return frequency.QuadPart;
     }();
-    const std::int64_t elapsed = now() - begin;
+    const int64_t elapsed = now() - begin;
     return elapsed / perSecond * 1'000'000 + elapsed % perSecond * 1'000'000 / perSecond;
 }
 
 std::string narrowText(std::wstring_view text) {
     const int count = static_cast<int>(text.size());
     const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), count, nullptr, 0, nullptr, nullptr);
-    std::string result(static_cast<std::size_t>(size), '\0');
+    std::string result(static_cast<size_t>(size), '\0');
     WideCharToMultiByte(CP_UTF8, 0, text.data(), count, result.data(), size, nullptr, nullptr);
     return result;
 }

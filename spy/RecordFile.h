@@ -38,7 +38,7 @@ class RecordFile {
 };
 
 /// Microseconds since the recording began.
-[[nodiscard]] std::int64_t recordingTime() noexcept;
+[[nodiscard]] int64_t recordingTime() noexcept;
 
 /// UTF-8.
 [[nodiscard]] std::string narrowText(std::wstring_view text);

@@ -14,7 +14,7 @@ constexpr std::string_view recordingName = "comc.dll";
 constexpr int recordingFormat = 1;
 
 /// A century in microseconds: no recording is as long, and times can be subtracted and converted without overflow.
-constexpr std::uint64_t latestTime = 100ull * 365 * 24 * 3600 * 1'000'000;
+constexpr uint64_t latestTime = 100ull * 365 * 24 * 3600 * 1'000'000;
 
 struct KindRow {
     EventKind kind;
@@ -51,8 +51,8 @@ Json parseObject(std::string_view line) {
     return json;
 }
 
-bool isNumber(const Json &json, std::uint64_t most = std::numeric_limits<std::uint32_t>::max()) {
-    return json.is_number_unsigned() && json.get<std::uint64_t>() <= most;
+bool isNumber(const Json &json, uint64_t most = std::numeric_limits<uint32_t>::max()) {
+    return json.is_number_unsigned() && json.get<uint64_t>() <= most;
 }
 
 /// Arguments and buffers have names like variables; lines are shown with them as they are.
@@ -69,7 +69,7 @@ bool isHexadecimal(const Json &json) {
 
 bool isHexadecimalOf(const Json &json, const Json &byteCount) {
     return isHexadecimal(json) && isNumber(byteCount) &&
-           json.get_ref<const std::string &>().size() == byteCount.get<std::uint64_t>() * 2;
+           json.get_ref<const std::string &>().size() == byteCount.get<uint64_t>() * 2;
 }
 
 /// Whether a value is one of those that Capture composes, so that who shows or replays it need not look again.
@@ -94,7 +94,7 @@ bool isValue(const Json &value) {
 }
 
 /// A member that must be there and of its type.
-template <typename Type>
+template <class Type>
 Type require(const Json &json, const char *key) {
     const auto found = json.find(key);
     const bool fits = found != json.end() && [&] {
@@ -103,7 +103,7 @@ Type require(const Json &json, const char *key) {
         } else if constexpr (std::is_same_v<Type, bool>) {
             return found->is_boolean();
         } else {
-            return isNumber(*found, static_cast<std::uint64_t>(std::numeric_limits<Type>::max()));
+            return isNumber(*found, static_cast<uint64_t>(std::numeric_limits<Type>::max()));
         }
     }();
     if (!fits) {
@@ -112,7 +112,7 @@ Type require(const Json &json, const char *key) {
     return found->template get<Type>();
 }
 
-template <typename Type>
+template <class Type>
 std::optional<Type> find(const Json &json, const char *key) {
     return json.contains(key) ? std::optional(require<Type>(json, key)) : std::nullopt;
 }
@@ -149,7 +149,7 @@ void requireCallback(const std::string &kind) {
 
 } // namespace
 
-std::string hexadecimal(const void *bytes, std::size_t count) {
+std::string hexadecimal(const void *bytes, size_t count) {
     constexpr std::string_view digits = "0123456789abcdef";
     const auto *const begin = static_cast<const unsigned char *>(bytes);
     std::string text;
@@ -174,7 +174,7 @@ std::string bytesOf(std::string_view hex) {
     }
     std::string bytes;
     bytes.reserve(hex.size() / 2);
-    for (std::size_t index = 0; index < hex.size(); index += 2) {
+    for (size_t index = 0; index < hex.size(); index += 2) {
         bytes += static_cast<char>(digit(hex[index]) << 4 | digit(hex[index + 1]));
     }
     return bytes;
@@ -238,7 +238,7 @@ RecordingHeader parseHeader(std::string_view line) {
                              std::to_string(recordingFormat));
     }
     RecordingHeader header;
-    header.process = require<std::uint32_t>(json, "process");
+    header.process = require<uint32_t>(json, "process");
     header.program = require<std::string>(json, "program");
     header.service = require<std::string>(json, "service");
     header.started = require<std::string>(json, "started");
@@ -256,36 +256,36 @@ RecordEvent parseLine(std::string_view line) {
     }
     RecordEvent event;
     event.kind = row->kind;
-    event.number = require<std::uint64_t>(json, "number");
+    event.number = require<uint64_t>(json, "number");
     if (event.kind == EventKind::bytes) {
         event.argument = require<std::string>(json, "argument");
         if (!isName(event.argument)) {
             throw RecordingError("there is no buffer " + dump(event.argument));
         }
         event.isOutput = require<bool>(json, "output");
-        event.offset = require<std::uint64_t>(json, "offset");
+        event.offset = require<uint64_t>(json, "offset");
         event.hex = require<std::string>(json, "hex");
         return event;
     }
-    event.time = require<std::int64_t>(json, "time");
-    if (static_cast<std::uint64_t>(event.time) > latestTime) {
+    event.time = require<int64_t>(json, "time");
+    if (static_cast<uint64_t>(event.time) > latestTime) {
         throw RecordingError("the line's \"time\" is later than any recording lasts");
     }
-    event.thread = require<std::uint32_t>(json, "thread");
-    event.within = find<std::uint64_t>(json, "within");
+    event.thread = require<uint32_t>(json, "thread");
+    event.within = find<uint64_t>(json, "within");
     if (event.kind == EventKind::call || event.kind == EventKind::callReturn) {
         event.entryPoint = require<std::string>(json, "entryPoint");
         requireEntryPoint(event.entryPoint);
     }
     if (event.kind == EventKind::callback) {
-        event.callback = require<std::uint32_t>(json, "callback");
+        event.callback = require<uint32_t>(json, "callback");
         event.callbackKind = require<std::string>(json, "kind");
         requireCallback(event.callbackKind);
     }
     if (event.kind == EventKind::callReturn || event.kind == EventKind::callbackReturn) {
         event.raised = find<bool>(json, "raised").value_or(false);
-        event.result = event.raised ? 0 : require<std::uint32_t>(json, "result");
-        event.lastError = find<std::uint32_t>(json, "lastError");
+        event.result = event.raised ? 0 : require<uint32_t>(json, "result");
+        event.lastError = find<uint32_t>(json, "lastError");
     }
     if (!row->values.empty()) {
         event.values = valuesOf(json, *row);

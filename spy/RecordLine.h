@@ -28,7 +28,7 @@ class BrokenLine : public RecordingError {
 
 /// The first line: whose recording it is.
 struct RecordingHeader {
-    std::uint32_t process = 0;
+    uint32_t process = 0;
     std::string program; ///< the application's file
     std::string service; ///< the file of the service's library
     std::string started; ///< UTC, "2012-03-05T14:07:09.123456Z"
@@ -47,22 +47,21 @@ enum class EventKind {
 
 struct RecordEvent {
     EventKind kind = EventKind::call;
-    std::uint64_t number = 0; ///< of the call or callback, the same in all its lines
-    std::int64_t time = 0;    ///< microseconds since the recording began
-    std::uint32_t thread = 0;
-    std::string entryPoint; ///< call, callReturn
-    std::optional<std::uint64_t>
-        within;                   ///< callback, call: the call or callback on the same thread that it happened in
-    std::uint32_t callback = 0;   ///< callback: which of the client's functions, as the call's argument names it
-    std::string callbackKind;     ///< callback: as callbackName
-    Json values = Json::object(); ///< call, callback: arguments; callReturn: outputs; load: names that are missing
-    std::uint32_t result = 0;     ///< callReturn, callbackReturn
-    std::optional<std::uint32_t> lastError; ///< callReturn: after a failure
-    bool raised = false;                    ///< callReturn, callbackReturn: left by an exception, there is no result
-    std::string argument;                   ///< bytes: the buffer's name
-    bool isOutput = false;                  ///< bytes: of the buffer after the call
-    std::uint64_t offset = 0;               ///< bytes
-    std::string hex;                        ///< bytes
+    uint64_t number = 0; ///< of the call or callback, the same in all its lines
+    int64_t time = 0;    ///< microseconds since the recording began
+    uint32_t thread = 0;
+    std::string entryPoint;            ///< call, callReturn
+    std::optional<uint64_t> within;    ///< callback, call: the call or callback on the same thread that it happened in
+    uint32_t callback = 0;             ///< callback: which of the client's functions, as the call's argument names it
+    std::string callbackKind;          ///< callback: as callbackName
+    Json values = Json::object();      ///< call, callback: arguments; callReturn: outputs; load: names that are missing
+    uint32_t result = 0;               ///< callReturn, callbackReturn
+    std::optional<uint32_t> lastError; ///< callReturn: after a failure
+    bool raised = false;               ///< callReturn, callbackReturn: left by an exception, there is no result
+    std::string argument;              ///< bytes: the buffer's name
+    bool isOutput = false;             ///< bytes: of the buffer after the call
+    uint64_t offset = 0;               ///< bytes
+    std::string hex;                   ///< bytes
 };
 
 /// One line without its end.
@@ -76,7 +75,7 @@ struct RecordEvent {
 [[nodiscard]] RecordEvent parseLine(std::string_view line);
 
 /// Two lower-case digits a byte.
-[[nodiscard]] std::string hexadecimal(const void *bytes, std::size_t count);
+[[nodiscard]] std::string hexadecimal(const void *bytes, size_t count);
 /// @throws RecordingError  when the text is not made of pairs of digits
 [[nodiscard]] std::string bytesOf(std::string_view hex);
 

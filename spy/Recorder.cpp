@@ -18,7 +18,7 @@ using namespace spy;
 
 /// A call or callback that a thread is in; they nest.
 struct Active {
-    std::uint64_t number;
+    uint64_t number;
     const Active *outer;
 };
 
@@ -69,9 +69,7 @@ class Recorder {
           capture(host_, settings_.redacts) {}
 
     [[nodiscard]] bool isRecording() const noexcept { return !file_.hasFailed(); }
-    [[nodiscard]] std::uint64_t newNumber() noexcept {
-        return static_cast<std::uint64_t>(InterlockedIncrement64(&lastNumber_));
-    }
+    [[nodiscard]] uint64_t newNumber() noexcept { return static_cast<uint64_t>(InterlockedIncrement64(&lastNumber_)); }
 
     void setService(HMODULE service) { serviceFile_ = moduleFile(service); }
 
@@ -93,8 +91,8 @@ class Recorder {
     [[nodiscard]] const Active *active() const noexcept { return static_cast<const Active *>(TlsGetValue(active_)); }
     void setActive(const Active *active) noexcept { TlsSetValue(active_, const_cast<Active *>(active)); }
 
-    [[nodiscard]] PieceSink piecesOf(std::uint64_t number, bool isOutput) {
-        return [this, number, isOutput](std::string_view argument, std::uint64_t offset, std::string hex) {
+    [[nodiscard]] PieceSink piecesOf(uint64_t number, bool isOutput) {
+        return [this, number, isOutput](std::string_view argument, uint64_t offset, std::string hex) {
             RecordEvent event;
             event.kind = EventKind::bytes;
             event.number = number;
@@ -107,7 +105,7 @@ class Recorder {
     }
 
   private:
-    static std::uint32_t numberOf(std::uint64_t address, ArgumentKind kind) { return relayFor(address, kind).number; }
+    static uint32_t numberOf(uint64_t address, ArgumentKind kind) { return relayFor(address, kind).number; }
 
     const SpySettings settings_;
     RecordFile file_;          // guarded by the lock
@@ -174,7 +172,7 @@ class Exchange {
         recorder->write(std::move(event));
     }
 
-    void answered(std::uint32_t result) noexcept {
+    void answered(uint32_t result) noexcept {
         end_.raised = false;
         end_.result = result;
     }
@@ -204,7 +202,7 @@ class CallExchange : public Exchange {
         begin(std::move(event), EventKind::callReturn);
     }
 
-    void returned(const Words &words, std::uint32_t result, DWORD lastError) {
+    void returned(const Words &words, uint32_t result, DWORD lastError) {
         answered(result);
         if (result != 0) {
             end_.lastError = lastError;
@@ -220,7 +218,7 @@ class CallExchange : public Exchange {
 
 class CallbackExchange : public Exchange {
   public:
-    CallbackExchange(std::uint32_t number, ArgumentKind kind, const Words &words) {
+    CallbackExchange(uint32_t number, ArgumentKind kind, const Words &words) {
         auto event = newEvent(EventKind::callback);
         event.callback = number;
         event.callbackKind = callbackName(kind);
@@ -228,23 +226,23 @@ class CallbackExchange : public Exchange {
         begin(std::move(event), EventKind::callbackReturn);
     }
 
-    void returned(std::uint32_t result) {
+    void returned(uint32_t result) {
         answered(result);
         finish();
     }
 };
 
-std::uint64_t callWith(AnyFunction *function, const Words &words) {
+uint64_t callWith(AnyFunction *function, const Words &words) {
     return function(words[0], words[1], words[2], words[3], words[4], words[5], words[6], words[7]);
 }
 
 /// Lets the service call the client through relays.
 void putRelays(const EntryPoint &entryPoint, Words &words) noexcept {
-    for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
         const auto kind = entryPoint.arguments[index].kind;
         if (isCallback(kind) && words[index] != 0) {
             if (auto *const relay = relayFor(words[index], kind).relay) {
-                words[index] = reinterpret_cast<std::uintptr_t>(relay);
+                words[index] = reinterpret_cast<uintptr_t>(relay);
             }
         }
     }
@@ -257,7 +255,7 @@ void loaded(HMODULE service, AnyFunction *const *functions) noexcept {
         event.kind = EventKind::load;
         event.number = recording.newNumber();
         event.values = Json::array();
-        for (std::size_t index = 0; index < entryPointCount; ++index) {
+        for (size_t index = 0; index < entryPointCount; ++index) {
             if (functions[index] == nullptr) {
                 event.values.push_back(entryPoints()[index].name);
             }
@@ -275,7 +273,7 @@ void unloading() noexcept {
     });
 }
 
-std::uint64_t forward(std::uint32_t index, AnyFunction *function, const std::uint64_t *arguments) {
+uint64_t forward(uint32_t index, AnyFunction *function, const uint64_t *arguments) {
     Words words;
     std::copy_n(arguments, words.size(), words.begin());
     std::optional<CallExchange> exchange;
@@ -287,7 +285,7 @@ std::uint64_t forward(std::uint32_t index, AnyFunction *function, const std::uin
     const auto result = callWith(function, words);
     if (exchange) {
         const auto lastError = GetLastError();
-        quietly([&](Recorder &) { exchange->returned(words, static_cast<std::uint32_t>(result), lastError); });
+        quietly([&](Recorder &) { exchange->returned(words, static_cast<uint32_t>(result), lastError); });
     }
     return result;
 }
@@ -296,15 +294,15 @@ constexpr RecorderInterface table{sizeof(RecorderInterface), loaded, unloading, 
 
 } // namespace
 
-std::uint64_t spy::relayCallback(std::uint32_t number, ArgumentKind kind, AnyFunction *function,
-                                 const std::uint64_t (&arguments)[mostWords]) {
+uint64_t spy::relayCallback(uint32_t number, ArgumentKind kind, AnyFunction *function,
+                            const uint64_t (&arguments)[mostWords]) {
     Words words;
     std::copy_n(arguments, words.size(), words.begin());
     std::optional<CallbackExchange> exchange;
     quietly([&](Recorder &) { exchange.emplace(number, kind, words); });
     const auto result = callWith(function, words);
     if (exchange) {
-        quietly([&](Recorder &) { exchange->returned(static_cast<std::uint32_t>(result)); });
+        quietly([&](Recorder &) { exchange->returned(static_cast<uint32_t>(result)); });
     }
     return result;
 }

@@ -9,18 +9,17 @@ namespace spy {
 
 /// An entry point of the real library, or one of the client's functions: so many words are handed on whatever the
 /// function takes.
-using AnyFunction = std::uint64_t(std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t,
-                                  std::uint64_t, std::uint64_t, std::uint64_t);
+using AnyFunction = uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t);
 
 struct RecorderInterface {
     /// Both must be of one build.
-    std::uint32_t size;
+    uint32_t size;
     /// The real library is loaded.
     /// @param functions  its entry points in the order of EntryPointIndex, null where it lacks one
     void (*loaded)(HMODULE service, AnyFunction *const *functions) noexcept;
     void (*unloading)() noexcept;
     /// Calls the function with the words and records that. @param index  as EntryPointIndex
-    std::uint64_t (*forward)(std::uint32_t index, AnyFunction *function, const std::uint64_t *words);
+    uint64_t (*forward)(uint32_t index, AnyFunction *function, const uint64_t *words);
 };
 
 /// The recorder's only export.

@@ -34,7 +34,7 @@ class RecordingParser {
   private:
     Sink sink_;
     RecordingHeader header_;
-    std::size_t lineNumber_ = 0;
+    size_t lineNumber_ = 0;
     std::optional<std::string> broken_;
 };
 
@@ -42,16 +42,16 @@ struct RecordedCall {
     RecordEvent begin;
     std::optional<RecordEvent> end;             ///< none: the recording ends within the call
     std::map<std::string, std::string> outputs; ///< large outputs by name, put together from their pieces
-    std::size_t beginPlace = 0;                 ///< among all events of the recording
-    std::size_t endPlace = 0;
+    size_t beginPlace = 0;                      ///< among all events of the recording
+    size_t endPlace = 0;
 };
 
 struct RecordedCallback {
     RecordEvent begin;
     std::optional<RecordEvent> end;
     std::map<std::string, std::string> arguments; ///< as RecordedCall::outputs
-    std::size_t beginPlace = 0;
-    std::size_t endPlace = 0;
+    size_t beginPlace = 0;
+    size_t endPlace = 0;
 };
 
 struct Recording {
@@ -78,10 +78,10 @@ class RecordingReader {
     void take(const RecordEvent &event);
 
     Recording recording_;
-    std::size_t place_ = 0;
-    std::map<std::uint64_t, std::size_t> openCalls_;
-    std::map<std::uint64_t, std::size_t> openCallbacks_;
-    std::map<std::uint64_t, std::map<std::string, std::string>> pieces_; ///< by call
+    size_t place_ = 0;
+    std::map<uint64_t, size_t> openCalls_;
+    std::map<uint64_t, size_t> openCallbacks_;
+    std::map<uint64_t, std::map<std::string, std::string>> pieces_; ///< by call
     RecordingParser parser_;
 };
 

@@ -8,7 +8,7 @@ namespace tool {
 
 namespace {
 
-std::uint32_t readNumber(const std::string &name, const std::string &text, std::uint32_t limit) {
+uint32_t readNumber(const std::string &name, const std::string &text, uint32_t limit) {
     const auto number = parseNumber(text, limit);
     if (!number) {
         throw CLI::ValidationError(name, "'" + text + "' is not a number from 0 to " + std::to_string(limit) +
@@ -17,20 +17,20 @@ std::uint32_t readNumber(const std::string &name, const std::string &text, std::
     return *number;
 }
 
-template <typename Number>
-void store(Number &target, std::uint32_t number) {
+template <class Number>
+void store(Number &target, uint32_t number) {
     target = static_cast<Number>(number);
 }
 
-void store(std::optional<std::uint32_t> &target, std::uint32_t number) {
+void store(std::optional<uint32_t> &target, uint32_t number) {
     target = number;
 }
 
 } // namespace
 
-template <typename Number>
+template <class Number>
 CLI::Option *addNumber(CLI::App &command, const std::string &name, Number &target, const std::string &description,
-                       std::uint32_t limit) {
+                       uint32_t limit) {
     return command
         .add_option_function<std::string>(
             name, [name, &target, limit](const std::string &text) { store(target, readNumber(name, text, limit)); },
@@ -38,12 +38,12 @@ CLI::Option *addNumber(CLI::App &command, const std::string &name, Number &targe
         ->type_name("N");
 }
 
-template CLI::Option *addNumber(CLI::App &, const std::string &, std::uint16_t &, const std::string &, std::uint32_t);
-template CLI::Option *addNumber(CLI::App &, const std::string &, std::uint32_t &, const std::string &, std::uint32_t);
-template CLI::Option *addNumber(CLI::App &, const std::string &, std::optional<std::uint32_t> &, const std::string &,
-                                std::uint32_t);
+template CLI::Option *addNumber(CLI::App &, const std::string &, uint16_t &, const std::string &, uint32_t);
+template CLI::Option *addNumber(CLI::App &, const std::string &, uint32_t &, const std::string &, uint32_t);
+template CLI::Option *addNumber(CLI::App &, const std::string &, std::optional<uint32_t> &, const std::string &,
+                                uint32_t);
 
-CLI::Option *addHandle(CLI::App &command, const std::string &name, std::uint16_t &target) {
+CLI::Option *addHandle(CLI::App &command, const std::string &name, uint16_t &target) {
     return addNumber(command, name, target, "Printer handle, as `kal list` shows it", 0xFFFF)->required();
 }
 

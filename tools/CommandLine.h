@@ -11,12 +11,12 @@
 namespace tool {
 
 /// An argument ("HANDLE") or option ("--port-type") that is a number, decimal or 0x hexadecimal, up to the limit.
-template <typename Number>
+template <class Number>
 CLI::Option *addNumber(CLI::App &command, const std::string &name, Number &target, const std::string &description,
-                       std::uint32_t limit);
+                       uint32_t limit);
 
 /// A printer handle as the argument or option of that name.
-CLI::Option *addHandle(CLI::App &command, const std::string &name, std::uint16_t &target);
+CLI::Option *addHandle(CLI::App &command, const std::string &name, uint16_t &target);
 
 /// "--json".
 CLI::Option *addJson(CLI::App &command, bool &target, const std::string &description = "Print JSON");

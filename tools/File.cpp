@@ -9,7 +9,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t outputBufferSize = 256 * 1024;
+constexpr size_t outputBufferSize = 256 * 1024;
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 HANDLE openForReading(const std::string &path) {
@@ -37,16 +37,16 @@ InputFile::~InputFile() {
     CloseHandle(file_);
 }
 
-std::uint64_t InputFile::size() const {
+uint64_t InputFile::size() const {
     LARGE_INTEGER size;
     if (!GetFileSizeEx(file_, &size)) {
         throw CommandFailure(reason(path_, " has no size: "));
     }
-    return static_cast<std::uint64_t>(size.QuadPart);
+    return static_cast<uint64_t>(size.QuadPart);
 }
 
-std::size_t InputFile::read(std::span<char> buffer) {
-    std::size_t filled = 0;
+size_t InputFile::read(std::span<char> buffer) {
+    size_t filled = 0;
     while (filled < buffer.size()) {
         DWORD count = 0;
         if (!ReadFile(file_, buffer.data() + filled, static_cast<DWORD>(buffer.size() - filled), &count, nullptr)) {
@@ -119,16 +119,16 @@ bool fileExists(const std::string &path) {
     return fileSize(path).has_value();
 }
 
-std::optional<std::uint64_t> fileSize(const std::string &path) {
+std::optional<uint64_t> fileSize(const std::string &path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(toWide(path).c_str(), GetFileExInfoStandard, &data) ||
         (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return std::nullopt;
     }
-    return (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    return (static_cast<uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
 }
 
-std::vector<std::uint8_t> readWholeFile(const std::string &path, std::size_t limit) {
+std::vector<uint8_t> readWholeFile(const std::string &path, size_t limit) {
     InputFile file(path);
     std::vector<char> bytes(limit + 1);
     bytes.resize(file.read(bytes));

@@ -21,9 +21,9 @@ class InputFile {
     InputFile(const InputFile &) = delete;
     InputFile &operator=(const InputFile &) = delete;
 
-    [[nodiscard]] std::uint64_t size() const;
+    [[nodiscard]] uint64_t size() const;
     /// Reads on; less than the buffer holds only at the end of the file.
-    [[nodiscard]] std::size_t read(std::span<char> buffer);
+    [[nodiscard]] size_t read(std::span<char> buffer);
     /// Whether the path still leads to this file.
     [[nodiscard]] bool isStillAt(const std::string &path) const;
 
@@ -54,10 +54,10 @@ class OutputFile {
 bool fileExists(const std::string &path);
 
 /// The size of a file; nothing when there is none.
-std::optional<std::uint64_t> fileSize(const std::string &path);
+std::optional<uint64_t> fileSize(const std::string &path);
 
 /// A whole small file; ends the command when it is larger than the limit.
-std::vector<std::uint8_t> readWholeFile(const std::string &path, std::size_t limit);
+std::vector<uint8_t> readWholeFile(const std::string &path, size_t limit);
 
 /// The name behind the last backslash or slash.
 std::string_view fileNameOf(std::string_view path);

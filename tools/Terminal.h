@@ -33,7 +33,7 @@ class StatusLine {
 
   private:
     bool shown_;
-    std::size_t width_ = 0;
+    size_t width_ = 0;
 };
 
 /// While it lives, Ctrl-C, Ctrl-Break and a closed console are noted instead of ending the process. One at a time.

@@ -7,8 +7,8 @@ namespace {
 struct AlertRow {
     std::string_view name;
     DeviceKind kind;
-    std::initializer_list<std::uint8_t> fromCommandByte; // what stands from offset 4 on
-    std::size_t length;                                  // of the whole alert; the rest is zero
+    std::initializer_list<uint8_t> fromCommandByte; // what stands from offset 4 on
+    size_t length;                                  // of the whole alert; the rest is zero
 };
 
 constexpr auto cpd = DeviceKind::cpdPrinter;
@@ -42,9 +42,9 @@ constexpr AlertRow rows[] = {
 Bytes compose(const AlertRow &row) {
     Bytes alert(row.length, 0);
     alert[0] = 0xA5;
-    alert[1] = static_cast<std::uint8_t>((row.length - 3) >> 8);
-    alert[2] = static_cast<std::uint8_t>(row.length - 3);
-    std::size_t offset = 4;
+    alert[1] = static_cast<uint8_t>((row.length - 3) >> 8);
+    alert[2] = static_cast<uint8_t>(row.length - 3);
+    size_t offset = 4;
     for (const auto byte : row.fromCommandByte) {
         alert[offset++] = byte;
     }

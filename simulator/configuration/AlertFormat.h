@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_ALERT_FORMAT_H
-#define SIMULATOR_ALERT_FORMAT_H
+#pragma once
 
 #include "simulator/configuration/Configuration.h"
 
@@ -9,15 +8,13 @@
 
 namespace simulator {
 
-/** Readable bytes behind every alert handed over, however short it is: readers look at byte 10 without asking. */
-constexpr std::size_t readableAlertBytes = 12;
+/// Readable bytes behind every alert handed over, however short it is: readers look at byte 10 without asking.
+constexpr size_t readableAlertBytes = 12;
 
-/** The bytes of an alert by its name in a configuration; none when this kind of device has no such alert. */
+/// The bytes of an alert by its name in a configuration; none when this kind of device has no such alert.
 [[nodiscard]] std::optional<Bytes> alertByName(std::string_view name, DeviceKind kind);
 
-/** All names of a kind of device, for messages to the author of a configuration. */
+/// All names of a kind of device, for messages to the author of a configuration.
 [[nodiscard]] std::string alertNames(DeviceKind kind);
 
 } // namespace simulator
-
-#endif

@@ -12,7 +12,7 @@ namespace simulator {
 
 namespace {
 
-/** Reads values of the types that a configuration wants and says where one is of another type. */
+/// Reads values of the types that a configuration wants and says where one is of another type.
 class Reader {
   public:
     explicit Reader(std::string_view text) : text_(text) {}
@@ -34,29 +34,29 @@ class Reader {
         return expect<bool>(value, what + " must be true or false");
     }
 
-    template <typename Number>
+    template <class Number>
     Number number(const JsonValue &value, const std::string &what) const {
         const auto largest = std::numeric_limits<Number>::max();
-        if (const auto *content = std::get_if<std::uint64_t>(&value.content); content && *content <= largest) {
+        if (const auto *content = std::get_if<uint64_t>(&value.content); content && *content <= largest) {
             return static_cast<Number>(*content);
         }
         fail(value, what + " must be a whole number from 0 to " + std::to_string(largest));
     }
 
-    /** A number, or a string such as "0x6001": handles are easier to read so. */
-    std::uint16_t handle(const JsonValue &value, const std::string &what) const {
+    /// A number, or a string such as "0x6001": handles are easier to read so.
+    uint16_t handle(const JsonValue &value, const std::string &what) const {
         const auto *text = std::get_if<std::string>(&value.content);
         if (!text) {
-            return number<std::uint16_t>(value, what);
+            return number<uint16_t>(value, what);
         }
         const bool isPrefixed = text->size() >= 3 && text->size() <= 6 && (*text)[0] == '0' && ((*text)[1] | 32) == 'x';
         if (!isPrefixed || text->find_first_not_of("0123456789abcdefABCDEF", 2) != std::string::npos) {
             fail(value, what + " must be a number from 0 to 65535 or a string such as \"0x6001\"");
         }
-        return static_cast<std::uint16_t>(std::stoul(text->substr(2), nullptr, 16));
+        return static_cast<uint16_t>(std::stoul(text->substr(2), nullptr, 16));
     }
 
-    /** Pairs of hexadecimal digits, blanks, colons and hyphens between them as the author likes. */
+    /// Pairs of hexadecimal digits, blanks, colons and hyphens between them as the author likes.
     Bytes bytes(const JsonValue &value, const std::string &what) const {
         const auto &text = string(value, what);
         Bytes result;
@@ -76,7 +76,7 @@ class Reader {
             if (high < 0) {
                 high = digit;
             } else {
-                result.push_back(static_cast<std::uint8_t>(high * 16 + digit));
+                result.push_back(static_cast<uint8_t>(high * 16 + digit));
                 high = -1;
             }
         }
@@ -87,7 +87,7 @@ class Reader {
     }
 
   private:
-    template <typename Type>
+    template <class Type>
     const Type &expect(const JsonValue &value, const std::string &message) const {
         if (const auto *content = std::get_if<Type>(&value.content)) {
             return *content;
@@ -106,8 +106,7 @@ class Reader {
     std::string_view text_;
 };
 
-/** Members of one object by name. What nobody asked for is an error at the end: a misspelt key must not pass silently.
- */
+/// Members of one object by name. What nobody asked for is an error at the end: a misspelt key must not pass silently.
 class Members {
   public:
     Members(const Reader &reader, const JsonValue &value, const std::string &what)
@@ -127,13 +126,13 @@ class Members {
         return *found;
     }
 
-    template <typename Number>
+    template <class Number>
     void number(const std::string &key, Number &target) {
         if (const auto *value = find(key)) {
             target = reader_.number<Number>(*value, quoted(key));
         }
     }
-    template <typename Number>
+    template <class Number>
     void number(const std::string &key, std::optional<Number> &target) {
         if (const auto *value = find(key)) {
             target = reader_.number<Number>(*value, quoted(key));
@@ -144,7 +143,7 @@ class Members {
             target = reader_.boolean(*value, quoted(key));
         }
     }
-    template <typename Text>
+    template <class Text>
     void string(const std::string &key, Text &target) {
         if (const auto *value = find(key)) {
             target = reader_.string(*value, quoted(key));
@@ -171,7 +170,7 @@ class Members {
     std::set<std::string> asked_;
 };
 
-std::uint32_t readState(const Reader &reader, const JsonValue &value) {
+uint32_t readState(const Reader &reader, const JsonValue &value) {
     if (std::holds_alternative<std::string>(value.content)) {
         const auto state = stateByName(std::get<std::string>(value.content));
         if (!state) {
@@ -179,7 +178,7 @@ std::uint32_t readState(const Reader &reader, const JsonValue &value) {
         }
         return *state;
     }
-    return reader.number<std::uint32_t>(value, "\"state\"");
+    return reader.number<uint32_t>(value, "\"state\"");
 }
 
 BidiRule readBidiRule(const Reader &reader, const JsonValue &value) {
@@ -243,7 +242,7 @@ PropertyValue readProperty(const Reader &reader, const JsonValue &value, const s
         members.finish();
         return bytes;
     }
-    return reader.number<std::uint32_t>(value, "property \"" + name + "\"");
+    return reader.number<uint32_t>(value, "property \"" + name + "\"");
 }
 
 PrinterConfiguration readPrinter(const Reader &reader, const JsonValue &value) {
@@ -292,7 +291,7 @@ PrinterConfiguration readPrinter(const Reader &reader, const JsonValue &value) {
         if (std::holds_alternative<std::nullptr_t>(flag->content)) {
             printer.endOfJobFlag.reset();
         } else {
-            printer.endOfJobFlag = reader.number<std::uint32_t>(*flag, "\"endOfJobFlag\"");
+            printer.endOfJobFlag = reader.number<uint32_t>(*flag, "\"endOfJobFlag\"");
         }
     }
     members.finish();
@@ -302,8 +301,8 @@ PrinterConfiguration readPrinter(const Reader &reader, const JsonValue &value) {
 Misbehaviour readMisbehaviour(const Reader &reader, const JsonValue &value) {
     Members members(reader, value, "a misbehaviour");
     Misbehaviour misbehaviour;
-    std::optional<std::uint32_t> call;
-    std::optional<std::uint32_t> fromCall;
+    std::optional<uint32_t> call;
+    std::optional<uint32_t> fromCall;
     members.number("call", call);
     members.number("fromCall", fromCall);
     if (call && fromCall) {
@@ -357,7 +356,7 @@ const PrinterConfiguration &findPrinter(const Reader &reader, const JsonValue &v
     return *found;
 }
 
-/** The named alert or the given bytes, cut or filled up to the length that is asked for. */
+/// The named alert or the given bytes, cut or filled up to the length that is asked for.
 std::optional<Bytes> readAlert(const Reader &reader, Members &members, const PrinterConfiguration &printer) {
     const auto *name = members.find("alert");
     const auto *bytes = members.find("alertBytes");
@@ -379,7 +378,7 @@ std::optional<Bytes> readAlert(const Reader &reader, Members &members, const Pri
         if (!alert) {
             reader.fail(*length, "\"alertLength\" needs an alert");
         }
-        alert->resize(reader.number<std::uint16_t>(*length, "\"alertLength\""));
+        alert->resize(reader.number<uint16_t>(*length, "\"alertLength\""));
     }
     return alert;
 }
@@ -408,7 +407,7 @@ TimelineEntry readTimelineEntry(const Reader &reader, const JsonValue &value,
                 reader.fail(*notification, "there is no such notification; there are " + notificationNames());
             }
         } else {
-            entry.notification = reader.number<std::uint32_t>(*notification, "\"notification\"");
+            entry.notification = reader.number<uint32_t>(*notification, "\"notification\"");
         }
     }
     members.number("category", entry.category);

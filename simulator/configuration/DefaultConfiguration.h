@@ -1,13 +1,10 @@
-#ifndef SIMULATOR_DEFAULT_CONFIGURATION_H
-#define SIMULATOR_DEFAULT_CONFIGURATION_H
+#pragma once
 
 #include <string_view>
 
 namespace simulator {
 
-/** What the simulator offers without a file of its own: one printer a transport, both kinds of device. */
+/// What the simulator offers without a file of its own: one printer a transport, both kinds of device.
 [[nodiscard]] std::string_view defaultConfiguration() noexcept;
 
 } // namespace simulator
-
-#endif

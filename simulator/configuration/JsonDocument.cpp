@@ -10,29 +10,29 @@ namespace simulator {
 
 namespace {
 
-constexpr std::size_t deepestNesting = 64;
+constexpr size_t deepestNesting = 64;
 
-std::size_t lineOf(std::string_view text, std::size_t offset) {
+size_t lineOf(std::string_view text, size_t offset) {
     const auto before = text.substr(0, offset);
-    return static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
+    return static_cast<size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
 }
 
-std::size_t columnOf(std::string_view text, std::size_t offset) {
+size_t columnOf(std::string_view text, size_t offset) {
     const auto before = text.substr(0, offset);
     const auto newline = before.rfind('\n');
     return newline == std::string_view::npos ? before.size() + 1 : before.size() - newline;
 }
 
-/** Walks over the text and tells how far the parser has read. */
+/// Walks over the text and tells how far the parser has read.
 class CountingIterator {
   public:
     using iterator_category = std::input_iterator_tag;
     using value_type = char;
-    using difference_type = std::ptrdiff_t;
+    using difference_type = ptrdiff_t;
     using pointer = const char *;
     using reference = const char &;
 
-    CountingIterator(const char *at, std::size_t *read) : at_(at), read_(read) {}
+    CountingIterator(const char *at, size_t *read) : at_(at), read_(read) {}
     reference operator*() const { return *at_; }
     CountingIterator &operator++() {
         ++at_;
@@ -49,26 +49,26 @@ class CountingIterator {
 
   private:
     const char *at_;
-    std::size_t *read_;
+    size_t *read_;
 };
 
-/** Receives the parser's events and builds the tree. Members are public because the parser's interface asks for it. */
+/// Receives the parser's events and builds the tree. Members are public because the parser's interface asks for it.
 class TreeBuilder {
   public:
-    TreeBuilder(std::string_view text, const std::size_t *read) : text_(text), read_(read) {}
+    TreeBuilder(std::string_view text, const size_t *read) : text_(text), read_(read) {}
 
     bool null() { return add({nullptr, startOfToken()}); }
     bool boolean(bool value) { return add({value, startOfToken()}); }
-    bool number_integer(std::int64_t value) { return add({value, startOfToken()}); }
-    bool number_unsigned(std::uint64_t value) { return add({value, startOfToken()}); }
+    bool number_integer(int64_t value) { return add({value, startOfToken()}); }
+    bool number_unsigned(uint64_t value) { return add({value, startOfToken()}); }
     bool number_float(double value, const std::string &) { return add({value, startOfToken()}); }
     bool string(std::string &value) { return add({std::move(value), startOfToken()}); }
-    template <typename Binary>
+    template <class Binary>
     bool binary(Binary &) {
         return false; // JSON text has no binary values
     }
-    bool start_object(std::size_t) { return open({JsonValue::Object{}, startOfToken()}); }
-    bool start_array(std::size_t) { return open({JsonValue::Array{}, startOfToken()}); }
+    bool start_object(size_t) { return open({JsonValue::Object{}, startOfToken()}); }
+    bool start_array(size_t) { return open({JsonValue::Array{}, startOfToken()}); }
     bool end_object() { return close(); }
     bool end_array() { return close(); }
 
@@ -83,8 +83,8 @@ class TreeBuilder {
         return true;
     }
 
-    template <typename Exception>
-    bool parse_error(std::size_t position, const std::string &, const Exception &exception) {
+    template <class Exception>
+    bool parse_error(size_t position, const std::string &, const Exception &exception) {
         std::string message = exception.what();
         // The library's own text begins with its error number and place; the place is told by us.
         if (const auto colon = message.find(": "); colon != std::string::npos) {
@@ -101,8 +101,8 @@ class TreeBuilder {
         std::string key;
     };
 
-    /** Events come when their token was read; it began at the first character of note since the token before. */
-    std::size_t startOfToken() const {
+    /// Events come when their token was read; it began at the first character of note since the token before.
+    size_t startOfToken() const {
         const auto start = text_.find_first_not_of(" \t\r\n,:", tokenEnd_);
         return std::min(start, text_.size());
     }
@@ -135,19 +135,19 @@ class TreeBuilder {
     }
 
     std::string_view text_;
-    const std::size_t *read_;
-    std::size_t tokenEnd_ = 0;
+    const size_t *read_;
+    size_t tokenEnd_ = 0;
     std::vector<OpenValue> open_;
     JsonValue root_;
 };
 
 } // namespace
 
-ConfigurationError::ConfigurationError(std::string_view text, std::size_t offset, const std::string &message)
+ConfigurationError::ConfigurationError(std::string_view text, size_t offset, const std::string &message)
     : std::runtime_error(message), line_(lineOf(text, offset)), column_(columnOf(text, offset)) {}
 
 JsonValue readJson(std::string_view text) {
-    std::size_t read = 0;
+    size_t read = 0;
     TreeBuilder builder(text, &read);
     nlohmann::json::sax_parse(CountingIterator(text.data(), &read), CountingIterator(text.data() + text.size(), &read),
                               &builder);

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_JSON_DOCUMENT_H
-#define SIMULATOR_JSON_DOCUMENT_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -11,29 +10,29 @@
 
 namespace simulator {
 
-/** A configuration that cannot be used: what is wrong and where, so that its author finds the place. */
+/// A configuration that cannot be used: what is wrong and where, so that its author finds the place.
 class ConfigurationError : public std::runtime_error {
   public:
-    ConfigurationError(std::string_view text, std::size_t offset, const std::string &message);
+    ConfigurationError(std::string_view text, size_t offset, const std::string &message);
 
-    /** Both count from 1; the column counts bytes. */
-    [[nodiscard]] std::size_t line() const noexcept { return line_; }
-    [[nodiscard]] std::size_t column() const noexcept { return column_; }
+    /// Both count from 1; the column counts bytes.
+    [[nodiscard]] size_t line() const noexcept { return line_; }
+    [[nodiscard]] size_t column() const noexcept { return column_; }
 
   private:
-    std::size_t line_;
-    std::size_t column_;
+    size_t line_;
+    size_t column_;
 };
 
 struct JsonMember;
 
-/** A JSON value that remembers where it stood: a value of the wrong type is reported as exactly as a missing comma. */
+/// A JSON value that remembers where it stood: a value of the wrong type is reported as exactly as a missing comma.
 struct JsonValue {
     using Array = std::vector<JsonValue>;
     using Object = std::vector<JsonMember>;
 
-    std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Array, Object> content;
-    std::size_t offset = 0;
+    std::variant<std::nullptr_t, bool, int64_t, uint64_t, double, std::string, Array, Object> content;
+    size_t offset = 0;
 };
 
 struct JsonMember {
@@ -41,9 +40,7 @@ struct JsonMember {
     JsonValue value;
 };
 
-/** Reads strict JSON. @throws ConfigurationError for text that is no JSON, repeats a key or nests deeper than 64. */
+/// Reads strict JSON. @throws ConfigurationError for text that is no JSON, repeats a key or nests deeper than 64.
 [[nodiscard]] JsonValue readJson(std::string_view text);
 
 } // namespace simulator
-
-#endif

@@ -4,7 +4,7 @@
 
 namespace simulator {
 
-MisbehaviourDecision decide(std::span<const Misbehaviour> rules, std::uint32_t call) noexcept {
+MisbehaviourDecision decide(std::span<const Misbehaviour> rules, uint32_t call) noexcept {
     MisbehaviourDecision decision;
     for (const auto &rule : rules) {
         if (call < rule.firstCall || (rule.lastCall && call > *rule.lastCall)) {

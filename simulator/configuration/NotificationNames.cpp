@@ -8,7 +8,7 @@ namespace {
 
 struct NamedNumber {
     std::string_view name;
-    std::uint32_t number;
+    uint32_t number;
 };
 
 constexpr NamedNumber notifications[] = {
@@ -24,8 +24,8 @@ constexpr NamedNumber states[] = {
     {"idle", ORX_PRINTER_IDLE_AND_OKAY},
 };
 
-template <std::size_t Size>
-std::optional<std::uint32_t> numberOf(const NamedNumber (&rows)[Size], std::string_view name) noexcept {
+template <size_t Size>
+std::optional<uint32_t> numberOf(const NamedNumber (&rows)[Size], std::string_view name) noexcept {
     for (const auto &row : rows) {
         if (row.name == name) {
             return row.number;
@@ -36,7 +36,7 @@ std::optional<std::uint32_t> numberOf(const NamedNumber (&rows)[Size], std::stri
 
 } // namespace
 
-std::optional<std::uint32_t> notificationByName(std::string_view name) noexcept {
+std::optional<uint32_t> notificationByName(std::string_view name) noexcept {
     return numberOf(notifications, name);
 }
 
@@ -48,11 +48,11 @@ std::string notificationNames() {
     return text;
 }
 
-std::optional<std::uint32_t> stateByName(std::string_view name) noexcept {
+std::optional<uint32_t> stateByName(std::string_view name) noexcept {
     return numberOf(states, name);
 }
 
-std::string notificationText(std::uint32_t notification) {
+std::string notificationText(uint32_t notification) {
     for (const auto &row : notifications) {
         if (row.number == notification) {
             return std::string(row.name);

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_NOTIFICATION_NAMES_H
-#define SIMULATOR_NOTIFICATION_NAMES_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -8,18 +7,16 @@
 
 namespace simulator {
 
-/** The id of a notification by the name that a configuration uses. */
-[[nodiscard]] std::optional<std::uint32_t> notificationByName(std::string_view name) noexcept;
+/// The id of a notification by the name that a configuration uses.
+[[nodiscard]] std::optional<uint32_t> notificationByName(std::string_view name) noexcept;
 
-/** All names, for messages to the author of a configuration. */
+/// All names, for messages to the author of a configuration.
 [[nodiscard]] std::string notificationNames();
 
-/** The state code of a printer by the name that a configuration uses. */
-[[nodiscard]] std::optional<std::uint32_t> stateByName(std::string_view name) noexcept;
+/// The state code of a printer by the name that a configuration uses.
+[[nodiscard]] std::optional<uint32_t> stateByName(std::string_view name) noexcept;
 
-/** The name of a notification's id, for the log. */
-[[nodiscard]] std::string notificationText(std::uint32_t notification);
+/// The name of a notification's id, for the log.
+[[nodiscard]] std::string notificationText(uint32_t notification);
 
 } // namespace simulator
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_ENTRY_POINT_H
-#define SIMULATOR_ENTRY_POINT_H
+#pragma once
 
 #include "simulator/entry/ServiceHolder.h"
 
@@ -12,15 +11,13 @@
 
 namespace simulator {
 
-/** Answers without a configuration that can be used. */
-constexpr std::uint32_t brokenConfiguration = ERROR_INVALID_DATA;
+/// Answers without a configuration that can be used.
+constexpr uint32_t brokenConfiguration = ERROR_INVALID_DATA;
 
-/**
- * What every entry point does: finds the service, suffers what the configuration wants, does its work and lets no
- * exception out. The work takes the service and the decision and returns a code.
- */
-template <typename Work>
-std::uint32_t answerCall(std::string_view entryPoint, Work work) noexcept {
+/// What every entry point does: finds the service, suffers what the configuration wants, does its work and lets no
+/// exception out. The work takes the service and the decision and returns a code.
+template <class Work>
+uint32_t answerCall(std::string_view entryPoint, Work work) noexcept {
     try {
         const auto service = currentService();
         if (!service) {
@@ -45,29 +42,26 @@ std::uint32_t answerCall(std::string_view entryPoint, Work work) noexcept {
     }
 }
 
-template <typename Operation>
-std::uint32_t answer(std::string_view entryPoint, Operation operation) noexcept {
+template <class Operation>
+uint32_t answer(std::string_view entryPoint, Operation operation) noexcept {
     return answerCall(entryPoint, [&](Service &service, const MisbehaviourDecision &) { return operation(service); });
 }
 
-/** An operation on a device of a kind of which none is attached. */
-inline std::uint32_t answerNoDevice(std::string_view entryPoint) noexcept {
-    return answer(entryPoint, [](Service &) -> std::uint32_t { return ERROR_NOT_FOUND; });
+/// An operation on a device of a kind of which none is attached.
+inline uint32_t answerNoDevice(std::string_view entryPoint) noexcept {
+    return answer(entryPoint, [](Service &) -> uint32_t { return ERROR_NOT_FOUND; });
 }
 
-/** An operation that has nothing to do here and succeeds. */
-inline std::uint32_t answerDone(std::string_view entryPoint) noexcept {
-    return answer(entryPoint, [](Service &) -> std::uint32_t { return ERROR_SUCCESS; });
+/// An operation that has nothing to do here and succeeds.
+inline uint32_t answerDone(std::string_view entryPoint) noexcept {
+    return answer(entryPoint, [](Service &) -> uint32_t { return ERROR_SUCCESS; });
 }
 
-/**
- * Hands bytes to a caller's buffer. @return 0, or 122 when they do not fit: then nothing is written but the length
- * that is needed.
- */
-inline std::uint32_t handOver(const void *bytes, std::size_t count, void *buffer, std::uint32_t size,
-                              std::uint32_t *length) noexcept {
+/// Hands bytes to a caller's buffer. @return 0, or 122 when they do not fit: then nothing is written but the length
+/// that is needed.
+inline uint32_t handOver(const void *bytes, size_t count, void *buffer, uint32_t size, uint32_t *length) noexcept {
     if (length) {
-        *length = static_cast<std::uint32_t>(count);
+        *length = static_cast<uint32_t>(count);
     }
     if (count > size || (count > 0 && !buffer)) {
         return ERROR_INSUFFICIENT_BUFFER;
@@ -79,5 +73,3 @@ inline std::uint32_t handOver(const void *bytes, std::size_t count, void *buffer
 }
 
 } // namespace simulator
-
-#endif

@@ -8,7 +8,7 @@ namespace {
 
 HMODULE thisModule = nullptr;
 
-/** Entry points that the configuration wants to be missing are not found by name for as long as this copy is loaded. */
+/// Entry points that the configuration wants to be missing are not found by name for as long as this copy is loaded.
 void removeMissingEntryPoints() noexcept {
     try {
         const auto entryPoints = loadConfiguration(thisModule).configuration.entryPoints;
@@ -47,8 +47,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void *) {
     return TRUE;
 }
 
-/** Succeeds with a broken configuration too: a client takes a failure here for a missing library and hides the cause.
- */
+/// Succeeds with a broken configuration too: a client takes a failure here for a missing library and hides the cause.
 uint32_t OrxInitialize() {
     try {
         auto service = std::make_shared<Service>(loadConfiguration(thisModule));
@@ -80,7 +79,7 @@ uint32_t OrxUninitialize() {
 }
 
 uint32_t OrxGetClientId(uint32_t *clientId, const char *) {
-    return answer("OrxGetClientId", [&](Service &) -> std::uint32_t {
+    return answer("OrxGetClientId", [&](Service &) -> uint32_t {
         if (!clientId) {
             return ERROR_INVALID_PARAMETER;
         }
@@ -89,7 +88,7 @@ uint32_t OrxGetClientId(uint32_t *clientId, const char *) {
     });
 }
 
-/** Asked for in a library that was loaded for this alone: what OrxInitialize would have set up does not exist then. */
+/// Asked for in a library that was loaded for this alone: what OrxInitialize would have set up does not exist then.
 uint32_t OrxInstall() {
     if (currentService()) {
         return answerDone("OrxInstall");
@@ -126,10 +125,10 @@ uint32_t OrxSetClientInfo(uint32_t, const void *, const void *) {
 }
 
 uint32_t OrxGetHostInfo(uint32_t, const char *, void *, uint32_t, uint32_t *) {
-    return answer("OrxGetHostInfo", [](Service &) -> std::uint32_t { return ERROR_NOT_SUPPORTED; });
+    return answer("OrxGetHostInfo", [](Service &) -> uint32_t { return ERROR_NOT_SUPPORTED; });
 }
 uint32_t OrxSetHostInfo(uint32_t, const char *, const void *, uint32_t) {
-    return answer("OrxSetHostInfo", [](Service &) -> std::uint32_t { return ERROR_NOT_SUPPORTED; });
+    return answer("OrxSetHostInfo", [](Service &) -> uint32_t { return ERROR_NOT_SUPPORTED; });
 }
 
 uint32_t OrxRegisterForSystemNotifications(uint32_t, uint32_t, const void *) {

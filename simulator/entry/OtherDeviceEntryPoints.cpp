@@ -7,9 +7,9 @@ using namespace simulator;
 
 namespace {
 
-std::uint32_t answerEmpty(std::string_view entryPoint, OrxEnumCallback callback) {
+uint32_t answerEmpty(std::string_view entryPoint, OrxEnumCallback callback) {
     return answer(entryPoint,
-                  [&](Service &) -> std::uint32_t { return callback ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER; });
+                  [&](Service &) -> uint32_t { return callback ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER; });
 }
 
 } // namespace

@@ -5,13 +5,13 @@ using namespace simulator;
 
 namespace {
 
-/** The operating system's wide texts end up in UTF-8 beside the spooled job. */
+/// The operating system's wide texts end up in UTF-8 beside the spooled job.
 std::string narrow(const wchar_t *text) {
     if (!text) {
         return {};
     }
     const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string result(size > 0 ? static_cast<std::size_t>(size) : 1, '\0');
+    std::string result(size > 0 ? static_cast<size_t>(size) : 1, '\0');
     WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
     result.pop_back();
     return result;
@@ -21,17 +21,17 @@ std::string narrow(const char *text) {
     return text ? text : "";
 }
 
-template <typename Character>
-std::uint32_t startJob(std::string_view entryPoint, std::uint32_t clientId, std::uint32_t handle, const Character *user,
-                       const Character *host, const Character *documentName, const Character *options) {
+template <class Character>
+uint32_t startJob(std::string_view entryPoint, uint32_t clientId, uint32_t handle, const Character *user,
+                  const Character *host, const Character *documentName, const Character *options) {
     return answer(entryPoint, [&](Service &service) {
         return service.startJob(clientId, handle, {narrow(user), narrow(host), narrow(documentName), narrow(options)});
     });
 }
 
-/** Reports each printer; what the client's callback answers does not matter. */
-std::uint32_t reportPrinters(std::string_view entryPoint, const char *transport, OrxEnumCallback callback) {
-    return answer(entryPoint, [&](Service &service) -> std::uint32_t {
+/// Reports each printer; what the client's callback answers does not matter.
+uint32_t reportPrinters(std::string_view entryPoint, const char *transport, OrxEnumCallback callback) {
+    return answer(entryPoint, [&](Service &service) -> uint32_t {
         if (!callback) {
             return ERROR_INVALID_PARAMETER;
         }
@@ -42,15 +42,14 @@ std::uint32_t reportPrinters(std::string_view entryPoint, const char *transport,
     });
 }
 
-std::uint32_t exchange(std::string_view entryPoint, std::uint32_t handle, const void *request,
-                       std::uint32_t requestLength, void *response, std::uint32_t responseSize,
-                       std::uint32_t *returnedLength) {
-    return answer(entryPoint, [&](Service &service) -> std::uint32_t {
+uint32_t exchange(std::string_view entryPoint, uint32_t handle, const void *request, uint32_t requestLength,
+                  void *response, uint32_t responseSize, uint32_t *returnedLength) {
+    return answer(entryPoint, [&](Service &service) -> uint32_t {
         if (!request && requestLength > 0) {
             return ERROR_INVALID_PARAMETER;
         }
         Bytes bytes;
-        const auto code = service.exchange(handle, {static_cast<const std::uint8_t *>(request), requestLength}, bytes);
+        const auto code = service.exchange(handle, {static_cast<const uint8_t *>(request), requestLength}, bytes);
         if (code != 0) {
             if (returnedLength) {
                 *returnedLength = 0;
@@ -88,9 +87,9 @@ uint32_t OrxStartJobPrinterW(uint32_t clientId, uint32_t handle, uint32_t, const
 }
 
 uint32_t OrxWritePrinter(uint32_t, uint32_t handle, const void *data, uint32_t byteCount, uint32_t *bytesWritten) {
-    std::uint32_t written = 0;
+    uint32_t written = 0;
     const auto code =
-        answerCall("OrxWritePrinter", [&](Service &service, const MisbehaviourDecision &decision) -> std::uint32_t {
+        answerCall("OrxWritePrinter", [&](Service &service, const MisbehaviourDecision &decision) -> uint32_t {
             if (!data && byteCount > 0) {
                 return ERROR_INVALID_PARAMETER;
             }
@@ -122,14 +121,14 @@ uint32_t OrxEnumWindowsPrinters(uint32_t, const char *, const char *, OrxEnumCal
 }
 
 uint32_t OrxEnumSpecificPrinter(uint32_t, const char *portName, uint32_t *handle) {
-    return answer("OrxEnumSpecificPrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxEnumSpecificPrinter", [&](Service &service) -> uint32_t {
         return portName && handle ? service.findPort(portName, *handle) : ERROR_INVALID_PARAMETER;
     });
 }
 
 uint32_t OrxValidatePortName(uint32_t, const char *portName) {
-    return answer("OrxValidatePortName", [&](Service &service) -> std::uint32_t {
-        std::uint32_t ignored = 0;
+    return answer("OrxValidatePortName", [&](Service &service) -> uint32_t {
+        uint32_t ignored = 0;
         return portName ? service.findPort(portName, ignored) : ERROR_INVALID_PARAMETER;
     });
 }
@@ -143,16 +142,16 @@ uint32_t OrxCancelDiscovery(uint32_t, const char *, const char *) {
 }
 
 uint32_t OrxGetDiscoveryDefaults(uint32_t, const char *, void *, uint32_t, uint32_t *) {
-    return answer("OrxGetDiscoveryDefaults", [](Service &) -> std::uint32_t { return ERROR_NOT_SUPPORTED; });
+    return answer("OrxGetDiscoveryDefaults", [](Service &) -> uint32_t { return ERROR_NOT_SUPPORTED; });
 }
 
 uint32_t OrxSetDiscoveryDefaults(uint32_t, const char *, const void *) {
-    return answer("OrxSetDiscoveryDefaults", [](Service &) -> std::uint32_t { return ERROR_NOT_SUPPORTED; });
+    return answer("OrxSetDiscoveryDefaults", [](Service &) -> uint32_t { return ERROR_NOT_SUPPORTED; });
 }
 
 uint32_t OrxGetStringPrinter(uint32_t, uint32_t handle, const char *descriptor, char *buffer, uint32_t size,
                              uint32_t *length) {
-    return answer("OrxGetStringPrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxGetStringPrinter", [&](Service &service) -> uint32_t {
         PropertyValue value;
         if (const auto code = service.property(handle, descriptor, "String", value); code != 0) {
             return code;
@@ -164,7 +163,7 @@ uint32_t OrxGetStringPrinter(uint32_t, uint32_t handle, const char *descriptor, 
 
 uint32_t OrxGetByteArrayPrinter(uint32_t, uint32_t handle, const char *descriptor, void *buffer, uint32_t size,
                                 uint32_t *length) {
-    return answer("OrxGetByteArrayPrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxGetByteArrayPrinter", [&](Service &service) -> uint32_t {
         PropertyValue value;
         if (const auto code = service.property(handle, descriptor, "ByteArray", value); code != 0) {
             return code;
@@ -175,21 +174,21 @@ uint32_t OrxGetByteArrayPrinter(uint32_t, uint32_t handle, const char *descripto
 }
 
 uint32_t OrxGetLongPrinter(uint32_t, uint32_t handle, const char *descriptor, uint32_t *target) {
-    return answer("OrxGetLongPrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxGetLongPrinter", [&](Service &service) -> uint32_t {
         PropertyValue value;
         if (!target) {
             return ERROR_INVALID_PARAMETER;
         }
         const auto code = service.property(handle, descriptor, "Long", value);
         if (code == 0) {
-            *target = std::get<std::uint32_t>(value);
+            *target = std::get<uint32_t>(value);
         }
         return code;
     });
 }
 
 uint32_t OrxSetStringPrinter(uint32_t, uint32_t handle, const char *descriptor, const char *value, uint32_t length) {
-    return answer("OrxSetStringPrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxSetStringPrinter", [&](Service &service) -> uint32_t {
         if (!value) {
             return ERROR_INVALID_PARAMETER;
         }
@@ -198,11 +197,11 @@ uint32_t OrxSetStringPrinter(uint32_t, uint32_t handle, const char *descriptor, 
 }
 
 uint32_t OrxSetByteArrayPrinter(uint32_t, uint32_t handle, const char *descriptor, const void *bytes, uint32_t length) {
-    return answer("OrxSetByteArrayPrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxSetByteArrayPrinter", [&](Service &service) -> uint32_t {
         if (!bytes && length > 0) {
             return ERROR_INVALID_PARAMETER;
         }
-        const auto *begin = static_cast<const std::uint8_t *>(bytes);
+        const auto *begin = static_cast<const uint8_t *>(bytes);
         return service.setProperty(handle, descriptor, "ByteArray", Bytes(begin, begin + length));
     });
 }
@@ -217,7 +216,7 @@ uint32_t OrxSetJobStringPrinter(uint32_t, uint32_t handle, const char *key, cons
 }
 
 uint32_t OrxGetCachePrinter(uint32_t, uint32_t handle, void *buffer, uint32_t size, uint32_t *length) {
-    return answer("OrxGetCachePrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxGetCachePrinter", [&](Service &service) -> uint32_t {
         Bytes block;
         const auto code = service.cache(handle, block);
         return code != 0 ? code : handOver(block.data(), block.size(), buffer, size, length);
@@ -225,7 +224,7 @@ uint32_t OrxGetCachePrinter(uint32_t, uint32_t handle, void *buffer, uint32_t si
 }
 
 uint32_t OrxGetCurrentStatePrinter(uint32_t, uint32_t handle, uint32_t *state) {
-    return answer("OrxGetCurrentStatePrinter", [&](Service &service) -> std::uint32_t {
+    return answer("OrxGetCurrentStatePrinter", [&](Service &service) -> uint32_t {
         return state ? service.state(handle, *state) : ERROR_INVALID_PARAMETER;
     });
 }

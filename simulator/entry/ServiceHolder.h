@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_SERVICE_HOLDER_H
-#define SIMULATOR_SERVICE_HOLDER_H
+#pragma once
 
 #include "simulator/Service.h"
 
@@ -7,12 +6,10 @@
 
 namespace simulator {
 
-/** The service of this load of the library: null before OrxInitialize and after OrxUninitialize. */
+/// The service of this load of the library: null before OrxInitialize and after OrxUninitialize.
 [[nodiscard]] std::shared_ptr<Service> currentService() noexcept;
 
-/** Puts another service, or none, in its place. @return the one that was there. */
+/// Puts another service, or none, in its place. @return the one that was there.
 std::shared_ptr<Service> exchangeService(std::shared_ptr<Service> next) noexcept;
 
 } // namespace simulator
-
-#endif

@@ -14,19 +14,19 @@ namespace {
 
 struct Scheduled {
     PrinterEvent event;
-    std::uint64_t dueMs = 0;
-    std::uint64_t order = 0;
-    std::uint32_t count = 1;
-    std::uint32_t intervalMs = 0;
+    uint64_t dueMs = 0;
+    uint64_t order = 0;
+    uint32_t count = 1;
+    uint32_t intervalMs = 0;
 };
 
 constexpr DWORD journalIntervalMs = 50;
-constexpr std::uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // whatever a strange clock or line says
+constexpr uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // whatever a strange clock or line says
 
-/** Finer than the system's tick count, whose steps are as long as the intervals of a fast burst. */
-std::uint64_t steadyMs() noexcept {
+/// Finer than the system's tick count, whose steps are as long as the intervals of a fast burst.
+uint64_t steadyMs() noexcept {
     using namespace std::chrono;
-    return static_cast<std::uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+    return static_cast<uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 bool comesLater(const Scheduled &left, const Scheduled &right) noexcept {
@@ -55,7 +55,7 @@ struct DeliveryThread::State {
 
     Lock lock; // guards the rest
     std::vector<Scheduled> queue;
-    std::uint64_t posted = 0;
+    uint64_t posted = 0;
 
     void push(Scheduled item) {
         const std::lock_guard hold(lock);
@@ -67,13 +67,12 @@ struct DeliveryThread::State {
     void takeFromJournal() {
         for (auto &line : journal->takeNew()) {
             const auto now = systemTimeMs();
-            const auto afterMs =
-                line.dueMs > now ? std::min<std::uint64_t>(line.dueMs - now, longestJournalDelayMs) : 0;
+            const auto afterMs = line.dueMs > now ? std::min<uint64_t>(line.dueMs - now, longestJournalDelayMs) : 0;
             push({std::move(line.event), steadyMs() + afterMs, 0, 1, 0});
         }
     }
 
-    /** The next event when it is due, else how long that takes. */
+    /// The next event when it is due, else how long that takes.
     std::optional<Scheduled> popDue(DWORD &waitMs) {
         const std::lock_guard hold(lock);
         if (queue.empty()) {
@@ -82,7 +81,7 @@ struct DeliveryThread::State {
         }
         const auto now = steadyMs();
         if (queue.front().dueMs > now) {
-            waitMs = static_cast<DWORD>(std::min<std::uint64_t>(queue.front().dueMs - now, 60000));
+            waitMs = static_cast<DWORD>(std::min<uint64_t>(queue.front().dueMs - now, 60000));
             return std::nullopt;
         }
         std::pop_heap(queue.begin(), queue.end(), comesLater);
@@ -95,7 +94,7 @@ struct DeliveryThread::State {
 DeliveryThread::DeliveryThread(std::shared_ptr<Listeners> listeners, std::shared_ptr<EventJournal> journal)
     : state_(std::make_shared<State>(std::move(listeners), std::move(journal))) {}
 
-void DeliveryThread::post(PrinterEvent event, std::uint32_t afterMs, std::uint32_t count, std::uint32_t intervalMs) {
+void DeliveryThread::post(PrinterEvent event, uint32_t afterMs, uint32_t count, uint32_t intervalMs) {
     if (count == 0) {
         return;
     }

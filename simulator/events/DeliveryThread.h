@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_DELIVERY_THREAD_H
-#define SIMULATOR_DELIVERY_THREAD_H
+#pragma once
 
 #include "simulator/Handle.h"
 #include "simulator/events/EventJournal.h"
@@ -9,28 +8,24 @@
 
 namespace simulator {
 
-/**
- * Delivers events when they are due, in the order in which they are due. The thread keeps this library mapped until
- * it ends, so the library may be given up while a client still works in a callback.
- */
+/// Delivers events when they are due, in the order in which they are due. The thread keeps this library mapped until
+/// it ends, so the library may be given up while a client still works in a callback.
 class DeliveryThread {
   public:
-    /** @param journal  what other processes tell is delivered too; may be null. */
+    /// @param journal  what other processes tell is delivered too; may be null.
     explicit DeliveryThread(std::shared_ptr<Listeners> listeners, std::shared_ptr<EventJournal> journal = nullptr);
     ~DeliveryThread() { stop(); }
     DeliveryThread(const DeliveryThread &) = delete;
     DeliveryThread &operator=(const DeliveryThread &) = delete;
 
-    /** Starts the thread when it does not run yet, for the journal's sake. */
+    /// Starts the thread when it does not run yet, for the journal's sake.
     void start();
 
-    /** Starts the thread when it does not run yet. Events that are due together keep the order of their posting. */
-    void post(PrinterEvent event, std::uint32_t afterMs, std::uint32_t count = 1, std::uint32_t intervalMs = 0);
+    /// Starts the thread when it does not run yet. Events that are due together keep the order of their posting.
+    void post(PrinterEvent event, uint32_t afterMs, uint32_t count = 1, uint32_t intervalMs = 0);
 
-    /**
-     * Drops what is not delivered yet and waits for the thread to end, but not for a callback that it is in: the
-     * client may be stopping us with a lock held that its callback waits for.
-     */
+    /// Drops what is not delivered yet and waits for the thread to end, but not for a callback that it is in: the
+    /// client may be stopping us with a lock held that its callback waits for.
     void stop() noexcept;
 
   private:
@@ -45,5 +40,3 @@ class DeliveryThread {
 };
 
 } // namespace simulator
-
-#endif

@@ -10,12 +10,12 @@ namespace simulator {
 namespace {
 
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr std::uint64_t largestJournal = 1 << 20;
+constexpr uint64_t largestJournal = 1 << 20;
 
-std::uint64_t sizeOf(HANDLE file) noexcept {
+uint64_t sizeOf(HANDLE file) noexcept {
     LARGE_INTEGER size{};
     GetFileSizeEx(file, &size);
-    return static_cast<std::uint64_t>(size.QuadPart);
+    return static_cast<uint64_t>(size.QuadPart);
 }
 
 Handle openToRead(const std::filesystem::path &file) noexcept {
@@ -25,7 +25,7 @@ Handle openToRead(const std::filesystem::path &file) noexcept {
 
 } // namespace
 
-void EventJournal::append(const PrinterEvent &event, std::uint32_t afterMs) noexcept {
+void EventJournal::append(const PrinterEvent &event, uint32_t afterMs) noexcept {
     try {
         const auto text = composeEventLine({systemTimeMs() + afterMs, GetCurrentProcessId(), event});
         Handle file(CreateFileW(file_.c_str(), FILE_APPEND_DATA, shareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
@@ -69,7 +69,7 @@ std::vector<EventLine> EventJournal::takeNew() {
     if (size == offset_) {
         return lines;
     }
-    std::string text(static_cast<std::size_t>(size - offset_), '\0');
+    std::string text(static_cast<size_t>(size - offset_), '\0');
     LARGE_INTEGER position;
     position.QuadPart = static_cast<LONGLONG>(offset_);
     DWORD read = 0;

@@ -15,7 +15,7 @@ std::string_view takeWord(std::string_view &text) {
     return word;
 }
 
-template <typename Number>
+template <class Number>
 bool read(std::string_view word, Number &number, int base = 10) {
     const auto [stop, failure] = std::from_chars(word.data(), word.data() + word.size(), number, base);
     return failure == std::errc() && stop == word.data() + word.size();
@@ -23,7 +23,7 @@ bool read(std::string_view word, Number &number, int base = 10) {
 
 bool readAlert(std::string_view word, Bytes &alert) {
     for (; word.size() >= 2; word.remove_prefix(2)) {
-        std::uint8_t byte = 0;
+        uint8_t byte = 0;
         if (!read(word.substr(0, 2), byte, 16)) {
             return false;
         }

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_EVENT_LINE_H
-#define SIMULATOR_EVENT_LINE_H
+#pragma once
 
 #include "simulator/events/PrinterEvent.h"
 
@@ -10,19 +9,17 @@
 
 namespace simulator {
 
-/** An event as processes tell it to each other. */
+/// An event as processes tell it to each other.
 struct EventLine {
-    std::uint64_t dueMs = 0; // system time in milliseconds since 1601
-    std::uint32_t process = 0;
+    uint64_t dueMs = 0; // system time in milliseconds since 1601
+    uint32_t process = 0;
     PrinterEvent event;
 };
 
-/** One line of text, its end included. */
+/// One line of text, its end included.
 [[nodiscard]] std::string composeEventLine(const EventLine &line);
 
-/** @return none for a text that is no such line. */
+/// @return none for a text that is no such line.
 [[nodiscard]] std::optional<EventLine> readEventLine(std::string_view text);
 
 } // namespace simulator
-
-#endif

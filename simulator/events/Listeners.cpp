@@ -7,22 +7,22 @@
 
 namespace simulator {
 
-void Listeners::setAlerts(std::uint16_t handle, std::uint32_t mask, OrxAlertCallback callback) {
+void Listeners::setAlerts(uint16_t handle, uint32_t mask, OrxAlertCallback callback) {
     const std::lock_guard hold(lock_);
     alerts_[handle] = {mask, callback};
 }
 
-void Listeners::setNotifications(std::uint16_t handle, std::uint32_t mask, OrxNotificationCallback callback) {
+void Listeners::setNotifications(uint16_t handle, uint32_t mask, OrxNotificationCallback callback) {
     const std::lock_guard hold(lock_);
     notifications_[handle] = {mask, callback};
 }
 
-bool Listeners::clearAlerts(std::uint16_t handle) {
+bool Listeners::clearAlerts(uint16_t handle) {
     const std::lock_guard hold(lock_);
     return alerts_.erase(handle) > 0;
 }
 
-bool Listeners::clearNotifications(std::uint16_t handle) {
+bool Listeners::clearNotifications(uint16_t handle) {
     const std::lock_guard hold(lock_);
     return notifications_.erase(handle) > 0;
 }
@@ -33,18 +33,18 @@ void Listeners::clearAll() {
     notifications_.clear();
 }
 
-bool Listeners::hasAny(std::uint16_t handle) const {
+bool Listeners::hasAny(uint16_t handle) const {
     const std::lock_guard hold(lock_);
     return alerts_.contains(handle) || notifications_.contains(handle);
 }
 
-std::optional<std::uint32_t> Listeners::state(std::uint16_t handle) const {
+std::optional<uint32_t> Listeners::state(uint16_t handle) const {
     const std::lock_guard hold(lock_);
     const auto found = states_.find(handle);
     return found == states_.end() ? std::nullopt : std::optional(found->second);
 }
 
-void Listeners::setState(std::uint16_t handle, std::uint32_t state) {
+void Listeners::setState(uint16_t handle, uint32_t state) {
     const std::lock_guard hold(lock_);
     states_[handle] = state;
 }
@@ -65,7 +65,7 @@ bool Listeners::deliverAlert(const PrinterEvent &event) {
         return false;
     }
     auto bytes = *event.alert;
-    const auto length = static_cast<std::uint32_t>(bytes.size());
+    const auto length = static_cast<uint32_t>(bytes.size());
     bytes.resize(std::max(bytes.size(), readableAlertBytes));
     listener.callback(event.handle, bytes.data(), length);
     return true;
@@ -87,7 +87,7 @@ bool Listeners::deliverNotification(const PrinterEvent &event) {
     if (!listener.callback || listener.mask == 0) {
         return false;
     }
-    const std::uint32_t flag = event.flag.value_or(0);
+    const uint32_t flag = event.flag.value_or(0);
     listener.callback(event.handle, event.category, event.notification, event.flag ? &flag : nullptr, nullptr, nullptr);
     return true;
 }

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_LISTENERS_H
-#define SIMULATOR_LISTENERS_H
+#pragma once
 
 #include "service/comc.h"
 #include "simulator/Lock.h"
@@ -10,28 +9,28 @@
 
 namespace simulator {
 
-/** Who wants to hear of which printer, and what each printer was last heard to do. */
+/// Who wants to hear of which printer, and what each printer was last heard to do.
 class Listeners {
   public:
-    void setAlerts(std::uint16_t handle, std::uint32_t mask, OrxAlertCallback callback);
-    void setNotifications(std::uint16_t handle, std::uint32_t mask, OrxNotificationCallback callback);
-    /** @return whether there was a registration. */
-    bool clearAlerts(std::uint16_t handle);
-    bool clearNotifications(std::uint16_t handle);
+    void setAlerts(uint16_t handle, uint32_t mask, OrxAlertCallback callback);
+    void setNotifications(uint16_t handle, uint32_t mask, OrxNotificationCallback callback);
+    /// @return whether there was a registration.
+    bool clearAlerts(uint16_t handle);
+    bool clearNotifications(uint16_t handle);
     void clearAll();
-    [[nodiscard]] bool hasAny(std::uint16_t handle) const;
+    [[nodiscard]] bool hasAny(uint16_t handle) const;
 
-    /** The state that the last notification of a state told; none when there was none. */
-    [[nodiscard]] std::optional<std::uint32_t> state(std::uint16_t handle) const;
-    void setState(std::uint16_t handle, std::uint32_t state);
+    /// The state that the last notification of a state told; none when there was none.
+    [[nodiscard]] std::optional<uint32_t> state(uint16_t handle) const;
+    void setState(uint16_t handle, uint32_t state);
 
-    /** Keeps the state and calls who listens, on this thread and with no lock held. @return whether somebody did. */
+    /// Keeps the state and calls who listens, on this thread and with no lock held. @return whether somebody did.
     bool deliver(const PrinterEvent &event);
 
   private:
-    template <typename Callback>
+    template <class Callback>
     struct Registration {
-        std::uint32_t mask = 0;
+        uint32_t mask = 0;
         Callback callback = nullptr;
     };
 
@@ -39,11 +38,9 @@ class Listeners {
     bool deliverNotification(const PrinterEvent &event);
 
     mutable Lock lock_; // guards the maps
-    std::map<std::uint16_t, Registration<OrxAlertCallback>> alerts_;
-    std::map<std::uint16_t, Registration<OrxNotificationCallback>> notifications_;
-    std::map<std::uint16_t, std::uint32_t> states_;
+    std::map<uint16_t, Registration<OrxAlertCallback>> alerts_;
+    std::map<uint16_t, Registration<OrxNotificationCallback>> notifications_;
+    std::map<uint16_t, uint32_t> states_;
 };
 
 } // namespace simulator
-
-#endif

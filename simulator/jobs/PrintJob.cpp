@@ -4,8 +4,8 @@
 
 namespace simulator {
 
-std::uint32_t PrintJob::start(const std::filesystem::path &spool, std::optional<std::uint64_t> capacity,
-                              const std::optional<RawTcpTarget> &target) {
+uint32_t PrintJob::start(const std::filesystem::path &spool, std::optional<uint64_t> capacity,
+                         const std::optional<RawTcpTarget> &target) {
     const std::lock_guard hold(lock_);
     if (const auto code = spool_.create(spool, capacity); code != 0) {
         return fail(code);
@@ -18,7 +18,7 @@ std::uint32_t PrintJob::start(const std::filesystem::path &spool, std::optional<
     return code == 0 ? 0 : fail(code);
 }
 
-std::uint32_t PrintJob::write(const void *data, std::uint32_t count, bool &isFirst) {
+uint32_t PrintJob::write(const void *data, uint32_t count, bool &isFirst) {
     const std::lock_guard hold(lock_);
     isFirst = false;
     if (isClosed_) {
@@ -39,7 +39,7 @@ std::uint32_t PrintJob::write(const void *data, std::uint32_t count, bool &isFir
     return 0;
 }
 
-std::uint32_t PrintJob::end() {
+uint32_t PrintJob::end() {
     const std::lock_guard hold(lock_);
     if (isClosed_) {
         return ERROR_NOT_SUPPORTED;
@@ -63,7 +63,7 @@ void PrintJob::cancel() noexcept {
     static_cast<void>(fail(ERROR_CANCELLED));
 }
 
-std::uint32_t PrintJob::fail(std::uint32_t code) noexcept {
+uint32_t PrintJob::fail(uint32_t code) noexcept {
     failure_ = code;
     connection_.reset();
     spool_.discard();

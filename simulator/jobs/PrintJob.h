@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_PRINT_JOB_H
-#define SIMULATOR_PRINT_JOB_H
+#pragma once
 
 #include "simulator/Lock.h"
 #include "simulator/jobs/RawTcpConnection.h"
@@ -9,37 +8,33 @@
 
 namespace simulator {
 
-/**
- * One job on its way to the spool and, for a bound printer, to the real one. After a failure it answers that failure
- * for good: a document with a hole in it is never reported as done.
- */
+/// One job on its way to the spool and, for a bound printer, to the real one. After a failure it answers that failure
+/// for good: a document with a hole in it is never reported as done.
 class PrintJob {
   public:
     explicit PrintJob(JobDescription description) : description_(std::move(description)) {}
 
-    [[nodiscard]] std::uint32_t start(const std::filesystem::path &spool, std::optional<std::uint64_t> capacity,
-                                      const std::optional<RawTcpTarget> &target);
-    /** @param[out] isFirst whether these are the job's first bytes. */
-    [[nodiscard]] std::uint32_t write(const void *data, std::uint32_t count, bool &isFirst);
-    [[nodiscard]] std::uint32_t end();
+    [[nodiscard]] uint32_t start(const std::filesystem::path &spool, std::optional<uint64_t> capacity,
+                                 const std::optional<RawTcpTarget> &target);
+    /// @param[out] isFirst whether these are the job's first bytes.
+    [[nodiscard]] uint32_t write(const void *data, uint32_t count, bool &isFirst);
+    [[nodiscard]] uint32_t end();
     void cancel() noexcept;
 
     [[nodiscard]] const JobDescription &description() const noexcept { return description_; }
-    [[nodiscard]] std::uint32_t number() const noexcept { return spool_.jobNumber(); }
-    [[nodiscard]] std::uint64_t size() const noexcept { return spool_.size(); }
+    [[nodiscard]] uint32_t number() const noexcept { return spool_.jobNumber(); }
+    [[nodiscard]] uint64_t size() const noexcept { return spool_.size(); }
     [[nodiscard]] const std::filesystem::path &finalName() const noexcept { return spool_.finalName(); }
 
   private:
-    [[nodiscard]] std::uint32_t fail(std::uint32_t code) noexcept;
+    [[nodiscard]] uint32_t fail(uint32_t code) noexcept;
 
     const JobDescription description_;
     Lock lock_; // guards the rest: two threads may write on one handle
     SpoolFile spool_;
     std::unique_ptr<RawTcpConnection> connection_;
-    std::uint32_t failure_ = 0;
+    uint32_t failure_ = 0;
     bool isClosed_ = false;
 };
 
 } // namespace simulator
-
-#endif

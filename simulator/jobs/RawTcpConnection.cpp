@@ -12,14 +12,14 @@ namespace simulator {
 
 namespace {
 
-constexpr std::uint32_t couldNotReach = ERROR_NOT_FOUND;
-constexpr std::uint32_t broken = ERROR_BUSY;
-constexpr std::uint32_t stalled = ERROR_TIMEOUT;
+constexpr uint32_t couldNotReach = ERROR_NOT_FOUND;
+constexpr uint32_t broken = ERROR_BUSY;
+constexpr uint32_t stalled = ERROR_TIMEOUT;
 
 enum class Wait { readable, writable };
 
-/** @return whether the socket became ready in time; a failed connect counts as ready, its cause is asked for. */
-bool waitFor(SOCKET socket, Wait wait, std::uint32_t timeoutMs) noexcept {
+/// @return whether the socket became ready in time; a failed connect counts as ready, its cause is asked for.
+bool waitFor(SOCKET socket, Wait wait, uint32_t timeoutMs) noexcept {
     fd_set ready;
     FD_ZERO(&ready);
     fd_set failed;
@@ -38,7 +38,7 @@ int pendingError(SOCKET socket) noexcept {
     return error;
 }
 
-bool connectTo(SOCKET socket, const addrinfo &address, std::uint32_t timeoutMs) noexcept {
+bool connectTo(SOCKET socket, const addrinfo &address, uint32_t timeoutMs) noexcept {
     u_long isNonBlocking = 1;
     ioctlsocket(socket, static_cast<long>(FIONBIO), &isNonBlocking);
     if (::connect(socket, address.ai_addr, static_cast<int>(address.ai_addrlen)) == 0) {
@@ -50,7 +50,7 @@ bool connectTo(SOCKET socket, const addrinfo &address, std::uint32_t timeoutMs) 
 
 } // namespace
 
-std::uint32_t RawTcpConnection::connect() {
+uint32_t RawTcpConnection::connect() {
     WSADATA data;
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
         return couldNotReach;
@@ -81,7 +81,7 @@ std::uint32_t RawTcpConnection::connect() {
     return ERROR_SUCCESS;
 }
 
-/** Takes what the printer says meanwhile. @return whether it still listens: none ends before the document does. */
+/// Takes what the printer says meanwhile. @return whether it still listens: none ends before the document does.
 bool RawTcpConnection::isTaken() noexcept {
     for (;;) {
         char ignored[512];
@@ -92,17 +92,17 @@ bool RawTcpConnection::isTaken() noexcept {
     }
 }
 
-std::uint32_t RawTcpConnection::send(const void *data, std::uint32_t count) noexcept {
+uint32_t RawTcpConnection::send(const void *data, uint32_t count) noexcept {
     const auto *bytes = static_cast<const char *>(data);
     while (count > 0) {
         if (!isTaken()) {
             return broken;
         }
-        constexpr std::uint32_t largestPiece = 1 << 16;
+        constexpr uint32_t largestPiece = 1 << 16;
         const int sent = ::send(socket_, bytes, static_cast<int>(std::min(count, largestPiece)), 0);
         if (sent >= 0) {
             bytes += sent;
-            count -= static_cast<std::uint32_t>(sent);
+            count -= static_cast<uint32_t>(sent);
             continue;
         }
         if (WSAGetLastError() != WSAEWOULDBLOCK) {
@@ -115,7 +115,7 @@ std::uint32_t RawTcpConnection::send(const void *data, std::uint32_t count) noex
     return ERROR_SUCCESS;
 }
 
-std::uint32_t RawTcpConnection::finish() noexcept {
+uint32_t RawTcpConnection::finish() noexcept {
     if (!isTaken() || shutdown(socket_, SD_SEND) != 0) {
         return broken;
     }

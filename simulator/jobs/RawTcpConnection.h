@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_RAW_TCP_CONNECTION_H
-#define SIMULATOR_RAW_TCP_CONNECTION_H
+#pragma once
 
 #include "simulator/configuration/Configuration.h"
 
@@ -7,10 +6,8 @@
 
 namespace simulator {
 
-/**
- * A connection to a printer that takes documents over raw TCP. Its codes are those that the real situation has: 1168
- * when the printer cannot be reached, 170 when it breaks the connection, 1460 when it stops taking data.
- */
+/// A connection to a printer that takes documents over raw TCP. Its codes are those that the real situation has: 1168
+/// when the printer cannot be reached, 170 when it breaks the connection, 1460 when it stops taking data.
 class RawTcpConnection {
   public:
     explicit RawTcpConnection(const RawTcpTarget &target) : target_(target) {}
@@ -18,15 +15,13 @@ class RawTcpConnection {
     RawTcpConnection(const RawTcpConnection &) = delete;
     RawTcpConnection &operator=(const RawTcpConnection &) = delete;
 
-    [[nodiscard]] std::uint32_t connect();
-    /** Blocks until all is handed over or nothing could be sent for the target's send time-out. */
-    [[nodiscard]] std::uint32_t send(const void *data, std::uint32_t count) noexcept;
-    /** Says that the document is complete and waits until the printer has taken it all and closed its side. */
-    [[nodiscard]] std::uint32_t finish() noexcept;
-    /**
-     * Breaks the connection, so that the printer does not take what it has for a whole document. (Wine ends it in the
-     * ordinary way all the same.)
-     */
+    [[nodiscard]] uint32_t connect();
+    /// Blocks until all is handed over or nothing could be sent for the target's send time-out.
+    [[nodiscard]] uint32_t send(const void *data, uint32_t count) noexcept;
+    /// Says that the document is complete and waits until the printer has taken it all and closed its side.
+    [[nodiscard]] uint32_t finish() noexcept;
+    /// Breaks the connection, so that the printer does not take what it has for a whole document. (Wine ends it in the
+    /// ordinary way all the same.)
     void abort() noexcept;
 
   private:
@@ -34,10 +29,8 @@ class RawTcpConnection {
     void close() noexcept;
 
     RawTcpTarget target_;
-    std::uintptr_t socket_ = ~std::uintptr_t{0};
+    uintptr_t socket_ = ~uintptr_t{0};
     bool isStarted_ = false;
 };
 
 } // namespace simulator
-
-#endif

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::uint32_t spoolCode(DWORD systemCode) noexcept {
+uint32_t spoolCode(DWORD systemCode) noexcept {
     return systemCode == ERROR_DISK_FULL || systemCode == ERROR_HANDLE_DISK_FULL ? ERROR_DISK_FULL : ERROR_WRITE_FAULT;
 }
 
@@ -24,14 +24,14 @@ std::string currentTime() {
     return text;
 }
 
-std::string baseName(std::uint32_t number) {
+std::string baseName(uint32_t number) {
     char text[24];
     std::snprintf(text, sizeof text, "job-%06u", number);
     return text;
 }
 
-/** The next job number of the folder, counted in a file that only one process at a time can hold open. */
-std::uint32_t takeNumber(const fs::path &folder) {
+/// The next job number of the folder, counted in a file that only one process at a time can hold open.
+uint32_t takeNumber(const fs::path &folder) {
     constexpr int attempts = 2000;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const Handle counter(CreateFileW((folder / "job-number").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
@@ -46,7 +46,7 @@ std::uint32_t takeNumber(const fs::path &folder) {
         char text[16] = {};
         DWORD transferred = 0;
         ReadFile(counter.get(), text, sizeof text - 1, &transferred, nullptr);
-        const auto number = static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) + 1;
+        const auto number = static_cast<uint32_t>(std::strtoul(text, nullptr, 10)) + 1;
         const auto length = std::snprintf(text, sizeof text, "%u", number);
         SetFilePointer(counter.get(), 0, nullptr, FILE_BEGIN);
         WriteFile(counter.get(), text, static_cast<DWORD>(length), &transferred, nullptr);
@@ -60,7 +60,7 @@ bool isThere(const fs::path &path) noexcept {
     return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-DWORD writeAll(HANDLE file, const void *data, std::uint32_t count) noexcept {
+DWORD writeAll(HANDLE file, const void *data, uint32_t count) noexcept {
     DWORD written = 0;
     if (!WriteFile(file, data, count, &written, nullptr)) {
         return GetLastError();
@@ -70,7 +70,7 @@ DWORD writeAll(HANDLE file, const void *data, std::uint32_t count) noexcept {
 
 } // namespace
 
-std::uint32_t SpoolFile::create(const fs::path &folder, std::optional<std::uint64_t> capacity) {
+uint32_t SpoolFile::create(const fs::path &folder, std::optional<uint64_t> capacity) {
     std::error_code failure;
     fs::create_directories(folder, failure);
     if (!fs::is_directory(folder, failure)) {
@@ -102,7 +102,7 @@ std::uint32_t SpoolFile::create(const fs::path &folder, std::optional<std::uint6
     }
 }
 
-std::uint32_t SpoolFile::write(const void *data, std::uint32_t count) {
+uint32_t SpoolFile::write(const void *data, uint32_t count) {
     if (capacity_ && size_ + count > *capacity_) {
         return ERROR_DISK_FULL;
     }
@@ -114,7 +114,7 @@ std::uint32_t SpoolFile::write(const void *data, std::uint32_t count) {
     return ERROR_SUCCESS;
 }
 
-std::uint32_t SpoolFile::finish(const JobDescription &description) {
+uint32_t SpoolFile::finish(const JobDescription &description) {
     nlohmann::ordered_json json;
     json["job"] = number_;
     json["documentName"] = description.documentName;
@@ -136,8 +136,8 @@ std::uint32_t SpoolFile::finish(const JobDescription &description) {
     const auto companion = folder_ / (baseName(number_) + ".json");
     Handle companionFile(CreateFileW(companion.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
                                      FILE_ATTRIBUTE_NORMAL, nullptr));
-    auto code = companionFile ? writeAll(companionFile.get(), text.data(), static_cast<std::uint32_t>(text.size()))
-                              : GetLastError();
+    auto code =
+        companionFile ? writeAll(companionFile.get(), text.data(), static_cast<uint32_t>(text.size())) : GetLastError();
     companionFile.close();
     file_.close();
     if (code == ERROR_SUCCESS && !MoveFileExW(temporary_.c_str(), final_.c_str(), 0)) {

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_SPOOL_H
-#define SIMULATOR_SPOOL_H
+#pragma once
 
 #include "simulator/Handle.h"
 
@@ -10,30 +9,28 @@
 
 namespace simulator {
 
-/** What the file beside a job's data tells of the job. */
+/// What the file beside a job's data tells of the job.
 struct JobDescription {
     std::string documentName;
     std::string user;
     std::string host;
     std::string options;
-    std::uint16_t handle = 0;
+    uint16_t handle = 0;
     std::string printer;
     std::string port;
-    std::uint32_t clientId = 0;
+    uint32_t clientId = 0;
     std::string jobStringsJson; // an object
 };
 
-/**
- * The data of one job on its way into the spool folder: under a temporary name until it is complete. Every failure of
- * the disk is told as one of two codes: 112 for no room, 29 for anything else.
- */
+/// The data of one job on its way into the spool folder: under a temporary name until it is complete. Every failure of
+/// the disk is told as one of two codes: 112 for no room, 29 for anything else.
 class SpoolFile {
   public:
-    /** @return 0 or the code of the failure. @throws std::bad_alloc */
-    [[nodiscard]] std::uint32_t create(const std::filesystem::path &folder, std::optional<std::uint64_t> capacity);
-    [[nodiscard]] std::uint32_t write(const void *data, std::uint32_t count);
-    /** Gives the job its final name, its description before it. */
-    [[nodiscard]] std::uint32_t finish(const JobDescription &description);
+    /// @return 0 or the code of the failure. @throws std::bad_alloc
+    [[nodiscard]] uint32_t create(const std::filesystem::path &folder, std::optional<uint64_t> capacity);
+    [[nodiscard]] uint32_t write(const void *data, uint32_t count);
+    /// Gives the job its final name, its description before it.
+    [[nodiscard]] uint32_t finish(const JobDescription &description);
     void discard() noexcept;
 
     ~SpoolFile() { discard(); }
@@ -41,21 +38,19 @@ class SpoolFile {
     SpoolFile(const SpoolFile &) = delete;
     SpoolFile &operator=(const SpoolFile &) = delete;
 
-    [[nodiscard]] std::uint32_t jobNumber() const noexcept { return number_; }
-    [[nodiscard]] std::uint64_t size() const noexcept { return size_; }
+    [[nodiscard]] uint32_t jobNumber() const noexcept { return number_; }
+    [[nodiscard]] uint64_t size() const noexcept { return size_; }
     [[nodiscard]] const std::filesystem::path &finalName() const noexcept { return final_; }
 
   private:
     std::filesystem::path folder_;
     std::filesystem::path temporary_;
     std::filesystem::path final_;
-    std::optional<std::uint64_t> capacity_;
-    std::uint32_t number_ = 0;
-    std::uint64_t size_ = 0;
+    std::optional<uint64_t> capacity_;
+    uint32_t number_ = 0;
+    uint64_t size_ = 0;
     std::string startTime_;
     Handle file_;
 };
 
 } // namespace simulator
-
-#endif

@@ -6,16 +6,16 @@ namespace simulator {
 
 namespace {
 
-constexpr std::size_t requestHeadSize = 3;
-constexpr std::size_t responseHeadSize = 5;
+constexpr size_t requestHeadSize = 3;
+constexpr size_t responseHeadSize = 5;
 
-Bytes withHead(std::span<const std::uint8_t> request, std::span<const std::uint8_t> answer) {
+Bytes withHead(std::span<const uint8_t> request, std::span<const uint8_t> answer) {
     const auto length = responseHeadSize - requestHeadSize + answer.size();
     Bytes response(responseHeadSize + answer.size(), 0);
     response[0] = 0xA5;
-    response[1] = static_cast<std::uint8_t>(length >> 8);
-    response[2] = static_cast<std::uint8_t>(length);
-    for (std::size_t offset = requestHeadSize; offset < std::min(request.size(), responseHeadSize); ++offset) {
+    response[1] = static_cast<uint8_t>(length >> 8);
+    response[2] = static_cast<uint8_t>(length);
+    for (size_t offset = requestHeadSize; offset < std::min(request.size(), responseHeadSize); ++offset) {
         response[offset] = request[offset];
     }
     std::copy(answer.begin(), answer.end(), response.begin() + responseHeadSize);
@@ -24,7 +24,7 @@ Bytes withHead(std::span<const std::uint8_t> request, std::span<const std::uint8
 
 } // namespace
 
-BidiAnswer answerBidi(std::span<const BidiRule> rules, std::span<const std::uint8_t> request) {
+BidiAnswer answerBidi(std::span<const BidiRule> rules, std::span<const uint8_t> request) {
     const BidiRule *best = nullptr;
     for (const auto &rule : rules) {
         const auto &prefix = rule.requestPrefix;

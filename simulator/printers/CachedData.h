@@ -1,14 +1,10 @@
-#ifndef SIMULATOR_CACHE_BLOCK_H
-#define SIMULATOR_CACHE_BLOCK_H
+#pragma once
 
 #include "simulator/configuration/Configuration.h"
 
 namespace simulator {
 
-/** A printer's cached data, behind a head of eight bytes (A5, length of the data in two bytes, zeros) when it has one.
- */
+/// A printer's cached data, behind a head of eight bytes (A5, length of the data in two bytes, zeros) when it has one.
 [[nodiscard]] Bytes composeCache(const PrinterConfiguration &printer);
 
 } // namespace simulator
-
-#endif

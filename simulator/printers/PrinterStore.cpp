@@ -12,8 +12,7 @@ namespace {
 
 using nlohmann::json;
 
-/** Held while a file is read, changed and put back. A holder that died leaves a whole file: it is replaced, not edited.
- */
+/// Held while a file is read, changed and put back. A holder that died leaves a whole file: it is replaced, not edited.
 class MutexHold {
   public:
     explicit MutexHold(HANDLE mutex) : mutex_(mutex) { WaitForSingleObject(mutex_, INFINITE); }
@@ -29,7 +28,7 @@ json toJson(const PropertyValue &value) {
     if (const auto *bytes = std::get_if<Bytes>(&value)) {
         return json{{"bytes", *bytes}};
     }
-    if (const auto *number = std::get_if<std::uint32_t>(&value)) {
+    if (const auto *number = std::get_if<uint32_t>(&value)) {
         return *number;
     }
     return std::get<std::string>(value);
@@ -42,7 +41,7 @@ PropertyValue propertyOf(const json &value) {
     if (value.is_object()) {
         return value.at("bytes").get<Bytes>();
     }
-    return value.get<std::uint32_t>();
+    return value.get<uint32_t>();
 }
 
 StoredPrinter readFile(const std::filesystem::path &file) {
@@ -59,14 +58,14 @@ StoredPrinter readFile(const std::filesystem::path &file) {
         printer.jobStrings = content.at("jobStrings").get<std::map<std::string, std::string>>();
         printer.isDiscovered = content.at("discovered").get<bool>();
         printer.isDeleted = content.at("deleted").get<bool>();
-        printer.printingUntilMs = content.at("printingUntilMs").get<std::uint64_t>();
+        printer.printingUntilMs = content.at("printingUntilMs").get<uint64_t>();
         return printer;
     } catch (const json::exception &) {
         return {};
     }
 }
 
-std::uint32_t writeFile(const std::filesystem::path &file, const StoredPrinter &printer) {
+uint32_t writeFile(const std::filesystem::path &file, const StoredPrinter &printer) {
     json properties = json::object();
     for (const auto &[name, value] : printer.properties) {
         properties[name] = toJson(value);
@@ -98,28 +97,28 @@ std::uint32_t writeFile(const std::filesystem::path &file, const StoredPrinter &
 PrinterStore::PrinterStore(std::filesystem::path folder)
     : folder_(std::move(folder)), mutex_(CreateMutexW(nullptr, FALSE, L"Local\\comc-simulator-store")) {}
 
-StoredPrinter PrinterStore::read(std::uint16_t handle) const {
+StoredPrinter PrinterStore::read(uint16_t handle) const {
     const MutexHold hold(mutex_.get());
     return readFile(fileOf(handle));
 }
 
-std::uint32_t PrinterStore::update(std::uint16_t handle, const std::function<void(StoredPrinter &)> &change) {
+uint32_t PrinterStore::update(uint16_t handle, const std::function<void(StoredPrinter &)> &change) {
     const MutexHold hold(mutex_.get());
     auto printer = readFile(fileOf(handle));
     change(printer);
     return writeFile(fileOf(handle), printer);
 }
 
-std::filesystem::path PrinterStore::fileOf(std::uint16_t handle) const {
+std::filesystem::path PrinterStore::fileOf(uint16_t handle) const {
     char name[24];
     std::snprintf(name, sizeof name, "printer-%04x.json", handle);
     return folder_ / name;
 }
 
-std::uint64_t systemTimeMs() noexcept {
+uint64_t systemTimeMs() noexcept {
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
-    return ((static_cast<std::uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime) / 10000;
+    return ((static_cast<uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime) / 10000;
 }
 
 } // namespace simulator

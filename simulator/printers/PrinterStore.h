@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_PRINTER_STORE_H
-#define SIMULATOR_PRINTER_STORE_H
+#pragma once
 
 #include "simulator/Handle.h"
 #include "simulator/configuration/Configuration.h"
@@ -11,35 +10,33 @@
 
 namespace simulator {
 
-/** What a printer remembers beyond the call that told it, the process included. */
+/// What a printer remembers beyond the call that told it, the process included.
 struct StoredPrinter {
     std::map<std::string, PropertyValue> properties;
     std::map<std::string, std::string> jobStrings;
     bool isDiscovered = false;
     bool isDeleted = false;
-    std::uint64_t printingUntilMs = 0; // system time in milliseconds since 1601
+    uint64_t printingUntilMs = 0; // system time in milliseconds since 1601
 };
 
-/** One small file a printer beside the spooled jobs, as a client's library is unloaded whenever the client is idle. */
+/// One small file a printer beside the spooled jobs, as a client's library is unloaded whenever the client is idle.
 class PrinterStore {
   public:
     explicit PrinterStore(std::filesystem::path folder);
 
-    /** A file that is missing or not readable counts as a printer that remembers nothing. */
-    [[nodiscard]] StoredPrinter read(std::uint16_t handle) const;
-    /** @return 0, or 29 when it could not be written. Other processes wait meanwhile. */
-    [[nodiscard]] std::uint32_t update(std::uint16_t handle, const std::function<void(StoredPrinter &)> &change);
+    /// A file that is missing or not readable counts as a printer that remembers nothing.
+    [[nodiscard]] StoredPrinter read(uint16_t handle) const;
+    /// @return 0, or 29 when it could not be written. Other processes wait meanwhile.
+    [[nodiscard]] uint32_t update(uint16_t handle, const std::function<void(StoredPrinter &)> &change);
 
   private:
-    [[nodiscard]] std::filesystem::path fileOf(std::uint16_t handle) const;
+    [[nodiscard]] std::filesystem::path fileOf(uint16_t handle) const;
 
     std::filesystem::path folder_;
     Handle mutex_;
 };
 
-/** System time in milliseconds since 1601. */
-[[nodiscard]] std::uint64_t systemTimeMs() noexcept;
+/// System time in milliseconds since 1601.
+[[nodiscard]] uint64_t systemTimeMs() noexcept;
 
 } // namespace simulator
-
-#endif

@@ -28,14 +28,14 @@ using spy::RecordedCall;
 using spy::RecordedCallback;
 using Clock = std::chrono::steady_clock;
 
-/** For a call that the recording does not know: no code that a service gives for anything else. */
-constexpr std::uint32_t noMatch = ERROR_NO_MATCH;
+/// For a call that the recording does not know: no code that a service gives for anything else.
+constexpr uint32_t noMatch = ERROR_NO_MATCH;
 
-/** A client may hold a lock in a call that its callback waits for. */
+/// A client may hold a lock in a call that its callback waits for.
 constexpr auto longestWait = std::chrono::seconds(2);
 
 std::string shortened(std::string text) {
-    constexpr std::size_t longest = 400;
+    constexpr size_t longest = 400;
     if (text.size() > longest) {
         text.resize(longest);
         text += " ...";
@@ -43,23 +43,22 @@ std::string shortened(std::string text) {
     return text;
 }
 
-/** The numbers and bytes of a recorded value, made to what the recording says they were. */
-std::uint32_t numberOf(const spy::Json &values, const char *name) {
+/// The numbers and bytes of a recorded value, made to what the recording says they were.
+uint32_t numberOf(const spy::Json &values, const char *name) {
     const auto found = values.find(name);
-    return found != values.end() && found->is_number_unsigned() ? found->get<std::uint32_t>() : 0;
+    return found != values.end() && found->is_number_unsigned() ? found->get<uint32_t>() : 0;
 }
 
 class Replay {
   public:
     Replay(spy::Recording recording, const std::filesystem::path &spool)
-        : plan_(std::move(recording)),
-          log_(spool / "simulator.log"), host_{spy::readableBytes, spy::newSha256,
-                                               [](std::uint64_t, ArgumentKind) { return 1u; }},
+        : plan_(std::move(recording)), log_(spool / "simulator.log"), host_{spy::readableBytes, spy::newSha256,
+                                                                            [](uint64_t, ArgumentKind) { return 1u; }},
           capture_(host_, plan_.header().redacted) {}
 
     [[nodiscard]] const ReplayPlan &plan() const noexcept { return plan_; }
 
-    std::uint32_t answer(const spy::EntryPoint &entryPoint, const spy::Words &words) {
+    uint32_t answer(const spy::EntryPoint &entryPoint, const spy::Words &words) {
         const auto arguments = capture_.arguments(entryPoint, words, [](auto, auto, const auto &) {});
         std::unique_lock hold(lock_);
         const auto *const call = plan_.take(entryPoint.name, arguments);
@@ -103,9 +102,9 @@ class Replay {
                    std::to_string(noMatch));
     }
 
-    /** Under the lock: which of the client's functions the recording means by its numbers. */
+    /// Under the lock: which of the client's functions the recording means by its numbers.
     void noteFunctions(const spy::EntryPoint &entryPoint, const RecordedCall &call, const spy::Words &words) {
-        for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+        for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
             const auto &argument = entryPoint.arguments[index];
             if (isCallback(argument.kind) && words[index] != 0) {
                 functions_[numberOf(call.begin.values.value(argument.name, spy::Json::object()), "callback")] =
@@ -114,8 +113,8 @@ class Replay {
         }
     }
 
-    /** Under the lock: what had been called by itself before this place is called now, and waited for. */
-    void waitForCallbacks(std::unique_lock<std::mutex> &hold, std::size_t place) {
+    /// Under the lock: what had been called by itself before this place is called now, and waited for.
+    void waitForCallbacks(std::unique_lock<std::mutex> &hold, size_t place) {
         reached_ = std::max(reached_, place);
         changed_.notify_all();
         if (GetCurrentThreadId() == deliveryThread_) {
@@ -128,7 +127,7 @@ class Replay {
         changed_.wait_for(hold, longestWait, isDone);
     }
 
-    /** Under the lock. */
+    /// Under the lock.
     void startThread() {
         if (deliveryThread_ == 0 && !plan_.callbacksByThemselves().empty()) {
             CloseHandle(CreateThread(nullptr, 0, &Replay::run, this, 0, &deliveryThread_));
@@ -159,9 +158,9 @@ class Replay {
         }
     }
 
-    /** Calls the client as it was called. */
+    /// Calls the client as it was called.
     void deliver(const RecordedCallback &callback) {
-        std::uint64_t address = 0;
+        uint64_t address = 0;
         {
             const std::lock_guard hold(lock_);
             const auto found = functions_.find(callback.begin.callback);
@@ -173,7 +172,7 @@ class Replay {
                        shortened(values.dump()));
             return;
         }
-        auto *const function = reinterpret_cast<void *>(static_cast<std::uintptr_t>(address));
+        auto *const function = reinterpret_cast<void *>(static_cast<uintptr_t>(address));
         const auto handle = numberOf(values, "handle");
         if (callback.begin.callbackKind == spy::callbackName(ArgumentKind::enumCallback)) {
             reinterpret_cast<OrxEnumCallback>(function)(handle);
@@ -181,8 +180,8 @@ class Replay {
             const auto alert = bytesOf(values, "alert", callback.arguments);
             const auto length = numberOf(values, "length");
             reinterpret_cast<OrxAlertCallback>(function)(
-                handle, alert ? reinterpret_cast<const std::uint8_t *>(alert->data()) : nullptr,
-                alert ? std::min(length, static_cast<std::uint32_t>(alert->size())) : length); // pieces may be missing
+                handle, alert ? reinterpret_cast<const uint8_t *>(alert->data()) : nullptr,
+                alert ? std::min(length, static_cast<uint32_t>(alert->size())) : length); // pieces may be missing
         } else {
             const auto flag = numberOf(values, "endOfJobFlag");
             const bool hasFlag = values.contains("endOfJobFlag") && values["endOfJobFlag"].is_number();
@@ -192,7 +191,7 @@ class Replay {
         }
     }
 
-    /** Bytes of a recorded buffer; zeros where they were redacted; nothing for a null pointer. */
+    /// Bytes of a recorded buffer; zeros where they were redacted; nothing for a null pointer.
     static std::optional<std::string> bytesOf(const spy::Json &values, const std::string &name,
                                               const std::map<std::string, std::string> &pieces) {
         const auto found = values.find(name);
@@ -208,9 +207,9 @@ class Replay {
 
     static void handOut(const spy::EntryPoint &entryPoint, const RecordedCall &call, const spy::Words &words) {
         const auto &outputs = call.end->values;
-        for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+        for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
             const auto &argument = entryPoint.arguments[index];
-            auto *const target = reinterpret_cast<void *>(static_cast<std::uintptr_t>(words[index]));
+            auto *const target = reinterpret_cast<void *>(static_cast<uintptr_t>(words[index]));
             if (target == nullptr || !outputs.contains(argument.name)) {
                 continue;
             }
@@ -219,8 +218,8 @@ class Replay {
                 std::memcpy(target, &number, sizeof number);
             } else if (argument.kind == ArgumentKind::outputBytes) {
                 const auto bytes = bytesOf(outputs, argument.name, call.outputs).value_or("");
-                const auto room = static_cast<std::uint32_t>(words[index + 1]);
-                std::memcpy(target, bytes.data(), std::min<std::size_t>(bytes.size(), room));
+                const auto room = static_cast<uint32_t>(words[index + 1]);
+                std::memcpy(target, bytes.data(), std::min<size_t>(bytes.size(), room));
             }
         }
     }
@@ -233,31 +232,31 @@ class Replay {
     std::mutex lock_; // guards the plan's taking and the rest
     std::condition_variable changed_;
     std::map<std::pair<const RecordedCall *, bool>, Clock::time_point> happened_; // begun, and returned
-    std::map<std::uint32_t, std::uint64_t> functions_;                            // by their recorded number
-    std::size_t reached_ = 0;                                                     // the recording was played up to here
-    std::size_t delivered_ = 0;                                                   // of the callbacks by themselves
+    std::map<uint32_t, uint64_t> functions_;                                      // by their recorded number
+    size_t reached_ = 0;                                                          // the recording was played up to here
+    size_t delivered_ = 0;                                                        // of the callbacks by themselves
     DWORD deliveryThread_ = 0;
 };
 
-/** Both stay until the process ends. */
+/// Both stay until the process ends.
 Replay *replay = nullptr;
 bool isBroken = false;
 
-std::uint64_t answerFromRecording(spy::EntryPointIndex index, const spy::Words &words) noexcept {
+uint64_t answerFromRecording(spy::EntryPointIndex index, const spy::Words &words) noexcept {
     if (isBroken) {
         // As with any configuration that cannot be used: a failure of the first call would hide the cause.
         return index == spy::EntryPointIndex::OrxInitialize ? ERROR_SUCCESS : ERROR_INVALID_DATA;
     }
     try {
-        return replay->answer(spy::entryPoints()[static_cast<std::size_t>(index)], words);
+        return replay->answer(spy::entryPoints()[static_cast<size_t>(index)], words);
     } catch (const std::exception &) {
         return ERROR_GEN_FAILURE;
     }
 }
 
 template <spy::EntryPointIndex Index>
-std::uint64_t replayed(std::uint64_t a0, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3, std::uint64_t a4,
-                       std::uint64_t a5, std::uint64_t a6, std::uint64_t a7) {
+uint64_t replayed(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5, uint64_t a6,
+                  uint64_t a7) {
     return answerFromRecording(Index, {a0, a1, a2, a3, a4, a5, a6, a7});
 }
 

@@ -6,7 +6,7 @@ namespace simulator {
 
 namespace {
 
-/** Addresses and functions are other ones in each run. */
+/// Addresses and functions are other ones in each run.
 std::string keyOf(const std::string &entryPoint, const spy::Json &arguments) {
     auto comparable = arguments;
     for (auto &value : comparable) {
@@ -32,9 +32,9 @@ ReplayPlan::ReplayPlan(spy::Recording recording) : recording_(std::move(recordin
         }
         ReplayedCallback replayed;
         replayed.callback = &callback;
-        std::size_t latest = 0;
+        size_t latest = 0;
         for (const auto &call : recording_.calls) {
-            const auto consider = [&](std::size_t place, std::int64_t time, bool isAfterReturn) {
+            const auto consider = [&](size_t place, int64_t time, bool isAfterReturn) {
                 if (place < callback.beginPlace && (replayed.anchor == nullptr || place > latest)) {
                     latest = place;
                     replayed.anchor = &call;

@@ -1,5 +1,4 @@
-#ifndef SIMULATOR_REPLAY_PLAN_H
-#define SIMULATOR_REPLAY_PLAN_H
+#pragma once
 
 #include "spy/Recording.h"
 
@@ -12,15 +11,15 @@
 
 namespace simulator {
 
-/** A callback that came by itself: when it is due, told by the call before it. */
+/// A callback that came by itself: when it is due, told by the call before it.
 struct ReplayedCallback {
     const spy::RecordedCallback *callback = nullptr;
     const spy::RecordedCall *anchor = nullptr; // null: due from the beginning
     bool isAfterReturn = false;                // of the anchor; else after its beginning
-    std::int64_t delay = 0;                    // microseconds after that
+    int64_t delay = 0;                         // microseconds after that
 };
 
-/** Which recorded call answers which call of a client: entry point and arguments must be equal, in recorded order. */
+/// Which recorded call answers which call of a client: entry point and arguments must be equal, in recorded order.
 class ReplayPlan {
   public:
     explicit ReplayPlan(spy::Recording recording);
@@ -29,26 +28,24 @@ class ReplayPlan {
 
     [[nodiscard]] const spy::RecordingHeader &header() const noexcept { return recording_.header; }
     [[nodiscard]] const spy::Recording &recording() const noexcept { return recording_; }
-    /** Names of the entry points that the recorded service lacked. */
+    /// Names of the entry points that the recorded service lacked.
     [[nodiscard]] bool isMissing(const std::string &entryPoint) const;
 
-    /** The next call of this kind that was not taken yet; null when there is none. */
+    /// The next call of this kind that was not taken yet; null when there is none.
     [[nodiscard]] const spy::RecordedCall *take(const std::string &entryPoint, const spy::Json &arguments);
-    /** Whether there ever was one. */
+    /// Whether there ever was one.
     [[nodiscard]] bool knows(const std::string &entryPoint, const spy::Json &arguments) const;
 
-    /** What the service called within the call, in order. */
+    /// What the service called within the call, in order.
     [[nodiscard]] std::vector<const spy::RecordedCallback *> callbacksWithin(const spy::RecordedCall &call) const;
-    /** What it called by itself, in order. */
+    /// What it called by itself, in order.
     [[nodiscard]] const std::vector<ReplayedCallback> &callbacksByThemselves() const noexcept { return byThemselves_; }
 
   private:
     const spy::Recording recording_;
     std::map<std::string, std::deque<const spy::RecordedCall *>> calls_; // by entry point and arguments
-    std::multimap<std::uint64_t, const spy::RecordedCallback *> within_;
+    std::multimap<uint64_t, const spy::RecordedCallback *> within_;
     std::vector<ReplayedCallback> byThemselves_;
 };
 
 } // namespace simulator
-
-#endif

@@ -35,7 +35,7 @@ class RegisteredApplication : public testing::Test {
     }
 
     /// The export under the type of the test's choice.
-    template <typename Function>
+    template <class Function>
     static Function *library(const char *name) {
         return exported<Function>(GetModuleHandleA("kalclient.dll"), name);
     }

@@ -35,7 +35,7 @@ void require(bool condition, const std::string &what) {
         throw std::runtime_error(what);
 }
 
-template <typename Value>
+template <class Value>
 void requireEqual(Value is, Value shouldBe, const std::string &what) {
     require(is == shouldBe, what + ": " + std::to_string(is) + " instead of " + std::to_string(shouldBe));
 }
@@ -113,7 +113,7 @@ constexpr DWORD mostHandles = 4;                 // that come and go with the sy
 
 /// The value that so many in a hundred of the samples lie below.
 double percentile(std::vector<double> &samples, size_t percent) {
-    const auto place = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() * percent / 100);
+    const auto place = samples.begin() + static_cast<ptrdiff_t>(samples.size() * percent / 100);
     std::nth_element(samples.begin(), place, samples.end());
     return *place;
 }
@@ -124,7 +124,7 @@ double growth(const std::vector<Tenth> &tenths, double Tenth::*figure) {
     return std::min(tenths[8].*figure, tenths[9].*figure) / std::max(tenths[0].*figure, tenths[1].*figure);
 }
 
-template <typename Work>
+template <class Work>
 double microsecondsOf(const Work &work) {
     const auto start = std::chrono::steady_clock::now();
     work();

@@ -38,7 +38,7 @@ bool isLifecycle(EntryPoint entryPoint) {
            entryPoint == EntryPoint::OrxGetClientId;
 }
 
-template <typename Type>
+template <class Type>
 Type *pointer(uint64_t argument) {
     return reinterpret_cast<Type *>(static_cast<uintptr_t>(argument));
 }

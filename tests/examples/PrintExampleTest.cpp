@@ -18,7 +18,7 @@ std::string configuration(const std::string &entryPoints) {
 }
 
 /// Every byte value, and no length that a chunk would divide.
-std::string document(std::size_t size) {
+std::string document(size_t size) {
     std::string bytes(size, '\0');
     unsigned state = 1;
     for (char &byte : bytes) {

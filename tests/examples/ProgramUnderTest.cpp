@@ -42,14 +42,14 @@ std::vector<std::string> VirtualPrinters::documents() const {
     return documents;
 }
 
-std::size_t VirtualPrinters::unfinishedJobs() const {
+size_t VirtualPrinters::unfinishedJobs() const {
     return filesOf(folder_ / "spool", ".part").size();
 }
 
-std::size_t VirtualPrinters::calls(const std::string &entryPoint) const {
+size_t VirtualPrinters::calls(const std::string &entryPoint) const {
     const std::string log = readFile(folder_ / "spool/simulator.log");
     const std::string line = "] " + entryPoint + " answers ";
-    std::size_t count = 0;
+    size_t count = 0;
     for (auto position = log.find(line); position != std::string::npos; position = log.find(line, position + 1)) {
         ++count;
     }

@@ -23,9 +23,9 @@ class VirtualPrinters {
     /// The documents that were printed to their ends, in the order of the jobs.
     [[nodiscard]] std::vector<std::string> documents() const;
     /// Files of jobs that are neither ended nor cancelled.
-    [[nodiscard]] std::size_t unfinishedJobs() const;
+    [[nodiscard]] size_t unfinishedJobs() const;
     /// How often an entry point was called; the configuration must ask for logCalls.
-    [[nodiscard]] std::size_t calls(const std::string &entryPoint) const;
+    [[nodiscard]] size_t calls(const std::string &entryPoint) const;
 
   private:
     TemporaryFolder folder_;

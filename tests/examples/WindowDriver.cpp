@@ -14,7 +14,7 @@ namespace {
 /// Memory inside the other process, for messages that carry an address.
 class RemoteMemory {
   public:
-    RemoteMemory(HANDLE process, std::size_t size)
+    RemoteMemory(HANDLE process, size_t size)
         : process_(process), address_(VirtualAllocEx(process, nullptr, size, MEM_COMMIT, PAGE_READWRITE)) {
         if (address_ == nullptr) {
             throw std::runtime_error("no memory in the other process");
@@ -26,15 +26,15 @@ class RemoteMemory {
 
     [[nodiscard]] std::byte *address() const { return static_cast<std::byte *>(address_); }
 
-    template <typename Value>
+    template <class Value>
     void write(const Value &value) const {
         if (!WriteProcessMemory(process_, address_, &value, sizeof value, nullptr)) {
             throw std::runtime_error("the other process cannot be written to");
         }
     }
 
-    template <typename Value>
-    void read(std::size_t offset, Value &value) const {
+    template <class Value>
+    void read(size_t offset, Value &value) const {
         if (!ReadProcessMemory(process_, address() + offset, &value, sizeof value, nullptr)) {
             throw std::runtime_error("the other process cannot be read");
         }

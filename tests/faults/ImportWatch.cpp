@@ -69,7 +69,7 @@ bool is(const ImportRow &row, const char *name) {
     return std::strcmp(row.name, name) == 0;
 }
 
-template <typename Type>
+template <class Type>
 Type *pointer(uint64_t word) {
     return reinterpret_cast<Type *>(static_cast<uintptr_t>(word));
 }

@@ -65,7 +65,7 @@ class Input {
         return first;
     }
     std::vector<uint8_t> exactly(size_t count) {
-        std::vector<uint8_t> taken(rest_.begin(), rest_.begin() + static_cast<std::ptrdiff_t>(count));
+        std::vector<uint8_t> taken(rest_.begin(), rest_.begin() + static_cast<ptrdiff_t>(count));
         taken.shrink_to_fit();
         rest_ = rest_.subspan(count);
         return taken;

@@ -25,7 +25,7 @@ std::string withEntryPoints(const std::string &members) {
     return R"({"printers":[],"entryPoints":{)" + members + "}}";
 }
 
-/** "line:column: message" of what is wrong with a text. */
+/// "line:column: message" of what is wrong with a text.
 std::string errorOf(const std::string &text) {
     try {
         static_cast<void>(readConfiguration(text));
@@ -144,7 +144,7 @@ TEST(Configuration, StateMayBeANameOrANumber) {
 TEST(Configuration, PropertiesHaveThreeTypes) {
     const auto properties = printerOf(R"("properties":{"a":"text","b":5,"c":{"bytes":"01"}})").properties;
     EXPECT_EQ(std::get<std::string>(properties.at("a")), "text");
-    EXPECT_EQ(std::get<std::uint32_t>(properties.at("b")), 5u);
+    EXPECT_EQ(std::get<uint32_t>(properties.at("b")), 5u);
     EXPECT_EQ(std::get<Bytes>(properties.at("c")), Bytes{1});
 }
 
@@ -231,7 +231,7 @@ TEST(Configuration, DeepNestingIsRefusedAndDoesNotExhaustTheStack) {
 
 TEST(Configuration, EveryCutOfTheBuiltInTextIsAnErrorWithAPlaceInIt) {
     const std::string whole(defaultConfiguration());
-    for (std::size_t length = 0; length < whole.size() - 1; ++length) {
+    for (size_t length = 0; length < whole.size() - 1; ++length) {
         EXPECT_NE(errorOf(whole.substr(0, length)), "no error") << length;
     }
 }

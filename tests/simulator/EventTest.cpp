@@ -40,7 +40,7 @@ class Inbox {
         return items();
     }
     /// Waits until so many arrived, five seconds at most.
-    static std::vector<Received> waitFor(std::size_t count) {
+    static std::vector<Received> waitFor(size_t count) {
         const auto deadline = nowMs() + 5000;
         while (content().size() < count && nowMs() < deadline)
             Sleep(5);

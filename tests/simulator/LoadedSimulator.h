@@ -78,7 +78,7 @@ class LoadedSimulator {
     }
 
     /// Calls an entry point: call<uint32_t(uint32_t, uint32_t)>("OrxOpenPrinter", client, 1).
-    template <typename Function, typename... Arguments>
+    template <class Function, class... Arguments>
     uint32_t call(const char *name, Arguments... arguments) const {
         return exported<Function>(module_, name)(arguments...);
     }

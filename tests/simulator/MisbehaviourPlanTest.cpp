@@ -6,7 +6,7 @@ using namespace simulator;
 
 namespace {
 
-Misbehaviour codeAt(std::uint32_t first, std::optional<std::uint32_t> last, std::uint32_t code) {
+Misbehaviour codeAt(uint32_t first, std::optional<uint32_t> last, uint32_t code) {
     Misbehaviour rule;
     rule.firstCall = first;
     rule.lastCall = last;

@@ -8,7 +8,7 @@ using namespace kal::test;
 
 namespace {
 
-std::string noise(std::size_t size) {
+std::string noise(size_t size) {
     std::mt19937 engine(4711);
     std::string bytes(size, '\0');
     for (auto &byte : bytes)
@@ -36,10 +36,10 @@ TEST(SimulatorPrint, SeveralMegabytesInOddPiecesArriveWhole) {
     const auto bytes = noise(5'000'003);
     simulator.open(3);
     simulator.start(3);
-    std::size_t offset = 0;
-    for (std::size_t piece = 1; offset < bytes.size(); piece = piece * 3 + 1) {
+    size_t offset = 0;
+    for (size_t piece = 1; offset < bytes.size(); piece = piece * 3 + 1) {
         uint32_t written = 0;
-        ASSERT_EQ(simulator.write(3, bytes.substr(offset, std::min<std::size_t>(piece, 1 << 20)), &written), 0u);
+        ASSERT_EQ(simulator.write(3, bytes.substr(offset, std::min<size_t>(piece, 1 << 20)), &written), 0u);
         offset += written;
         if (piece > (1u << 20))
             piece = 1;

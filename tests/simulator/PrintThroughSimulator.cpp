@@ -9,7 +9,7 @@
 
 namespace {
 
-template <typename Function>
+template <class Function>
 Function *entryPoint(HMODULE module, const char *name) {
     return reinterpret_cast<Function *>(reinterpret_cast<void *>(GetProcAddress(module, name)));
 }

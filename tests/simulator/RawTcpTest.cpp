@@ -68,7 +68,7 @@ class LoopbackPrinter {
             const int received = recv(connection, buffer, sizeof buffer, 0);
             if (received <= 0)
                 break;
-            document_.append(buffer, static_cast<std::size_t>(received));
+            document_.append(buffer, static_cast<size_t>(received));
             if (conduct_ == Conduct::breaksAfterTheFirstBytes) {
                 const linger breakAtOnce{1, 0};
                 setsockopt(connection, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char *>(&breakAtOnce),

@@ -12,8 +12,8 @@ namespace {
 /// Its "hash" is the bytes' count and sum: enough to see that all of them passed.
 class CountingDigest : public Digest {
   public:
-    void add(const void *bytes, std::size_t count) override {
-        for (std::size_t index = 0; index < count; ++index) {
+    void add(const void *bytes, size_t count) override {
+        for (size_t index = 0; index < count; ++index) {
             sum_ += static_cast<const unsigned char *>(bytes)[index];
         }
         count_ += count;
@@ -21,25 +21,25 @@ class CountingDigest : public Digest {
     std::string finish() override { return std::to_string(count_) + "/" + std::to_string(sum_); }
 
   private:
-    std::size_t count_ = 0;
-    std::size_t sum_ = 0;
+    size_t count_ = 0;
+    size_t sum_ = 0;
 };
 
 class CaptureTest : public testing::Test {
   protected:
     const CaptureHost host{
-        [this](const void *, std::size_t wanted) { return std::min(wanted, readable); },
+        [this](const void *, size_t wanted) { return std::min(wanted, readable); },
         [] { return std::make_unique<CountingDigest>(); },
-        [](std::uint64_t address, ArgumentKind) { return address == 0xF00 ? 1u : 0u; },
+        [](uint64_t address, ArgumentKind) { return address == 0xF00 ? 1u : 0u; },
     };
-    std::size_t readable = static_cast<std::size_t>(-1);
-    std::vector<std::pair<std::uint64_t, std::size_t>> pieces; // offset and length
+    size_t readable = static_cast<size_t>(-1);
+    std::vector<std::pair<uint64_t, size_t>> pieces; // offset and length
 
-    const PieceSink sink = [this](std::string_view, std::uint64_t offset, const std::string &hex) {
+    const PieceSink sink = [this](std::string_view, uint64_t offset, const std::string &hex) {
         pieces.emplace_back(offset, hex.size() / 2);
     };
 
-    static std::uint64_t word(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+    static uint64_t word(const void *pointer) { return reinterpret_cast<uintptr_t>(pointer); }
 
     Json arguments(const char *entryPoint, const Words &words, bool redacts = false) {
         return Capture(host, redacts).arguments(*findEntryPoint(entryPoint), words, sink);
@@ -111,7 +111,7 @@ TEST_F(CaptureTest, LargeBufferComesInPieces) {
     const auto count = std::to_string(data.size());
     EXPECT_EQ(arguments("OrxWritePrinter", {1, 5, word(data.data()), data.size(), 0})["data"],
               Json({{"length", data.size()}, {"sha256", count + "/" + count}, {"pieces", 3}}));
-    EXPECT_EQ(pieces, (std::vector<std::pair<std::uint64_t, std::size_t>>{
+    EXPECT_EQ(pieces, (std::vector<std::pair<uint64_t, size_t>>{
                           {0, mostInlineBytes}, {mostInlineBytes, mostInlineBytes}, {2 * mostInlineBytes, 1}}));
 }
 
@@ -129,7 +129,7 @@ TEST_F(CaptureTest, CallbackIsANumberAndGarbageAnAddress) {
 
 TEST_F(CaptureTest, OutputIsWhatTheServiceSaysItWrote) {
     char buffer[8] = {};
-    std::uint32_t length = 99;
+    uint32_t length = 99;
     EXPECT_EQ(outputs("OrxGetCachePrinter", {1, 5, word(buffer), sizeof buffer, word(&length)}, true,
                       [&] {
                           std::memcpy(buffer, "ab\0", 3);
@@ -140,7 +140,7 @@ TEST_F(CaptureTest, OutputIsWhatTheServiceSaysItWrote) {
 
 TEST_F(CaptureTest, LengthBeyondTheBufferIsNotRead) {
     char buffer[2] = {'x', 'y'};
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     EXPECT_EQ(outputs("OrxGetCachePrinter", {1, 5, word(buffer), sizeof buffer, word(&length)}, true,
                       [&] { length = 4000; })["buffer"],
               Json({{"length", 2}, {"hex", "7879"}}));
@@ -148,7 +148,7 @@ TEST_F(CaptureTest, LengthBeyondTheBufferIsNotRead) {
 
 TEST_F(CaptureTest, FailureTellsOnlyWhatChanged) {
     char buffer[4] = {'a', 'b', 'c', 'd'};
-    std::uint32_t length = 99;
+    uint32_t length = 99;
     const Words words{1, 5, word(buffer), sizeof buffer, word(&length)};
     EXPECT_EQ(outputs("OrxGetCachePrinter", words, false, [] {}), Json::object());
     EXPECT_EQ(outputs("OrxGetCachePrinter", words, false, [&] { length = 7; }), Json({{"length", 7}}));
@@ -157,7 +157,7 @@ TEST_F(CaptureTest, FailureTellsOnlyWhatChanged) {
 }
 
 TEST_F(CaptureTest, NumberIsToldAfterASuccessThoughItIsTheSame) {
-    std::uint32_t written = 4;
+    uint32_t written = 4;
     EXPECT_EQ(outputs("OrxWritePrinter", {1, 5, word("abcd"), 4, word(&written)}, true, [] {}),
               Json({{"bytesWritten", 4}}));
 }
@@ -168,7 +168,7 @@ TEST_F(CaptureTest, AlertHasItsBytes) {
 }
 
 TEST_F(CaptureTest, NotificationHasItsFlag) {
-    const std::uint32_t flag = 9;
+    const uint32_t flag = 9;
     const Capture capture(host, false);
     EXPECT_EQ(capture.callbackArguments(ArgumentKind::notificationCallback, {5, 1, 8, word(&flag)}, sink),
               Json({{"handle", 5},

@@ -7,7 +7,7 @@
 #include <string>
 
 int main(int, char **arguments) {
-    const auto size = static_cast<std::uint32_t>(std::strtoul(arguments[1], nullptr, 10));
+    const auto size = static_cast<uint32_t>(std::strtoul(arguments[1], nullptr, 10));
     std::string path(MAX_PATH, '\0');
     path.resize(GetModuleFileNameA(nullptr, path.data(), MAX_PATH));
     path.replace(path.rfind('\\') + 1, path.npos, "comc.dll");
@@ -16,12 +16,12 @@ int main(int, char **arguments) {
         return 97;
     }
     const auto find = [module](const char *name) { return reinterpret_cast<void *>(GetProcAddress(module, name)); };
-    using Plain = std::uint32_t();
-    using Write = std::uint32_t(std::uint32_t, std::uint32_t, const void *, std::uint32_t, std::uint32_t *);
+    using Plain = uint32_t();
+    using Write = uint32_t(uint32_t, uint32_t, const void *, uint32_t, uint32_t *);
     int wrong = 0;
-    const auto expectZero = [&](std::uint32_t code) { wrong += code == 0 ? 0 : 1; };
+    const auto expectZero = [&](uint32_t code) { wrong += code == 0 ? 0 : 1; };
     const std::string document(size, 'A');
-    std::uint32_t written = 0;
+    uint32_t written = 0;
     expectZero(reinterpret_cast<Plain *>(find("OrxInitialize"))());
     for (int half = 0; half < 2; ++half) {
         expectZero(reinterpret_cast<Write *>(find("OrxWritePrinter"))(1, 5, document.data() + size / 2 * half, size / 2,

@@ -15,7 +15,7 @@ const std::map<std::string, std::string> described = {
 #undef ORX_ENTRY_POINT
 };
 
-const Argument &argument(const char *entryPoint, std::size_t index) {
+const Argument &argument(const char *entryPoint, size_t index) {
     return findEntryPoint(entryPoint)->arguments.at(index);
 }
 
@@ -44,7 +44,7 @@ TEST(EntryPoints, ArgumentsAreNumbersWhereTheServiceTakesNumbers) {
 
 TEST(EntryPoints, BytesAreFollowedByTheirCount) {
     for (const EntryPoint &entryPoint : entryPoints()) {
-        for (std::size_t index = 0; index < entryPoint.arguments.size(); ++index) {
+        for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
             const auto kind = entryPoint.arguments[index].kind;
             if (kind == ArgumentKind::inputBytes || kind == ArgumentKind::outputBytes) {
                 EXPECT_EQ(argument(entryPoint.name.c_str(), index + 1).kind, ArgumentKind::number) << entryPoint.name;

@@ -183,7 +183,7 @@ TEST_F(Forwarding, ThreadsWriteWholeLines) {
         each.join();
     }
     const auto recorded = calls(); // a torn line would be an error
-    EXPECT_EQ(recorded.size(), static_cast<std::size_t>(threads * callsEach));
+    EXPECT_EQ(recorded.size(), static_cast<size_t>(threads * callsEach));
     EXPECT_TRUE(std::all_of(recorded.begin(), recorded.end(),
                             [](const auto &each) { return each.end && each.end->thread == each.begin.thread; }));
 }

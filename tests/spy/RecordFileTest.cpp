@@ -94,8 +94,8 @@ TEST_F(RecordFile, RedactedHasNoDocument) {
 TEST_F(RecordFile, UnredactedLargeDocumentHasEveryByte) {
     EXPECT_EQ(runClient("200000"), 0u);
     const auto text = readFile(recordingsIn(folder / "recordings").front());
-    std::size_t bytes = 0;
-    for (std::size_t at = text.find("4141"); at != std::string::npos; at = text.find("41", at + 2)) {
+    size_t bytes = 0;
+    for (size_t at = text.find("4141"); at != std::string::npos; at = text.find("41", at + 2)) {
         ++bytes;
     }
     EXPECT_GE(bytes, 200000u);

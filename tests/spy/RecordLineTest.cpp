@@ -96,7 +96,7 @@ TEST(RecordLine, OtherFormatIsRefused) {
 
 TEST(RecordLine, CutLineIsBroken) {
     const auto line = composeLine(callOf("OrxOpenPrinter"));
-    for (std::size_t length = 1; length < line.size(); ++length) {
+    for (size_t length = 1; length < line.size(); ++length) {
         EXPECT_THROW(static_cast<void>(parseLine(line.substr(0, length))), BrokenLine) << length;
     }
 }

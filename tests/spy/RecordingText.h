@@ -16,7 +16,7 @@ class RecordingText {
     explicit RecordingText(bool redacted = false)
         : lines{::spy::composeHeader({1, "app.exe", "comc-real.dll", "2012-03-05T14:07:09.000000Z", redacted})} {}
 
-    std::uint64_t call(const std::string &entryPoint, Json arguments) {
+    uint64_t call(const std::string &entryPoint, Json arguments) {
         auto event = next(::spy::EventKind::call, ++number_);
         event.entryPoint = entryPoint;
         event.values = std::move(arguments);
@@ -26,8 +26,7 @@ class RecordingText {
         add(event);
         return event.number;
     }
-    void answer(std::uint64_t number, const std::string &entryPoint, std::uint32_t result,
-                Json outputs = Json::object()) {
+    void answer(uint64_t number, const std::string &entryPoint, uint32_t result, Json outputs = Json::object()) {
         auto event = next(::spy::EventKind::callReturn, number);
         event.entryPoint = entryPoint;
         event.result = result;
@@ -38,12 +37,12 @@ class RecordingText {
         add(event);
     }
     /// A call and its answer.
-    void whole(const std::string &entryPoint, Json arguments, std::uint32_t result = 0, Json outputs = Json::object()) {
+    void whole(const std::string &entryPoint, Json arguments, uint32_t result = 0, Json outputs = Json::object()) {
         answer(call(entryPoint, std::move(arguments)), entryPoint, result, std::move(outputs));
     }
     /// A callback and its answer, within the call when there is one.
-    void callback(const std::string &kind, std::uint32_t function, Json arguments, std::uint32_t result = 0,
-                  std::optional<std::uint64_t> inCall = {}) {
+    void callback(const std::string &kind, uint32_t function, Json arguments, uint32_t result = 0,
+                  std::optional<uint64_t> inCall = {}) {
         auto event = next(::spy::EventKind::callback, ++number_);
         event.callback = function;
         event.callbackKind = kind;
@@ -76,11 +75,11 @@ class RecordingText {
     }
 
     std::vector<std::string> lines;
-    std::vector<std::uint64_t> within;
-    std::uint32_t thread = 9;
+    std::vector<uint64_t> within;
+    uint32_t thread = 9;
 
   private:
-    ::spy::RecordEvent next(::spy::EventKind kind, std::uint64_t number) {
+    ::spy::RecordEvent next(::spy::EventKind kind, uint64_t number) {
         ::spy::RecordEvent event;
         event.kind = kind;
         event.number = number;
@@ -90,8 +89,8 @@ class RecordingText {
     }
     void add(const ::spy::RecordEvent &event) { lines.push_back(::spy::composeLine(event)); }
 
-    std::uint64_t number_ = 0;
-    std::int64_t time_ = 0;
+    uint64_t number_ = 0;
+    int64_t time_ = 0;
 };
 
 /// Arguments of OrxOpenPrinter and its like.

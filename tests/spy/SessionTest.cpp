@@ -96,7 +96,7 @@ TEST_F(Session, AlertsAreReplayedAtTheirPlace) {
     const auto before = field.jsonLines();
     const auto after = desk.jsonLines();
     ASSERT_THAT(after, SizeIs(2));
-    for (std::size_t index = 0; index < after.size(); ++index) {
+    for (size_t index = 0; index < after.size(); ++index) {
         for (const char *what : {"message", "handle"}) {
             EXPECT_EQ(after[index][what], before[index][what]);
         }

@@ -53,10 +53,10 @@ class SpyTest : public testing::Test {
     }
     /// Calls an entry point with 64-bit words, so that all of them can be compared.
     template <class... Words>
-    std::uint64_t call(const char *name, Words... words) const {
-        return exported<std::uint64_t(Words...)>(module, name)(words...);
+    uint64_t call(const char *name, Words... words) const {
+        return exported<uint64_t(Words...)>(module, name)(words...);
     }
-    static std::uint64_t word(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+    static uint64_t word(const void *pointer) { return reinterpret_cast<uintptr_t>(pointer); }
 
     static ::spy::Recording recording() {
         const auto files = recordingsIn(programFolder() / "recordings");
@@ -64,12 +64,12 @@ class SpyTest : public testing::Test {
     }
     std::vector<::spy::RecordedCall> calls() const {
         auto all = recording().calls;
-        all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(before_));
+        all.erase(all.begin(), all.begin() + static_cast<ptrdiff_t>(before_));
         return all;
     }
     std::vector<::spy::RecordedCallback> callbacks() const {
         auto all = recording().callbacks;
-        all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(callbacksBefore_));
+        all.erase(all.begin(), all.begin() + static_cast<ptrdiff_t>(callbacksBefore_));
         return all;
     }
 
@@ -77,8 +77,8 @@ class SpyTest : public testing::Test {
     HMODULE module = nullptr;
 
   private:
-    std::size_t before_;
-    std::size_t callbacksBefore_;
+    size_t before_;
+    size_t callbacksBefore_;
 };
 
 } // namespace kal::test

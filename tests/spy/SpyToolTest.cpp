@@ -194,7 +194,7 @@ TEST(SpyDiff, OtherClientIdentifierWithinARecordingCounts) {
 
 struct Change {
     const char *what;
-    std::uint32_t result;
+    uint32_t result;
     Json arguments;
     Json outputs;
 };

@@ -72,7 +72,7 @@ class Maker {
     }
 
   private:
-    template <typename Function>
+    template <class Function>
     Function *get(const char *name) const {
         return exported<Function>(surroundings_.library, name);
     }
@@ -132,11 +132,11 @@ class Maker {
         };
     }
 
-    template <typename Function>
+    template <class Function>
     static Call callOpen(Function *function) {
         return [=] { return text(function(0, handle, 0)); };
     }
-    template <typename Function>
+    template <class Function>
     static Call callWithHandle(Function *function) {
         return [=] { return text(function(0, handle)); };
     }
@@ -152,11 +152,11 @@ class Maker {
         addOpened("KalCloseLM", {"KalCloseLM", "KalClose"}, callWithHandle(EXPORT(KalCloseLM)));
     }
 
-    template <typename Function>
+    template <class Function>
     static Call callStartDoc(Function *function) {
         return [=] { return text(function(handle, 0, "document")); };
     }
-    template <typename Function, typename... Last>
+    template <class Function, class... Last>
     static Call callWrite(Function *function, Last... last) {
         return [=] {
             static const char data[4096] = {};
@@ -165,7 +165,7 @@ class Maker {
             return text(result) + " count=" + text(count);
         };
     }
-    template <typename Function>
+    template <class Function>
     static Call callEndDoc(Function *function) {
         return [=] { return text(function(handle, 0)); };
     }
@@ -204,7 +204,7 @@ class Maker {
                   [function = EXPORT(KalSetJobStringPrinter)] { return text(function(0, handle, "key", "value")); });
     }
 
-    template <typename Function, typename... Arguments>
+    template <class Function, class... Arguments>
     static Call callFinding(Function *function, Arguments... arguments) {
         return [=] {
             found.clear();
@@ -238,14 +238,14 @@ class Maker {
         });
     }
 
-    template <typename Function>
+    template <class Function>
     Call callCapture(Function *function) const {
         return [=, window = surroundings_.window] {
             const uint32_t mask = 1;
             return text(function(0, handle, &mask, window));
         };
     }
-    template <typename Function>
+    template <class Function>
     static Call callQueryAlerts(Function *function, uint16_t room) {
         return [=] {
             uint8_t buffer[64] = {};
@@ -298,7 +298,7 @@ class Maker {
         });
     }
 
-    template <typename Function>
+    template <class Function>
     static Call callBidi(Function *function) {
         return [=] {
             uint8_t response[64] = {};

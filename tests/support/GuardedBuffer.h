@@ -31,7 +31,7 @@ class GuardedBuffer {
     GuardedBuffer &operator=(const GuardedBuffer &) = delete;
 
     uint8_t *data() const { return data_; }
-    template <typename Type>
+    template <class Type>
     Type *as() const {
         return reinterpret_cast<Type *>(data_);
     }

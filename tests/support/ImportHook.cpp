@@ -14,7 +14,7 @@ const IMAGE_IMPORT_DESCRIPTOR *firstImport(const char *base) {
 }
 
 /// Visits each function imported by name, with the place that holds its address.
-template <typename Visit>
+template <class Visit>
 void eachImport(HMODULE module, Visit visit) {
     auto *base = reinterpret_cast<char *>(module);
     for (const auto *library = firstImport(base); library->Name != 0; ++library) {

@@ -29,11 +29,11 @@ struct ServiceCall {
 
     uint32_t number(size_t index) const { return static_cast<uint32_t>(arguments.at(index)); }
     const std::string &text(size_t index) const { return texts.at(index); }
-    template <typename Type>
+    template <class Type>
     Type *pointer(size_t index) const {
         return reinterpret_cast<Type *>(static_cast<uintptr_t>(arguments.at(index)));
     }
-    template <typename Function>
+    template <class Function>
     Function *callback(size_t index) const {
         return reinterpret_cast<Function *>(static_cast<uintptr_t>(arguments.at(index)));
     }

@@ -13,7 +13,7 @@ namespace kal::test {
 
 /// An export of a module under a type of the test's choice, for example one whose arguments are 64 bits wide to leave
 /// dirt above a narrow argument.
-template <typename Function>
+template <class Function>
 Function *exported(HMODULE module, const char *name) {
     auto *address = GetProcAddress(module, name);
     if (address == nullptr)
@@ -43,7 +43,7 @@ class StagedLibrary {
     HMODULE module() const { return module_; }
     const TemporaryFolder &folder() const { return folder_; }
     /// An export by name: library.function<decltype(KalOpen)>("KalOpen")(0, handle, 0).
-    template <typename Function>
+    template <class Function>
     Function *function(const char *name) const {
         return exported<Function>(module_, name);
     }

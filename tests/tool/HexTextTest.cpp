@@ -8,7 +8,7 @@ using tool::parseHexBytes;
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = std::vector<uint8_t>;
 
 } // namespace
 
@@ -44,7 +44,7 @@ TEST(HexBytes, OneBlankStandsBetweenBytes) {
 TEST(HexDump, FullLineShowsOffsetBytesAndCharacters) {
     Bytes bytes;
     for (char character = 'A'; character < 'A' + 16; ++character) {
-        bytes.push_back(static_cast<std::uint8_t>(character));
+        bytes.push_back(static_cast<uint8_t>(character));
     }
     EXPECT_EQ(hexDump(bytes), "00000000  41 42 43 44 45 46 47 48  49 4A 4B 4C 4D 4E 4F 50  |ABCDEFGHIJKLMNOP|\n");
 }

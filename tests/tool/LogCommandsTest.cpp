@@ -172,7 +172,7 @@ TEST_F(LogCommands, TimelineHasASpanForEachExport) {
     EXPECT_EQ(run.status, 0) << run.error;
     EXPECT_THAT(run.output, HasSubstr("1 calls from 4 lines"));
     const auto events = nlohmann::json::parse(readFile(timeline))["traceEvents"];
-    std::size_t spans = 0;
+    size_t spans = 0;
     for (const auto &event : events) {
         if (event["ph"] == "X") {
             ++spans;

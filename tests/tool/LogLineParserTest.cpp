@@ -51,7 +51,7 @@ TEST(ParseLogLine, WhatTheLibraryComposesIsReadBack) {
         EXPECT_EQ(line->processId, 0x12u);
         EXPECT_EQ(line->threadId, 0x12345678u);
         EXPECT_EQ(line->component, "Usb1Discovery");
-        EXPECT_EQ(line->depth, static_cast<std::size_t>(depth));
+        EXPECT_EQ(line->depth, static_cast<size_t>(depth));
         EXPECT_EQ(line->text, "message");
     }
 }

@@ -11,7 +11,7 @@ using namespace tool;
 
 namespace {
 
-using Stored = std::map<std::string, std::uint32_t>;
+using Stored = std::map<std::string, uint32_t>;
 
 Stored storedBy(const LogRequest &request, Stored stored = {}) {
     for (const auto &[name, value] : settingsFor(request)) {
@@ -21,16 +21,16 @@ Stored storedBy(const LogRequest &request, Stored stored = {}) {
 }
 
 SettingReader reader(Stored stored) {
-    return [stored = std::move(stored)](std::string_view name) -> std::optional<std::uint32_t> {
+    return [stored = std::move(stored)](std::string_view name) -> std::optional<uint32_t> {
         const auto found = stored.find(std::string(name));
         return found == stored.end() ? std::nullopt : std::optional(found->second);
     };
 }
 
 /// Whether the library writes such a message with these settings.
-bool isWritten(const Stored &stored, std::string_view component, std::uint32_t level) {
+bool isWritten(const Stored &stored, std::string_view component, uint32_t level) {
     const SettingReader read = reader(stored);
-    for (std::size_t id = 0; id < static_cast<std::size_t>(kal::ComponentId::count); ++id) {
+    for (size_t id = 0; id < static_cast<size_t>(kal::ComponentId::count); ++id) {
         const kal::LoggerComponent &candidate = kal::loggerComponent(static_cast<kal::ComponentId>(id));
         if (candidate.nameView() == component) {
             return kal::passesMasks(level, read("All").value_or(0xFFFFFFFF),

@@ -6,7 +6,7 @@ using namespace tool;
 
 TEST(DecodeMessage, EveryMessageOfTheLibraryIsKnown) {
     const struct {
-        std::uint32_t message;
+        uint32_t message;
         const char *name;
         MessageContent content;
     } rows[] = {
@@ -28,7 +28,7 @@ TEST(DecodeMessage, EveryMessageOfTheLibraryIsKnown) {
 }
 
 TEST(DecodeMessage, OtherMessagesAreNone) {
-    for (const std::uint32_t message : {0u, 0x400u, 0x5F3u, 0x602u, 0x63Bu, 0x641u}) {
+    for (const uint32_t message : {0u, 0x400u, 0x5F3u, 0x602u, 0x63Bu, 0x641u}) {
         EXPECT_FALSE(decodeMessage(message, 0, 0)) << message;
     }
 }

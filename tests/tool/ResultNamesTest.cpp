@@ -6,7 +6,7 @@ using tool::describeResult;
 
 TEST(DescribeResult, EveryResultOfTheInterfaceHasItsName) {
     const struct {
-        std::int32_t result;
+        int32_t result;
         const char *name;
     } rows[] = {{0, "KAL_OKAY"},
                 {1, "KAL_FAIL"},

@@ -12,9 +12,9 @@ using Json = nlohmann::json;
 
 struct Composed {
     Json document;
-    std::size_t calls;
-    std::size_t unfinished;
-    std::size_t lines;
+    size_t calls;
+    size_t unfinished;
+    size_t lines;
 
     /// The events of a phase ("X" for spans, "i" for marks) in the order of the document.
     [[nodiscard]] std::vector<Json> events(const std::string &phase) const {
@@ -81,7 +81,7 @@ TEST(Timeline, LinesOfOneMillisecondKeepTheirOrder) {
                  at("040", "000b", "-KalWrite() handle=5"), at("040", "000b", "-KalWriteOverlapped() handle=5")});
     const Json outer = composed.span("KalWriteOverlapped");
     const Json inner = composed.span("KalWrite");
-    EXPECT_EQ(inner["ts"].get<std::int64_t>(), outer["ts"].get<std::int64_t>() + 1);
+    EXPECT_EQ(inner["ts"].get<int64_t>(), outer["ts"].get<int64_t>() + 1);
     EXPECT_EQ(inner["dur"], 1);
     EXPECT_EQ(outer["dur"], 3);
     EXPECT_EQ(outer["args"]["milliseconds"], 0);

@@ -96,7 +96,7 @@ bool RunningTool::interrupt() const {
             ? nullptr
             : CreateRemoteThread(process_.hProcess, nullptr, 0,
                                  reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void *>(routine)),
-                                 reinterpret_cast<void *>(static_cast<std::uintptr_t>(CTRL_C_EVENT)), 0, nullptr);
+                                 reinterpret_cast<void *>(static_cast<uintptr_t>(CTRL_C_EVENT)), 0, nullptr);
     if (thread != nullptr) {
         CloseHandle(thread);
     }
@@ -190,9 +190,9 @@ std::filesystem::path LogToolTest::logFile() const {
     return folder / "all-users" / "kalc.log";
 }
 
-std::string documentOf(std::size_t size) {
+std::string documentOf(size_t size) {
     std::string document(size, '\0');
-    std::uint32_t state = 12345;
+    uint32_t state = 12345;
     for (char &byte : document) {
         state = state * 1664525 + 1013904223;
         byte = static_cast<char>(state >> 24);

@@ -84,6 +84,6 @@ class LogToolTest : public ToolTest {
 };
 
 /// Bytes that no two positions share by accident.
-std::string documentOf(std::size_t size);
+std::string documentOf(size_t size);
 
 } // namespace kal::test

@@ -78,9 +78,9 @@ TEST_F(WatchCommand, EndReleasesThePrinters) {
     configureTimeline("");
     kal("watch 3 0x6001 --seconds 1");
     const std::string log = serviceLog();
-    std::size_t alerts = 0;
-    std::size_t notifications = 0;
-    for (std::size_t at = 0; (at = log.find("OrxUnregisterFor", at)) != std::string::npos; ++at) {
+    size_t alerts = 0;
+    size_t notifications = 0;
+    for (size_t at = 0; (at = log.find("OrxUnregisterFor", at)) != std::string::npos; ++at) {
         ++(log.compare(at, 22, "OrxUnregisterForAlerts") == 0 ? alerts : notifications);
     }
     EXPECT_EQ(alerts, 2u) << log;
@@ -116,7 +116,7 @@ TEST_F(WatchCommand, BurstOfAlertsArrivesWhole) {
     configureTimeline(R"({"printer":3,"from":"registration","afterMs":100,"count":500,"alert":"paperOut"})");
     const auto messages = kal("watch 3 --count 500 --seconds 60 --json").jsonLines();
     ASSERT_EQ(messages.size(), 500u);
-    for (std::size_t at = 0; at < messages.size(); ++at) {
+    for (size_t at = 0; at < messages.size(); ++at) {
         EXPECT_EQ(messages[at]["alertId"], at);
     }
 }

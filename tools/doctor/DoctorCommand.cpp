@@ -22,7 +22,7 @@ namespace {
 /// "1.2.3.4" from the file's version resource; nothing when it has none.
 std::optional<std::string> fileVersion(const std::string &path) {
     const std::wstring widePath = toWide(path);
-    std::vector<std::uint8_t> information(GetFileVersionInfoSizeW(widePath.c_str(), nullptr));
+    std::vector<uint8_t> information(GetFileVersionInfoSizeW(widePath.c_str(), nullptr));
     VS_FIXEDFILEINFO *fixed = nullptr;
     UINT size = 0;
     if (information.empty() ||
@@ -90,13 +90,13 @@ void examineRegistration(DoctorReport &report, const Invocation &invocation) {
     const char *const remedy = "`kal log show` may tell why; without a registration no call reaches the service";
     try {
         // Registering alone does not tell whether it worked; with a server name it does.
-        const std::int32_t registered = KalRegisterWithRpcServer(toNarrow(invocation.server).c_str());
+        const int32_t registered = KalRegisterWithRpcServer(toNarrow(invocation.server).c_str());
         if (registered != 1) {
             report.fail("registration", "KalRegisterWithRpcServer answered " + describeResult(registered), remedy);
             return;
         }
         // An enumeration of nothing asks the service nothing, but fails without a binding.
-        const std::int32_t enumerated = KalEnumPrinters(0, 0, nullptr);
+        const int32_t enumerated = KalEnumPrinters(0, 0, nullptr);
         KalUnregisterApp(0);
         if (enumerated == KAL_OKAY) {
             report.ok("registration", "works");
@@ -110,15 +110,15 @@ void examineRegistration(DoctorReport &report, const Invocation &invocation) {
 }
 
 void examineServiceStart(DoctorReport &report, const ServiceLibrary &service) {
-    const std::uint32_t initialized = service.initialize();
+    const uint32_t initialized = service.initialize();
     if (initialized != ERROR_SUCCESS) {
         report.fail("service", "OrxInitialize answered " + systemErrorText(initialized),
                     "start or repair the communication service");
         return;
     }
     report.ok("service", "OrxInitialize answered 0");
-    std::uint32_t clientId = 0;
-    const std::uint32_t identified = service.requestClientId(clientId);
+    uint32_t clientId = 0;
+    const uint32_t identified = service.requestClientId(clientId);
     if (identified == ERROR_SUCCESS) {
         report.ok("client id", std::to_string(clientId));
     } else {

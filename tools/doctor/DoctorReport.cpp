@@ -7,7 +7,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t questionWidth = 18;
+constexpr size_t questionWidth = 18;
 
 std::string_view verdictName(Verdict verdict) {
     switch (verdict) {

@@ -27,8 +27,8 @@ constexpr const char *initializeName = "OrxInitialize";
 constexpr const char *uninitializeName = "OrxUninitialize";
 constexpr const char *clientIdName = "OrxGetClientId";
 
-using PlainFunction = std::uint32_t (*)();
-using ClientIdFunction = std::uint32_t (*)(std::uint32_t *, const char *);
+using PlainFunction = uint32_t (*)();
+using ClientIdFunction = uint32_t (*)(uint32_t *, const char *);
 
 } // namespace
 
@@ -64,18 +64,18 @@ std::vector<std::string_view> ServiceLibrary::missingEntryPoints() const {
     return missing;
 }
 
-template <typename Function>
+template <class Function>
 Function ServiceLibrary::find(const char *name) const {
     // By way of void *: the two function types have nothing in common, as the system's interface wants it.
     return reinterpret_cast<Function>(reinterpret_cast<void *>(GetProcAddress(module_, name)));
 }
 
-std::uint32_t ServiceLibrary::initialize() const {
+uint32_t ServiceLibrary::initialize() const {
     const auto function = find<PlainFunction>(initializeName);
     return function == nullptr ? ERROR_PROC_NOT_FOUND : function();
 }
 
-std::uint32_t ServiceLibrary::requestClientId(std::uint32_t &clientId) const {
+uint32_t ServiceLibrary::requestClientId(uint32_t &clientId) const {
     const auto function = find<ClientIdFunction>(clientIdName);
     return function == nullptr ? ERROR_PROC_NOT_FOUND : function(&clientId, "");
 }

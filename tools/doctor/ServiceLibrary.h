@@ -26,12 +26,12 @@ class ServiceLibrary {
     [[nodiscard]] std::vector<std::string_view> missingEntryPoints() const;
 
     /// The code of the call; 127 when the entry point is missing.
-    [[nodiscard]] std::uint32_t initialize() const;
-    [[nodiscard]] std::uint32_t requestClientId(std::uint32_t &clientId) const;
+    [[nodiscard]] uint32_t initialize() const;
+    [[nodiscard]] uint32_t requestClientId(uint32_t &clientId) const;
     void uninitialize() const;
 
   private:
-    template <typename Function>
+    template <class Function>
     [[nodiscard]] Function find(const char *name) const;
 
     HMODULE module_;

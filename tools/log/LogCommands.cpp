@@ -32,7 +32,7 @@ void explainMissingLog(const std::string &file) {
 // on and off
 
 LogSetting readComponent(const std::string &text) {
-    const std::size_t equals = text.find('=');
+    const size_t equals = text.find('=');
     const auto name = findComponent(text.substr(0, equals));
     const auto mask =
         equals == text.npos ? std::nullopt : parseNumber(std::string_view(text).substr(equals + 1), 0xFFFFFFFF);
@@ -74,7 +74,7 @@ int logOff() {
 void addSwitch(CLI::App &command, const std::string &name, std::optional<bool> &target,
                const std::string &description) {
     command.add_flag_function(
-        "--" + name + ",!--no-" + name, [&target](std::int64_t count) { target = count > 0; }, description);
+        "--" + name + ",!--no-" + name, [&target](int64_t count) { target = count > 0; }, description);
 }
 
 void addOnAndOff(CLI::App &family, Invocation &invocation) {
@@ -164,7 +164,7 @@ struct ShowRequest {
     std::string file;
     LogFilter filter;
     bool follow = false;
-    std::optional<std::uint32_t> seconds;
+    std::optional<uint32_t> seconds;
     bool json = false;
 };
 

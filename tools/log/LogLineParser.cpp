@@ -10,7 +10,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t componentWidth = 15;
+constexpr size_t componentWidth = 15;
 constexpr std::string_view clockShape = "dddd/dd/dd-dd:dd:dd.ddd ";
 constexpr std::string_view resultLabel = " rc=";
 
@@ -27,7 +27,7 @@ bool hasClockShape(std::string_view line) {
     if (line.size() < clockShape.size()) {
         return false;
     }
-    for (std::size_t at = 0; at < clockShape.size(); ++at) {
+    for (size_t at = 0; at < clockShape.size(); ++at) {
         if (clockShape[at] == 'd' ? !isDigit(line[at]) : line[at] != clockShape[at]) {
             return false;
         }
@@ -35,7 +35,7 @@ bool hasClockShape(std::string_view line) {
     return true;
 }
 
-unsigned digitsAt(std::string_view line, std::size_t at, std::size_t count) {
+unsigned digitsAt(std::string_view line, size_t at, size_t count) {
     unsigned number = 0;
     for (const char digit : line.substr(at, count)) {
         number = number * 10 + static_cast<unsigned>(digit - '0');
@@ -63,29 +63,28 @@ std::optional<LogClock> takeClock(std::string_view &line) {
     return clock;
 }
 
-std::optional<std::uint32_t> takeId(std::string_view &line, std::string_view label) {
+std::optional<uint32_t> takeId(std::string_view &line, std::string_view label) {
     if (!line.starts_with(label)) {
         return std::nullopt;
     }
     const char *const begin = line.data() + label.size();
     const char *const end = line.data() + line.size();
-    std::uint32_t id = 0;
+    uint32_t id = 0;
     const auto [stopped, error] = std::from_chars(begin, end, id, 16);
     if (error != std::errc{} || stopped - begin < 4 || stopped == end || *stopped != ' ') {
         return std::nullopt;
     }
-    line.remove_prefix(static_cast<std::size_t>(stopped - line.data()) + 1);
+    line.remove_prefix(static_cast<size_t>(stopped - line.data()) + 1);
     return id;
 }
 
 bool takeComponent(std::string_view &line, std::string_view &component) {
-    const std::size_t length = std::min(line.find(' '), line.size());
-    if (length == 0 ||
-        !std::all_of(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(length), isWordCharacter)) {
+    const size_t length = std::min(line.find(' '), line.size());
+    if (length == 0 || !std::all_of(line.begin(), line.begin() + static_cast<ptrdiff_t>(length), isWordCharacter)) {
         return false;
     }
     // A name that is longer than its column stands whole; one blank follows either way.
-    const std::size_t column = std::max(length, componentWidth);
+    const size_t column = std::max(length, componentWidth);
     if (line.size() <= column || line.substr(length, column + 1 - length).find_first_not_of(' ') != line.npos) {
         return false;
     }
@@ -95,7 +94,7 @@ bool takeComponent(std::string_view &line, std::string_view &component) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(' ');
+    const size_t begin = text.find_first_not_of(' ');
     if (begin == text.npos) {
         return {};
     }
@@ -103,12 +102,12 @@ std::string_view trimmed(std::string_view text) {
 }
 
 /// Where the label that an equals sign closes begins; a blank may stand between the two ("handle =5").
-std::size_t labelBegin(std::string_view text, std::size_t equals, std::size_t &labelEnd) {
+size_t labelBegin(std::string_view text, size_t equals, size_t &labelEnd) {
     labelEnd = equals;
     while (labelEnd > 0 && text[labelEnd - 1] == ' ') {
         --labelEnd;
     }
-    std::size_t begin = labelEnd;
+    size_t begin = labelEnd;
     while (begin > 0 && isWordCharacter(text[begin - 1])) {
         --begin;
     }
@@ -117,14 +116,14 @@ std::size_t labelBegin(std::string_view text, std::size_t equals, std::size_t &l
 
 } // namespace
 
-std::int64_t LogClock::milliseconds() const {
+int64_t LogClock::milliseconds() const {
     // Days of the civil calendar, counted in years that begin in March so that the leap day is a year's last.
-    const std::int64_t shifted = month <= 2 ? year - 1 : year;
-    const std::int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
-    const std::int64_t yearOfEra = shifted - era * 400;
-    const std::int64_t dayOfYear = (153 * (static_cast<std::int64_t>(month) + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const std::int64_t days = era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
-    return ((days * 24 + hour) * 60 + minute) * 60000 + static_cast<std::int64_t>(second) * 1000 + millisecond;
+    const int64_t shifted = month <= 2 ? year - 1 : year;
+    const int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
+    const int64_t yearOfEra = shifted - era * 400;
+    const int64_t dayOfYear = (153 * (static_cast<int64_t>(month) + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const int64_t days = era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
+    return ((days * 24 + hour) * 60 + minute) * 60000 + static_cast<int64_t>(second) * 1000 + millisecond;
 }
 
 std::string LogClock::date() const {
@@ -179,7 +178,7 @@ std::optional<CallText> matchExit(std::string_view exitText, std::string_view en
 
 CallText splitExit(std::string_view exitText) {
     exitText.remove_prefix(exitText.starts_with('-') ? 1 : 0);
-    const std::size_t label = exitText.rfind(resultLabel);
+    const size_t label = exitText.rfind(resultLabel);
     if (label == exitText.npos) {
         return {exitText, std::nullopt};
     }
@@ -187,22 +186,22 @@ CallText splitExit(std::string_view exitText) {
 }
 
 std::string_view callName(std::string_view description) {
-    const std::size_t parenthesis = description.find("()");
+    const size_t parenthesis = description.find("()");
     const std::string_view name = description.substr(0, parenthesis);
     return name.empty() ? description : name;
 }
 
 std::vector<CallArgument> callArguments(std::string_view description) {
     std::vector<CallArgument> arguments;
-    const std::size_t parenthesis = description.find("()");
+    const size_t parenthesis = description.find("()");
     if (parenthesis == description.npos) {
         return arguments;
     }
     const std::string_view text = description.substr(parenthesis + 2);
-    std::size_t valueBegin = 0;
-    for (std::size_t equals = text.find('='); equals != text.npos; equals = text.find('=', equals + 1)) {
-        std::size_t labelEnd = 0;
-        const std::size_t begin = labelBegin(text, equals, labelEnd);
+    size_t valueBegin = 0;
+    for (size_t equals = text.find('='); equals != text.npos; equals = text.find('=', equals + 1)) {
+        size_t labelEnd = 0;
+        const size_t begin = labelBegin(text, equals, labelEnd);
         // An equals sign inside a value ("key=a=b") has no label of its own before it.
         if (begin == labelEnd || (begin > 0 && text[begin - 1] != ' ')) {
             continue;

@@ -26,7 +26,7 @@ struct LogClock {
     unsigned millisecond = 0;
 
     /// Milliseconds since the first of January 1970 of the same, unknown, time zone.
-    [[nodiscard]] std::int64_t milliseconds() const;
+    [[nodiscard]] int64_t milliseconds() const;
     /// "YYYY/MM/DD".
     [[nodiscard]] std::string date() const;
     /// "HH:MM:SS.mmm".
@@ -38,10 +38,10 @@ struct LogClock {
 /// A log line; the views live as long as the text that was parsed.
 struct LogLine {
     std::optional<LogClock> clock;
-    std::optional<std::uint32_t> processId;
-    std::optional<std::uint32_t> threadId;
+    std::optional<uint32_t> processId;
+    std::optional<uint32_t> threadId;
     std::string_view component;
-    std::size_t depth = 0;
+    size_t depth = 0;
     std::string_view text;
 };
 

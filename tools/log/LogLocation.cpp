@@ -87,7 +87,7 @@ unsigned long tryKey(const std::string &path, REGSAM access) {
 SettingReader settingReader(const std::string &path) {
     const auto key = std::make_shared<Key>();
     RegOpenKeyExW(HKEY_LOCAL_MACHINE, toWide(path).c_str(), 0, KEY_READ | KEY_WOW64_64KEY, key->out());
-    return [key](std::string_view name) -> std::optional<std::uint32_t> {
+    return [key](std::string_view name) -> std::optional<uint32_t> {
         DWORD value = 0;
         DWORD type = 0;
         DWORD size = sizeof value;
@@ -97,7 +97,7 @@ SettingReader settingReader(const std::string &path) {
             type != REG_DWORD) {
             return std::nullopt;
         }
-        return static_cast<std::uint32_t>(value);
+        return static_cast<uint32_t>(value);
     };
 }
 

@@ -11,7 +11,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t blockSize = 1024 * 1024;
+constexpr size_t blockSize = 1024 * 1024;
 constexpr DWORD pollInterval = 200;
 
 LineSplitter::Sink decoding(const LineSplitter::Sink &sink) {
@@ -19,9 +19,9 @@ LineSplitter::Sink decoding(const LineSplitter::Sink &sink) {
 }
 
 /// Feeds what is left of the file. @return the number of bytes
-std::uint64_t readOn(InputFile &file, LineSplitter &lines, std::vector<char> &block) {
-    std::uint64_t total = 0;
-    while (const std::size_t count = file.read(block)) {
+uint64_t readOn(InputFile &file, LineSplitter &lines, std::vector<char> &block) {
+    uint64_t total = 0;
+    while (const size_t count = file.read(block)) {
         lines.feed({block.data(), count});
         total += count;
     }
@@ -49,7 +49,7 @@ void followLog(const std::string &path, const LineSplitter::Sink &sink, const st
     LineSplitter lines(decoding(sink));
     std::vector<char> block(blockSize);
     std::optional<InputFile> file;
-    std::uint64_t position = 0;
+    uint64_t position = 0;
     do {
         if (!file && fileExists(path)) {
             file.emplace(path);

@@ -11,7 +11,7 @@ namespace {
 
 struct ComponentRow {
     std::string_view name;
-    std::uint32_t defaultMask;
+    uint32_t defaultMask;
 };
 
 constexpr ComponentRow components[] = {
@@ -20,7 +20,7 @@ constexpr ComponentRow components[] = {
 #undef LOGGER_COMPONENT
 };
 
-constexpr std::uint32_t everyLevel = 0xFFFFFFFF;
+constexpr uint32_t everyLevel = 0xFFFFFFFF;
 
 char lowerCase(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
@@ -32,7 +32,7 @@ void storeFlag(std::vector<LogSetting> &settings, std::string_view name, const s
     }
 }
 
-std::string levelText(std::uint32_t mask) {
+std::string levelText(uint32_t mask) {
     return mask == everyLevel ? "every level" : "levels " + hexNumber(mask, 1);
 }
 
@@ -43,7 +43,7 @@ std::vector<LogSetting> settingsFor(const LogRequest &request) {
     if (request.all) {
         settings.emplace_back(logSetting::all, everyLevel);
     } else if (request.level || !request.components.empty()) {
-        const std::uint32_t common = request.level.value_or(0);
+        const uint32_t common = request.level.value_or(0);
         for (const ComponentRow &component : components) {
             const auto named = std::ranges::find(request.components, component.name, &LogSetting::first);
             settings.emplace_back(component.name, named == request.components.end() ? common : named->second);
@@ -68,10 +68,10 @@ std::string describeSelection(const SettingReader &read) {
     if (read(logSetting::startLog).value_or(0) == 0) {
         return "off: errors only";
     }
-    const std::uint32_t common = read(logSetting::all).value_or(everyLevel);
+    const uint32_t common = read(logSetting::all).value_or(everyLevel);
     std::string text = "on: " + (common == 0 ? "errors of every component" : levelText(common) + " of every component");
     for (const ComponentRow &component : components) {
-        const std::uint32_t mask = read(component.name).value_or(component.defaultMask);
+        const uint32_t mask = read(component.name).value_or(component.defaultMask);
         if ((mask & ~common) != 0) {
             text += ", " + levelText(mask | common) + " of " + std::string(component.name);
         }
@@ -81,7 +81,7 @@ std::string describeSelection(const SettingReader &read) {
 
 std::string describeHeader(const SettingReader &read) {
     std::string text;
-    const auto add = [&](std::string_view setting, std::uint32_t defaultValue, std::string_view field) {
+    const auto add = [&](std::string_view setting, uint32_t defaultValue, std::string_view field) {
         if (read(setting).value_or(defaultValue) != 0) {
             text.append(text.empty() ? "" : ", ").append(field);
         }

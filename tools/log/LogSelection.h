@@ -13,7 +13,7 @@
 namespace tool {
 
 /// A log setting by name: a DWORD value of the "Logger" key.
-using LogSetting = std::pair<std::string, std::uint32_t>;
+using LogSetting = std::pair<std::string, uint32_t>;
 
 namespace logSetting {
 inline constexpr std::string_view startLog = "startLog";
@@ -26,7 +26,7 @@ inline constexpr std::string_view threadId = "Thread_Id_In_Header";
 /// What `kal log on` was asked for; what is not set stays as it is.
 struct LogRequest {
     bool all = false;                     ///< every level of every component
-    std::optional<std::uint32_t> level{}; ///< these levels of every component, and no others
+    std::optional<uint32_t> level{};      ///< these levels of every component, and no others
     std::vector<LogSetting> components{}; ///< these levels of these components, and nothing of the others
     std::optional<bool> clock{};
     std::optional<bool> processId{};
@@ -41,7 +41,7 @@ std::vector<LogSetting> settingsFor(const LogRequest &request);
 std::optional<std::string> findComponent(std::string_view name);
 
 /// Reads a stored setting; nothing when it is not stored.
-using SettingReader = std::function<std::optional<std::uint32_t>(std::string_view name)>;
+using SettingReader = std::function<std::optional<uint32_t>(std::string_view name)>;
 
 /// One phrase about what is written: "on: every level of every component".
 std::string describeSelection(const SettingReader &read);

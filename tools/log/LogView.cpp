@@ -12,9 +12,9 @@ namespace {
 constexpr std::string_view red = "\x1b[31m";
 constexpr std::string_view faint = "\x1b[2m";
 constexpr std::string_view plain = "\x1b[0m";
-constexpr std::size_t componentColumn = 15;
+constexpr size_t componentColumn = 15;
 /// More open calls than this are a damaged line rather than a program.
-constexpr std::size_t deepestIndentation = 100;
+constexpr size_t deepestIndentation = 100;
 
 char lowerCase(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;

@@ -12,8 +12,8 @@ namespace tool {
 
 /// Which lines are shown; what is not set lets every line pass.
 struct LogFilter {
-    std::optional<std::uint32_t> processId{};
-    std::optional<std::uint32_t> threadId{};
+    std::optional<uint32_t> processId{};
+    std::optional<uint32_t> threadId{};
     std::string component{}; ///< compared without regard to ASCII case
     std::string text{};      ///< must stand somewhere in the line's text, as it is
 

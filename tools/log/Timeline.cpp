@@ -22,7 +22,7 @@ void Timeline::add(std::string_view rawLine) {
         return;
     }
     ++lineCount_;
-    const std::int64_t time = placeOf(*line);
+    const int64_t time = placeOf(*line);
     const Thread thread{line->processId.value_or(0), line->threadId.value_or(0)};
     introduce(thread);
     switch (callEvent(line->text)) {
@@ -48,8 +48,8 @@ void Timeline::finish() {
     document_.finish();
 }
 
-std::int64_t Timeline::placeOf(const LogLine &line) {
-    const std::int64_t clock = line.clock ? line.clock->milliseconds() * 1000 : lastTime_ + 1;
+int64_t Timeline::placeOf(const LogLine &line) {
+    const int64_t clock = line.clock ? line.clock->milliseconds() * 1000 : lastTime_ + 1;
     // Lines go backwards when the clock was set; a whole hour and more is taken as it is, less is kept in order.
     const bool setBack = clock < lastTime_ - 3'600'000'000;
     lastTime_ = setBack ? clock : std::max(clock, lastTime_ + 1);
@@ -62,7 +62,7 @@ void Timeline::introduce(const Thread &thread) {
     document_.introduce(thread.first, name);
 }
 
-void Timeline::leave(const Thread &thread, const LogLine &line, std::int64_t time) {
+void Timeline::leave(const Thread &thread, const LogLine &line, int64_t time) {
     auto &calls = open_[thread];
     const auto found = std::find_if(calls.rbegin(), calls.rend(), [&](const OpenCall &call) {
         return matchExit(line.text, call.description).has_value();
@@ -90,8 +90,8 @@ void Timeline::leave(const Thread &thread, const LogLine &line, std::int64_t tim
     }
 }
 
-void Timeline::writeCall(const Thread &thread, const OpenCall &call, std::int64_t end,
-                         std::optional<std::int64_t> endMilliseconds, const std::string_view *result, bool finished) {
+void Timeline::writeCall(const Thread &thread, const OpenCall &call, int64_t end,
+                         std::optional<int64_t> endMilliseconds, const std::string_view *result, bool finished) {
     --openCount_;
     ++callCount_;
     Json arguments = Json::object();
@@ -113,7 +113,7 @@ void Timeline::writeCall(const Thread &thread, const OpenCall &call, std::int64_
                {"cat", call.component},
                {"ph", "X"},
                {"ts", call.begin},
-               {"dur", std::max<std::int64_t>(0, end - call.begin)},
+               {"dur", std::max<int64_t>(0, end - call.begin)},
                {"pid", thread.first},
                {"tid", thread.second},
                {"args", std::move(arguments)}};
@@ -123,7 +123,7 @@ void Timeline::writeCall(const Thread &thread, const OpenCall &call, std::int64_
     document_.write(event);
 }
 
-void Timeline::writeMark(const Thread &thread, const LogLine &line, std::int64_t time) {
+void Timeline::writeMark(const Thread &thread, const LogLine &line, int64_t time) {
     Json event{{"name", line.text}, {"cat", line.component}, {"ph", "i"},           {"s", "t"},
                {"ts", time},        {"pid", thread.first},   {"tid", thread.second}};
     if (isFailure(line)) {

@@ -33,38 +33,38 @@ class Timeline {
     /// Writes the calls that never ended, marked as such, and the end of the document.
     void finish();
 
-    [[nodiscard]] std::size_t callCount() const noexcept { return callCount_; }
-    [[nodiscard]] std::size_t unfinishedCount() const noexcept { return unfinishedCount_; }
-    [[nodiscard]] std::size_t lineCount() const noexcept { return lineCount_; }
+    [[nodiscard]] size_t callCount() const noexcept { return callCount_; }
+    [[nodiscard]] size_t unfinishedCount() const noexcept { return unfinishedCount_; }
+    [[nodiscard]] size_t lineCount() const noexcept { return lineCount_; }
 
   private:
     struct OpenCall {
         std::string description;
         std::string component;
-        std::int64_t begin;
-        std::optional<std::int64_t> beginMilliseconds;
+        int64_t begin;
+        std::optional<int64_t> beginMilliseconds;
     };
     /// Process and thread id, 0 where the header does not have them.
-    using Thread = std::pair<std::uint32_t, std::uint32_t>;
+    using Thread = std::pair<uint32_t, uint32_t>;
 
-    [[nodiscard]] std::int64_t placeOf(const LogLine &line);
+    [[nodiscard]] int64_t placeOf(const LogLine &line);
     void introduce(const Thread &thread);
-    void leave(const Thread &thread, const LogLine &line, std::int64_t time);
-    void writeCall(const Thread &thread, const OpenCall &call, std::int64_t end,
-                   std::optional<std::int64_t> endMilliseconds, const std::string_view *result, bool finished);
-    void writeMark(const Thread &thread, const LogLine &line, std::int64_t time);
+    void leave(const Thread &thread, const LogLine &line, int64_t time);
+    void writeCall(const Thread &thread, const OpenCall &call, int64_t end, std::optional<int64_t> endMilliseconds,
+                   const std::string_view *result, bool finished);
+    void writeMark(const Thread &thread, const LogLine &line, int64_t time);
     void writeUnfinished();
 
     /// More calls than this are not open at once in any program; a log that lost its exits must not fill the memory.
-    static constexpr std::size_t mostOpenCalls = 100'000;
+    static constexpr size_t mostOpenCalls = 100'000;
 
     TraceDocument document_;
     std::map<Thread, std::vector<OpenCall>> open_;
-    std::size_t openCount_ = 0;
-    std::size_t callCount_ = 0;
-    std::size_t unfinishedCount_ = 0;
-    std::size_t lineCount_ = 0;
-    std::int64_t lastTime_ = -1;
+    size_t openCount_ = 0;
+    size_t callCount_ = 0;
+    size_t unfinishedCount_ = 0;
+    size_t lineCount_ = 0;
+    int64_t lastTime_ = -1;
 };
 
 } // namespace tool

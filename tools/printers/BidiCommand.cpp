@@ -15,23 +15,23 @@ namespace tool {
 
 namespace {
 
-constexpr std::uint16_t rawRequest = 170;
+constexpr uint16_t rawRequest = 170;
 /// What a composed request holds, and the shortest stored request: data beyond the difference would be left off
 /// silently.
-constexpr std::size_t composedRequestSize = 512;
-constexpr std::size_t shortestStoredRequest = 3;
-constexpr std::size_t longestData = 0xFFFF;
+constexpr size_t composedRequestSize = 512;
+constexpr size_t shortestStoredRequest = 3;
+constexpr size_t longestData = 0xFFFF;
 
 struct BidiRequest {
-    std::uint16_t handle = 0;
-    std::uint16_t function = 0;
+    uint16_t handle = 0;
+    uint16_t function = 0;
     std::string data;
-    std::uint32_t size = 64 * 1024;
+    uint32_t size = 64 * 1024;
     bool raw = false;
     bool json = false;
 };
 
-std::vector<std::uint8_t> readData(const BidiRequest &request) {
+std::vector<uint8_t> readData(const BidiRequest &request) {
     if (request.data.starts_with('@')) {
         return readWholeFile(request.data.substr(1), longestData);
     }
@@ -45,23 +45,22 @@ std::vector<std::uint8_t> readData(const BidiRequest &request) {
     return *bytes;
 }
 
-int exchange(const BidiRequest &request, const std::vector<std::uint8_t> &data, const Invocation &invocation) {
+int exchange(const BidiRequest &request, const std::vector<uint8_t> &data, const Invocation &invocation) {
     if (request.function != rawRequest && data.size() > composedRequestSize - shortestStoredRequest) {
         throw CommandFailure("the data does not fit behind a stored request, which holds " +
                              std::to_string(composedRequestSize) + " bytes together; nothing was sent");
     }
     const Registration registration(invocation);
-    std::vector<std::uint8_t> answer(request.size);
-    std::uint32_t length = request.size;
-    const std::int32_t result =
-        KalSendBidi(0, request.handle, 0, request.function, answer.data(), &length,
-                    data.empty() ? nullptr : data.data(), static_cast<std::uint16_t>(data.size()));
+    std::vector<uint8_t> answer(request.size);
+    uint32_t length = request.size;
+    const int32_t result = KalSendBidi(0, request.handle, 0, request.function, answer.data(), &length,
+                                       data.empty() ? nullptr : data.data(), static_cast<uint16_t>(data.size()));
     if (result == KAL_MOREDATA && length > request.size) {
         throw CommandFailure("KalSendBidi answered " + describeResult(result) + "; use --size " +
                              std::to_string(length));
     }
     require("KalSendBidi", result);
-    answer.resize(std::min<std::size_t>(length, answer.size()));
+    answer.resize(std::min<size_t>(length, answer.size()));
     if (request.raw) {
         makeOutputBinary();
         printOut({reinterpret_cast<const char *>(answer.data()), answer.size()});

@@ -16,7 +16,7 @@ namespace tool {
 
 namespace {
 
-std::string_view className(std::uint16_t deviceClass) {
+std::string_view className(uint16_t deviceClass) {
     return deviceClass == KAL_DEVICE_CLASS_CPD ? "CPD" : "BPD";
 }
 
@@ -34,7 +34,7 @@ nlohmann::ordered_json toJson(const FoundPrinter &printer) {
     return object;
 }
 
-std::string padded(std::string text, std::size_t width) {
+std::string padded(std::string text, size_t width) {
     text.append(width - std::min(width, text.size()), ' ');
     return text;
 }
@@ -80,8 +80,8 @@ struct ListRequest {
     bool json = false;
 };
 
-std::uint32_t maskFor(const ListRequest &request) {
-    std::uint32_t mask =
+uint32_t maskFor(const ListRequest &request) {
+    uint32_t mask =
         (request.network ? NETTYPE_IP : 0) | (request.usb ? NETTYPEUSB : 0) | (request.parallel ? NETTYPE_LOCAL : 0);
     if (mask == 0 || request.all) {
         mask = everyEnumerableKind;
@@ -97,7 +97,7 @@ int list(const ListRequest &request, const Invocation &invocation) {
 
 struct FindRequest {
     std::string port;
-    std::uint32_t mask = KAL_PORT_TYPE_ANY;
+    uint32_t mask = KAL_PORT_TYPE_ANY;
     bool unc = false;
     bool json = false;
 };

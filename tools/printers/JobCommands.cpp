@@ -13,8 +13,8 @@ namespace tool {
 namespace {
 
 struct JobRequest {
-    std::uint16_t handle = 0;
-    std::uint32_t number = 0;
+    uint16_t handle = 0;
+    uint32_t number = 0;
     std::string key;
     std::string value;
 };
@@ -26,7 +26,7 @@ struct JobCommand {
     const char *exportName;
     const char *examples;
     std::function<void(CLI::App &, JobRequest &)> addArguments;
-    std::function<std::int32_t(const JobRequest &)> call;
+    std::function<int32_t(const JobRequest &)> call;
 };
 
 void add(CLI::App &family, Invocation &invocation, const JobCommand &description) {
@@ -38,7 +38,7 @@ void add(CLI::App &family, Invocation &invocation, const JobCommand &description
     command->callback([request, description, &invocation] {
         invocation.action = [request, description, &invocation]() -> int {
             const Registration registration(invocation);
-            const std::int32_t result = description.call(*request);
+            const int32_t result = description.call(*request);
             require(description.exportName, result);
             printOut(std::string(description.exportName) + " answered " + describeResult(result) + "\n");
             return succeeded;
@@ -70,7 +70,7 @@ void addJobCommands(CLI::App &program, Invocation &invocation) {
              addNumber(command, "ID", request.number, "Job id, 1 or more", 0x7FFFFFFF)->required();
          },
          [](const JobRequest &request) {
-             return KalSetJobCancelMode(0, request.handle, static_cast<std::int32_t>(request.number));
+             return KalSetJobCancelMode(0, request.handle, static_cast<int32_t>(request.number));
          }});
     add(*family, invocation,
         {"end-of-job", "Set how long the service waits for the true end of a job", "KalSetEndOfJobMode",
@@ -79,7 +79,7 @@ void addJobCommands(CLI::App &program, Invocation &invocation) {
              addNumber(command, "SECONDS", request.number, "Time to wait, 0 to 65535 seconds", 0xFFFF)->required();
          },
          [](const JobRequest &request) {
-             return KalSetEndOfJobMode(0, request.handle, 0, 0, static_cast<std::uint16_t>(request.number));
+             return KalSetEndOfJobMode(0, request.handle, 0, 0, static_cast<uint16_t>(request.number));
          }});
     add(*family, invocation,
         {"string", "Hand a key and a value for the job to the service", "KalSetJobStringPrinter",

@@ -22,19 +22,19 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// Large enough that a call's own cost does not show, small enough for a lively progress bar.
-constexpr std::size_t chunkSize = 4 * 1024 * 1024;
+constexpr size_t chunkSize = 4 * 1024 * 1024;
 /// A service that takes nothing so often, at the pause below, is not going to.
 constexpr int mostEmptyWrites = 100;
 constexpr DWORD pauseAfterEmptyWrite = 50;
 constexpr auto repaintInterval = std::chrono::milliseconds(100);
 
 struct PrintRequest {
-    std::uint16_t handle = 0;
-    std::uint32_t portType = KAL_PORT_TYPE_UNSPECIFIED;
+    uint16_t handle = 0;
+    uint32_t portType = KAL_PORT_TYPE_UNSPECIFIED;
     std::string file;
     bool quiet = false;
     bool wait = false;
-    std::uint32_t timeout = 300;
+    uint32_t timeout = 300;
     bool json = false;
 };
 
@@ -45,7 +45,7 @@ double secondsSince(Clock::time_point begin) {
 /// A job that is cancelled unless it is ended.
 class PrintJob {
   public:
-    PrintJob(std::uint16_t handle, std::uint32_t portType, const std::string &documentName)
+    PrintJob(uint16_t handle, uint32_t portType, const std::string &documentName)
         : handle_(handle), portType_(portType) {
         require("KalStartDoc", KalStartDoc(handle, portType, toNarrow(documentName).c_str()));
     }
@@ -64,8 +64,8 @@ class PrintJob {
             if (interruption.requested()) {
                 throw CommandFailure("interrupted; the job was cancelled");
             }
-            auto count = static_cast<std::uint32_t>(data.size());
-            if (const std::int32_t result = KalWrite(0, handle_, portType_, data.data(), &count); result != KAL_OKAY) {
+            auto count = static_cast<uint32_t>(data.size());
+            if (const int32_t result = KalWrite(0, handle_, portType_, data.data(), &count); result != KAL_OKAY) {
                 throw CommandFailure("KalWrite answered " + describeResult(result) + "; the job was cancelled");
             }
             if (count > data.size()) {
@@ -88,24 +88,24 @@ class PrintJob {
     }
 
   private:
-    std::uint16_t handle_;
-    std::uint32_t portType_;
+    uint16_t handle_;
+    uint32_t portType_;
     bool open_ = true;
 };
 
 struct Sent {
-    std::uint64_t bytes = 0;
+    uint64_t bytes = 0;
     double seconds = 0;
 };
 
 Sent sendDocument(const PrintRequest &request, InputFile &file, const Interruption &interruption) {
     std::vector<char> buffer(chunkSize);
     // Read before the job starts: a file that cannot be read must not leave a job behind.
-    std::size_t filled = file.read(buffer);
+    size_t filled = file.read(buffer);
     if (filled == 0) {
         throw CommandFailure(request.file + " is empty; nothing was sent");
     }
-    const std::uint64_t total = file.size();
+    const uint64_t total = file.size();
     const auto begin = Clock::now();
     auto painted = begin - repaintInterval;
     Sent sent;
@@ -129,7 +129,7 @@ Sent sendDocument(const PrintRequest &request, InputFile &file, const Interrupti
 }
 
 /// @return the end-of-job flag
-std::uint16_t waitForEndOfJob(const PrintRequest &request, MessageWindow &window, const Interruption &interruption) {
+uint16_t waitForEndOfJob(const PrintRequest &request, MessageWindow &window, const Interruption &interruption) {
     const auto deadline = Clock::now() + std::chrono::seconds(request.timeout);
     while (const auto posted = window.next(deadline, interruption.event())) {
         const auto message = decodeMessage(posted->message, posted->wParam, posted->lParam);
@@ -158,12 +158,12 @@ int print(const PrintRequest &request, const Invocation &invocation) {
     std::optional<MessageWindow> window;
     std::optional<Capture> capture;
     if (request.wait) {
-        constexpr std::uint32_t noAlerts = 0;
+        constexpr uint32_t noAlerts = 0;
         window.emplace();
         capture.emplace(request.handle, noAlerts, window->window());
     }
     const Sent sent = sendDocument(request, file, interruption);
-    std::optional<std::uint16_t> flag;
+    std::optional<uint16_t> flag;
     if (request.wait) {
         if (!request.quiet && !request.json) {
             printOut(summaryLine(request.file, sent.bytes, sent.seconds) + "\n");
@@ -184,13 +184,13 @@ int print(const PrintRequest &request, const Invocation &invocation) {
     return succeeded;
 }
 
-int cancel(std::uint16_t handle, const std::optional<std::uint32_t> &jobId, const Invocation &invocation) {
+int cancel(uint16_t handle, const std::optional<uint32_t> &jobId, const Invocation &invocation) {
     const Registration registration(invocation);
     const OpenPrinter printer(handle);
     if (jobId) {
-        require("KalSetJobCancelMode", KalSetJobCancelMode(0, handle, static_cast<std::int32_t>(*jobId)));
+        require("KalSetJobCancelMode", KalSetJobCancelMode(0, handle, static_cast<int32_t>(*jobId)));
     }
-    const std::int32_t result = KalCancelJob(0, handle);
+    const int32_t result = KalCancelJob(0, handle);
     require("KalCancelJob", result);
     printOut("KalCancelJob answered " + describeResult(result) + "\n");
     return succeeded;
@@ -224,8 +224,8 @@ void addPrint(CLI::App &program, Invocation &invocation) {
 void addCancel(CLI::App &program, Invocation &invocation) {
     auto *const command = program.add_subcommand("cancel", "Cancel the job on a printer");
     struct CancelRequest {
-        std::uint16_t handle = 0;
-        std::optional<std::uint32_t> jobId;
+        uint16_t handle = 0;
+        std::optional<uint32_t> jobId;
     };
     const auto request = std::make_shared<CancelRequest>();
     addHandle(*command, "HANDLE", request->handle);

@@ -52,16 +52,16 @@ std::string FoundPrinter::macAddressText() const {
     return text;
 }
 
-std::vector<FoundPrinter> enumeratePrinters(std::uint32_t mask) {
+std::vector<FoundPrinter> enumeratePrinters(uint32_t mask) {
     takeCollected();
     require("KalEnumPrinters", KalEnumPrinters(0, mask, collect));
     return takeCollected();
 }
 
-std::optional<FoundPrinter> findPrinter(const std::string &port, std::uint32_t mask, bool isUnc) {
+std::optional<FoundPrinter> findPrinter(const std::string &port, uint32_t mask, bool isUnc) {
     takeCollected();
     const std::string name = toNarrow(port);
-    const std::int32_t result =
+    const int32_t result =
         isUnc ? KalEnumByUNC(0, mask, name.c_str(), collect) : KalEnumSpecificPort(0, mask, name.c_str(), collect);
     const auto found = takeCollected();
     if (!found.empty()) {

@@ -13,12 +13,12 @@ namespace tool {
 
 /// A copy of what an enumeration reports; the texts are UTF-8.
 struct FoundPrinter {
-    std::uint16_t handle = 0;
-    std::uint16_t deviceClass = 0;
-    std::uint32_t portType = 0;
+    uint16_t handle = 0;
+    uint16_t deviceClass = 0;
+    uint32_t portType = 0;
     std::string portName;
     std::string secondName;
-    std::array<std::uint8_t, 6> macAddress{};
+    std::array<uint8_t, 6> macAddress{};
 
     [[nodiscard]] bool hasMacAddress() const { return portType == NETTYPE_RHOA; }
     /// "00:02:B3:C4:D5:E6".
@@ -26,12 +26,12 @@ struct FoundPrinter {
 };
 
 /// Every connection that an enumeration can ask for.
-inline constexpr std::uint32_t everyEnumerableKind = NETTYPE_IP | NETTYPEUSB | NETTYPE_LOCAL;
+inline constexpr uint32_t everyEnumerableKind = NETTYPE_IP | NETTYPEUSB | NETTYPE_LOCAL;
 
 /// The printers in the order in which they are reported. Needs a registration, as the next does.
-std::vector<FoundPrinter> enumeratePrinters(std::uint32_t mask);
+std::vector<FoundPrinter> enumeratePrinters(uint32_t mask);
 
 /// The printer behind a port or, with isUnc, behind a UNC name (UTF-8).
-std::optional<FoundPrinter> findPrinter(const std::string &port, std::uint32_t mask, bool isUnc);
+std::optional<FoundPrinter> findPrinter(const std::string &port, uint32_t mask, bool isUnc);
 
 } // namespace tool

@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 struct MessageRow {
-    std::uint32_t message;
+    uint32_t message;
     std::string_view name;
     std::string_view meaning;
     MessageContent content;
@@ -28,7 +28,7 @@ constexpr MessageRow messageRows[] = {
 };
 
 struct PortTypeRow {
-    std::uint32_t portType;
+    uint32_t portType;
     std::string_view name;
 };
 
@@ -41,7 +41,7 @@ constexpr PortTypeRow portTypeRows[] = {
 
 } // namespace
 
-std::optional<PrinterMessage> decodeMessage(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam) {
+std::optional<PrinterMessage> decodeMessage(uint32_t message, uint64_t wParam, int64_t lParam) {
     const auto *const row = std::ranges::find(messageRows, message, &MessageRow::message);
     if (row == std::end(messageRows)) {
         return std::nullopt;
@@ -49,12 +49,12 @@ std::optional<PrinterMessage> decodeMessage(std::uint32_t message, std::uint64_t
     return PrinterMessage{row->name,
                           row->meaning,
                           row->content,
-                          static_cast<std::uint16_t>(wParam & 0xFFFF),
-                          static_cast<std::uint16_t>((wParam >> 16) & 0xFFFF),
-                          static_cast<std::uint32_t>(lParam)};
+                          static_cast<uint16_t>(wParam & 0xFFFF),
+                          static_cast<uint16_t>((wParam >> 16) & 0xFFFF),
+                          static_cast<uint32_t>(lParam)};
 }
 
-std::string printerStateName(std::uint16_t state) {
+std::string printerStateName(uint16_t state) {
     switch (state) {
     case 0:
         return "idle";
@@ -79,7 +79,7 @@ std::string describeValue(const PrinterMessage &message) {
     return "flag " + std::to_string(message.value) + ", " + portTypeName(message.portType);
 }
 
-std::string portTypeName(std::uint32_t portType) {
+std::string portTypeName(uint32_t portType) {
     const auto *const row = std::ranges::find(portTypeRows, portType, &PortTypeRow::portType);
     return row == std::end(portTypeRows) ? "unknown (" + std::to_string(portType) + ")" : std::string(row->name);
 }

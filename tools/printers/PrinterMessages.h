@@ -15,21 +15,21 @@ struct PrinterMessage {
     std::string_view name;
     std::string_view meaning;
     MessageContent content;
-    std::uint16_t handle;   ///< of the printer
-    std::uint16_t value;    ///< alert id, state or flag
-    std::uint32_t portType; ///< port-type code; end of job only
+    uint16_t handle;   ///< of the printer
+    uint16_t value;    ///< alert id, state or flag
+    uint32_t portType; ///< port-type code; end of job only
 };
 
 /// The message, or nothing when it is none of the library's.
-std::optional<PrinterMessage> decodeMessage(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam);
+std::optional<PrinterMessage> decodeMessage(uint32_t message, uint64_t wParam, int64_t lParam);
 
 /// "idle", "printing", "error", or the number.
-std::string printerStateName(std::uint16_t state);
+std::string printerStateName(uint16_t state);
 
 /// The value in words: "alert 5", "printing", "flag 1, USB".
 std::string describeValue(const PrinterMessage &message);
 
 /// The name of a port-type code: "USB", "network (IPv4)", or "unknown (N)".
-std::string portTypeName(std::uint32_t portType);
+std::string portTypeName(uint32_t portType);
 
 } // namespace tool

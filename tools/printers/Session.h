@@ -13,7 +13,7 @@
 namespace tool {
 
 /// Ends the command unless the operation succeeded; the message names the operation and explains the result.
-void require(std::string_view operation, std::int32_t result);
+void require(std::string_view operation, int32_t result);
 
 /// A registration of this process, with the service on the machine that the command line named.
 class Registration {
@@ -28,25 +28,25 @@ class Registration {
 /// A printer that this command opened.
 class OpenPrinter {
   public:
-    explicit OpenPrinter(std::uint16_t handle);
+    explicit OpenPrinter(uint16_t handle);
     ~OpenPrinter() { KalClose(0, handle_); }
     OpenPrinter(const OpenPrinter &) = delete;
     OpenPrinter &operator=(const OpenPrinter &) = delete;
 
   private:
-    std::uint16_t handle_;
+    uint16_t handle_;
 };
 
 /// Alerts and job notifications of a printer as messages to a window. Releasing ends both, and both opens with them.
 class Capture {
   public:
-    Capture(std::uint16_t handle, std::uint32_t alertMask, HWND window);
+    Capture(uint16_t handle, uint32_t alertMask, HWND window);
     ~Capture() { KalReleaseAlerts(0, handle_); }
     Capture(const Capture &) = delete;
     Capture &operator=(const Capture &) = delete;
 
   private:
-    std::uint16_t handle_;
+    uint16_t handle_;
 };
 
 } // namespace tool

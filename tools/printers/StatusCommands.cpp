@@ -15,10 +15,10 @@ namespace tool {
 namespace {
 
 /// Larger than any cache block seen so far; the interface does not tell how much a larger one would need.
-constexpr std::uint32_t cacheBufferSize = 1024 * 1024;
+constexpr uint32_t cacheBufferSize = 1024 * 1024;
 
 struct PrinterRequest {
-    std::uint16_t handle = 0;
+    uint16_t handle = 0;
     bool raw = false;
     bool json = false;
 };
@@ -26,7 +26,7 @@ struct PrinterRequest {
 int showStatus(const PrinterRequest &request, const Invocation &invocation) {
     const Registration registration(invocation);
     KalPrinterStatusRecord record{};
-    std::uint32_t needed = 0;
+    uint32_t needed = 0;
     require("KalQueryPrinterStatus", KalQueryPrinterStatus(0, request.handle, 0, &record, sizeof record, &needed));
     const bool isPrinting = record.isPrinting != 0;
     if (request.json) {
@@ -39,10 +39,10 @@ int showStatus(const PrinterRequest &request, const Invocation &invocation) {
 
 int showCache(const PrinterRequest &request, const Invocation &invocation) {
     const Registration registration(invocation);
-    std::vector<std::uint8_t> buffer(cacheBufferSize);
-    std::uint32_t length = 0;
+    std::vector<uint8_t> buffer(cacheBufferSize);
+    uint32_t length = 0;
     require("KalGetCache", KalGetCache(0, request.handle, buffer.data(), cacheBufferSize, &length));
-    buffer.resize(std::min<std::size_t>(length, buffer.size()));
+    buffer.resize(std::min<size_t>(length, buffer.size()));
     if (request.raw) {
         makeOutputBinary();
         printOut({reinterpret_cast<const char *>(buffer.data()), buffer.size()});

@@ -21,20 +21,20 @@ namespace tool {
 namespace {
 
 /// All alerts of a CpdPrinter are asked for with one bit, which must not be set for the others.
-constexpr std::uint32_t allAlertsOfCpd = 0x400000;
-constexpr std::uint32_t allAlertsOfBpd = 0xFFFFFFFF & ~allAlertsOfCpd;
+constexpr uint32_t allAlertsOfCpd = 0x400000;
+constexpr uint32_t allAlertsOfBpd = 0xFFFFFFFF & ~allAlertsOfCpd;
 
 struct WatchRequest {
     std::vector<std::string> handles;
-    std::optional<std::uint32_t> mask;
-    std::optional<std::uint32_t> count;
-    std::optional<std::uint32_t> seconds;
+    std::optional<uint32_t> mask;
+    std::optional<uint32_t> count;
+    std::optional<uint32_t> seconds;
     bool json = false;
 };
 
-std::vector<std::uint8_t> alertBytes(std::uint16_t alertId) {
-    std::vector<std::uint8_t> bytes(0xFFFF);
-    auto size = static_cast<std::uint16_t>(bytes.size());
+std::vector<uint8_t> alertBytes(uint16_t alertId) {
+    std::vector<uint8_t> bytes(0xFFFF);
+    auto size = static_cast<uint16_t>(bytes.size());
     if (KalQueryAlerts(0, alertId, 0, 0, bytes.data(), &size) != KAL_OKAY) {
         return {};
     }
@@ -51,7 +51,7 @@ std::string localTime() {
 }
 
 void show(const PrinterMessage &message, bool json) {
-    std::vector<std::uint8_t> bytes;
+    std::vector<uint8_t> bytes;
     if (message.content == MessageContent::alertId) {
         bytes = alertBytes(message.value);
     }
@@ -84,14 +84,14 @@ void show(const PrinterMessage &message, bool json) {
 }
 
 struct WatchedPrinter {
-    std::uint16_t handle;
-    std::uint32_t mask;
+    uint16_t handle;
+    uint32_t mask;
 };
 
 /// Those asked for, or all that the service knows, each with the mask that fits its kind.
 std::vector<WatchedPrinter> choosePrinters(const WatchRequest &request) {
     const auto known = enumeratePrinters(everyEnumerableKind);
-    const auto maskOf = [&](std::uint16_t handle) {
+    const auto maskOf = [&](uint16_t handle) {
         if (request.mask) {
             return *request.mask;
         }
@@ -100,14 +100,14 @@ std::vector<WatchedPrinter> choosePrinters(const WatchRequest &request) {
         return isCpd ? allAlertsOfCpd : allAlertsOfBpd;
     };
     std::vector<WatchedPrinter> printers;
-    const auto add = [&](std::uint16_t handle) {
+    const auto add = [&](uint16_t handle) {
         // A capture of the same printer twice could not be released in pieces.
         if (std::ranges::find(printers, handle, &WatchedPrinter::handle) == printers.end()) {
             printers.push_back({handle, maskOf(handle)});
         }
     };
     for (const std::string &text : request.handles) {
-        add(static_cast<std::uint16_t>(*parseNumber(text, 0xFFFF)));
+        add(static_cast<uint16_t>(*parseNumber(text, 0xFFFF)));
     }
     if (request.handles.empty()) {
         for (const FoundPrinter &printer : known) {
@@ -134,7 +134,7 @@ int watch(const WatchRequest &request, const Invocation &invocation) {
     }
     const auto deadline = MessageWindow::Clock::now() +
                           (request.seconds ? std::chrono::seconds(*request.seconds) : std::chrono::hours(24 * 365));
-    for (std::uint32_t shown = 0; !request.count || shown < *request.count;) {
+    for (uint32_t shown = 0; !request.count || shown < *request.count;) {
         const auto posted = window.next(deadline, interruption.event());
         if (!posted) {
             break;

@@ -20,12 +20,12 @@ namespace {
 /// Hands out the lines of a recording. What is wrong with it ends the command, with the file's name before it.
 template <class Take>
 void readLines(const std::string &path, Take take) {
-    constexpr std::size_t blockSize = 1024 * 1024;
+    constexpr size_t blockSize = 1024 * 1024;
     InputFile file(path);
     LineSplitter lines(take);
     std::vector<char> block(blockSize);
     try {
-        while (const std::size_t count = file.read(block)) {
+        while (const size_t count = file.read(block)) {
             lines.feed({block.data(), count});
         }
         lines.finish();

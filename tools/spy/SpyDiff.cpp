@@ -24,14 +24,14 @@ class Normaliser {
             if (value.is_object() && value.contains("address")) {
                 value["address"] = "any";
             } else if (item.key() == "clientId" && value.is_number_unsigned()) {
-                value = clients_.try_emplace(value.get<std::uint64_t>(), clients_.size() + 1).first->second;
+                value = clients_.try_emplace(value.get<uint64_t>(), clients_.size() + 1).first->second;
             }
         }
         return result;
     }
 
   private:
-    std::map<std::uint64_t, std::size_t> clients_;
+    std::map<uint64_t, size_t> clients_;
 };
 
 template <class Exchange>
@@ -55,7 +55,7 @@ Json contentOf(const spy::RecordedCallback &callback, Normaliser &normalise) {
 /// order for each device, since where exactly they fall among the calls is chance.
 std::vector<ComparedItem> itemsOf(const spy::Recording &recording) {
     Normaliser normalise;
-    std::multimap<std::uint64_t, const spy::RecordedCallback *> within;
+    std::multimap<uint64_t, const spy::RecordedCallback *> within;
     std::map<std::string, std::vector<const spy::RecordedCallback *>> byThemselves;
     for (const auto &callback : recording.callbacks) {
         if (callback.begin.within) {
@@ -90,19 +90,19 @@ std::vector<ComparedItem> itemsOf(const spy::Recording &recording) {
     return items;
 }
 
-using Match = std::pair<std::size_t, std::size_t>;
+using Match = std::pair<size_t, size_t>;
 
 /// The longest run of pairs that are equal in the same order on both sides, by dynamic programming over what is left
 /// after the equal beginning and end. Sides that differ in more than the table holds are compared place by place.
-std::vector<Match> matchesOf(const std::vector<std::size_t> &left, const std::vector<std::size_t> &right) {
-    constexpr std::size_t largestTable = 64 * 1024 * 1024;
+std::vector<Match> matchesOf(const std::vector<size_t> &left, const std::vector<size_t> &right) {
+    constexpr size_t largestTable = 64 * 1024 * 1024;
     std::vector<Match> matches;
-    std::size_t begin = 0;
+    size_t begin = 0;
     while (begin < std::min(left.size(), right.size()) && left[begin] == right[begin]) {
         matches.emplace_back(begin, begin);
         ++begin;
     }
-    std::size_t tail = 0;
+    size_t tail = 0;
     while (tail < std::min(left.size(), right.size()) - begin &&
            left[left.size() - 1 - tail] == right[right.size() - 1 - tail]) {
         ++tail;
@@ -110,14 +110,14 @@ std::vector<Match> matchesOf(const std::vector<std::size_t> &left, const std::ve
     const auto rows = left.size() - tail - begin;
     const auto columns = right.size() - tail - begin;
     if (rows * columns > largestTable) {
-        for (std::size_t place = 0; place < std::min(rows, columns); ++place) {
+        for (size_t place = 0; place < std::min(rows, columns); ++place) {
             if (left[begin + place] == right[begin + place]) {
                 matches.emplace_back(begin + place, begin + place);
             }
         }
     } else {
-        std::vector<std::uint32_t> lengths((rows + 1) * (columns + 1), 0);
-        const auto length = [&](std::size_t row, std::size_t column) -> std::uint32_t & {
+        std::vector<uint32_t> lengths((rows + 1) * (columns + 1), 0);
+        const auto length = [&](size_t row, size_t column) -> uint32_t & {
             return lengths[row * (columns + 1) + column];
         };
         for (auto row = rows; row-- > 0;) {
@@ -127,7 +127,7 @@ std::vector<Match> matchesOf(const std::vector<std::size_t> &left, const std::ve
                                           : std::max(length(row + 1, column), length(row, column + 1));
             }
         }
-        for (std::size_t row = 0, column = 0; row < rows && column < columns;) {
+        for (size_t row = 0, column = 0; row < rows && column < columns;) {
             if (left[begin + row] == right[begin + column]) {
                 matches.emplace_back(begin + row++, begin + column++);
             } else if (length(row + 1, column) >= length(row, column + 1)) {
@@ -143,8 +143,8 @@ std::vector<Match> matchesOf(const std::vector<std::size_t> &left, const std::ve
     return matches;
 }
 
-std::vector<std::size_t> hashesOf(const std::vector<ComparedItem> &items) {
-    std::vector<std::size_t> hashes;
+std::vector<size_t> hashesOf(const std::vector<ComparedItem> &items) {
+    std::vector<size_t> hashes;
     for (const auto &item : items) {
         hashes.push_back(std::hash<std::string>{}(item.name + jsonLine(item.content)));
     }
@@ -181,8 +181,8 @@ SpyDiff::SpyDiff(const spy::Recording &left, const spy::Recording &right)
     : left_(itemsOf(left)), right_(itemsOf(right)) {
     auto matches = matchesOf(hashesOf(left_), hashesOf(right_));
     matches.emplace_back(left_.size(), right_.size());
-    std::size_t leftPlace = 0;
-    std::size_t rightPlace = 0;
+    size_t leftPlace = 0;
+    size_t rightPlace = 0;
     for (const auto &[leftMatch, rightMatch] : matches) {
         // Between two matches the calls of one name are told as one that changed.
         while (leftPlace < leftMatch || rightPlace < rightMatch) {

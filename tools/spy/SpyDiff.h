@@ -12,9 +12,9 @@ namespace tool {
 /// A call, or what it is compared by: the recording without times, threads and addresses. Client identifiers, which the
 /// service makes up anew each time, are numbered by their first appearance.
 struct ComparedItem {
-    std::string name;   ///< entry point or callback
-    spy::Json content;  ///< arguments, result, outputs, and the callbacks made within the call
-    std::size_t number; ///< the call's in its recording
+    std::string name;  ///< entry point or callback
+    spy::Json content; ///< arguments, result, outputs, and the callbacks made within the call
+    size_t number;     ///< the call's in its recording
 };
 
 /// What one recording has in another way: a side that is null has nothing in this place.
@@ -31,7 +31,7 @@ class SpyDiff {
 
     [[nodiscard]] const std::vector<SpyDifference> &differences() const noexcept { return differences_; }
     [[nodiscard]] bool isEqual() const noexcept { return differences_.empty(); }
-    [[nodiscard]] std::size_t leftCount() const noexcept { return left_.size(); }
+    [[nodiscard]] size_t leftCount() const noexcept { return left_.size(); }
 
     /// A line for each side, "-" and "+" in front, or one with the values that changed.
     [[nodiscard]] static std::string describe(const SpyDifference &difference);

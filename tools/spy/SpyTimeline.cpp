@@ -69,7 +69,7 @@ void SpyTimeline::writeSpan(const RecordEvent &begin, const RecordEvent *end) {
                     {"cat", isCall ? "call" : "callback"},
                     {"ph", "X"},
                     {"ts", begin.time},
-                    {"dur", std::max<std::int64_t>(duration, 0)}, // a damaged recording's may be negative
+                    {"dur", std::max<int64_t>(duration, 0)}, // a damaged recording's may be negative
                     {"pid", process_},
                     {"tid", begin.thread},
                     {"args", std::move(arguments)}};

@@ -20,18 +20,18 @@ class SpyTimeline {
     /// Writes what never ended, marked as such, and the end of the document.
     void finish();
 
-    [[nodiscard]] std::size_t callCount() const noexcept { return callCount_; }
-    [[nodiscard]] std::size_t unfinishedCount() const noexcept { return unfinishedCount_; }
+    [[nodiscard]] size_t callCount() const noexcept { return callCount_; }
+    [[nodiscard]] size_t unfinishedCount() const noexcept { return unfinishedCount_; }
 
   private:
     void writeSpan(const spy::RecordEvent &begin, const spy::RecordEvent *end);
 
     TraceDocument document_;
-    std::map<std::uint64_t, spy::RecordEvent> open_;
-    std::uint32_t process_ = 0;
-    std::int64_t lastTime_ = 0;
-    std::size_t callCount_ = 0;
-    std::size_t unfinishedCount_ = 0;
+    std::map<uint64_t, spy::RecordEvent> open_;
+    uint32_t process_ = 0;
+    int64_t lastTime_ = 0;
+    size_t callCount_ = 0;
+    size_t unfinishedCount_ = 0;
 };
 
 } // namespace tool

@@ -16,20 +16,20 @@ using spy::Json;
 using spy::RecordEvent;
 
 std::string describeBytes(const Json &value) {
-    constexpr std::size_t mostShown = 24;
+    constexpr size_t mostShown = 24;
     const auto text = "[" + value["length"].dump() + " bytes";
     if (!value.contains("hex")) {
         return text + ", SHA-256 " + value["sha256"].get<std::string>().substr(0, 12) + "...]";
     }
     const auto bytes = spy::bytesOf(value["hex"].get<std::string>().substr(0, mostShown * 2));
-    const auto *const begin = reinterpret_cast<const std::uint8_t *>(bytes.data());
+    const auto *const begin = reinterpret_cast<const uint8_t *>(bytes.data());
     return text + (bytes.empty() ? "" : ": " + hexBytes(std::span(begin, bytes.size()))) +
            (value["length"] > mostShown ? " ...]" : "]");
 }
 
 std::string describeValue(const std::string &name, const Json &value) {
     if (value.is_number_unsigned() && (name == "handle" || name == "mask")) {
-        return hexNumber(value.get<std::uint32_t>(), 4);
+        return hexNumber(value.get<uint32_t>(), 4);
     }
     if (value.is_object() && value.contains("output")) {
         return "(output)";
@@ -43,7 +43,7 @@ std::string describeValue(const std::string &name, const Json &value) {
     return jsonLine(value);
 }
 
-std::string timeText(std::int64_t microseconds) {
+std::string timeText(int64_t microseconds) {
     char text[32];
     std::snprintf(text, sizeof text, "%5lld.%06lld", static_cast<long long>(microseconds / 1'000'000),
                   static_cast<long long>(microseconds % 1'000'000));

@@ -17,7 +17,7 @@ std::string describeValues(const spy::Json &values);
 /// Which events are wanted.
 struct SpyFilter {
     std::string entryPoint; ///< "": all, and everything else
-    std::optional<std::uint32_t> thread;
+    std::optional<uint32_t> thread;
     bool failures = false; ///< only calls that answered something else than 0
 };
 
@@ -31,9 +31,9 @@ class SpyView {
 
   private:
     SpyFilter filter_;
-    std::map<std::uint32_t, std::vector<std::uint64_t>> open_; ///< by thread
-    std::map<std::uint64_t, spy::RecordEvent> held_;           ///< begun, and shown only when they fail
-    std::map<std::uint64_t, std::string> callbackNames_;       ///< of open callbacks
+    std::map<uint32_t, std::vector<uint64_t>> open_; ///< by thread
+    std::map<uint64_t, spy::RecordEvent> held_;      ///< begun, and shown only when they fail
+    std::map<uint64_t, std::string> callbackNames_;  ///< of open callbacks
 };
 
 /// Calls and callbacks, each as one object with its begin, duration and answer, once it has ended.
@@ -48,7 +48,7 @@ class SpyObjects {
 
   private:
     SpyFilter filter_;
-    std::map<std::uint64_t, spy::RecordEvent> open_;
+    std::map<uint64_t, spy::RecordEvent> open_;
 };
 
 } // namespace tool

@@ -7,7 +7,7 @@ namespace tool {
 namespace {
 
 constexpr std::string_view hexDigits = "0123456789ABCDEF";
-constexpr std::size_t bytesPerLine = 16;
+constexpr size_t bytesPerLine = 16;
 
 int digitValue(char digit) {
     if (digit >= '0' && digit <= '9') {
@@ -22,12 +22,12 @@ int digitValue(char digit) {
     return -1;
 }
 
-void appendByte(std::string &text, std::uint8_t byte) {
+void appendByte(std::string &text, uint8_t byte) {
     text += hexDigits[byte >> 4];
     text += hexDigits[byte & 0xF];
 }
 
-void appendOffset(std::string &text, std::size_t offset) {
+void appendOffset(std::string &text, size_t offset) {
     for (int shift = 28; shift >= 0; shift -= 4) {
         text += hexDigits[(offset >> shift) & 0xF];
     }
@@ -35,9 +35,9 @@ void appendOffset(std::string &text, std::size_t offset) {
 
 } // namespace
 
-std::optional<std::vector<std::uint8_t>> parseHexBytes(std::string_view text) {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t at = 0; at < text.size();) {
+std::optional<std::vector<uint8_t>> parseHexBytes(std::string_view text) {
+    std::vector<uint8_t> bytes;
+    for (size_t at = 0; at < text.size();) {
         if (std::string_view(" \t\r\n,:-").find(text[at]) != std::string_view::npos) {
             ++at;
             continue;
@@ -50,16 +50,16 @@ std::optional<std::vector<std::uint8_t>> parseHexBytes(std::string_view text) {
         if (high < 0 || low < 0) {
             return std::nullopt;
         }
-        bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
+        bytes.push_back(static_cast<uint8_t>(high * 16 + low));
         at += 2;
     }
     return bytes;
 }
 
-std::string hexBytes(std::span<const std::uint8_t> bytes) {
+std::string hexBytes(std::span<const uint8_t> bytes) {
     std::string text;
     text.reserve(bytes.size() * 3);
-    for (const std::uint8_t byte : bytes) {
+    for (const uint8_t byte : bytes) {
         if (!text.empty()) {
             text += ' ';
         }
@@ -68,13 +68,13 @@ std::string hexBytes(std::span<const std::uint8_t> bytes) {
     return text;
 }
 
-std::string hexDump(std::span<const std::uint8_t> bytes) {
+std::string hexDump(std::span<const uint8_t> bytes) {
     std::string text;
-    for (std::size_t offset = 0; offset < bytes.size(); offset += bytesPerLine) {
+    for (size_t offset = 0; offset < bytes.size(); offset += bytesPerLine) {
         const auto line = bytes.subspan(offset, std::min(bytesPerLine, bytes.size() - offset));
         appendOffset(text, offset);
         text += "  ";
-        for (std::size_t column = 0; column < bytesPerLine; ++column) {
+        for (size_t column = 0; column < bytesPerLine; ++column) {
             if (column < line.size()) {
                 appendByte(text, line[column]);
                 text += ' ';
@@ -86,7 +86,7 @@ std::string hexDump(std::span<const std::uint8_t> bytes) {
             }
         }
         text += " |";
-        for (const std::uint8_t byte : line) {
+        for (const uint8_t byte : line) {
             text += byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
         }
         text += "|\n";

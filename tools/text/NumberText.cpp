@@ -5,22 +5,22 @@
 
 namespace tool {
 
-std::optional<std::uint32_t> parseNumber(std::string_view text, std::uint32_t limit) {
+std::optional<uint32_t> parseNumber(std::string_view text, uint32_t limit) {
     int base = 10;
     if (text.starts_with("0x") || text.starts_with("0X")) {
         base = 16;
         text.remove_prefix(2);
     }
-    std::uint64_t number = 0;
+    uint64_t number = 0;
     const char *const end = text.data() + text.size();
     const auto [stopped, error] = std::from_chars(text.data(), end, number, base);
     if (error != std::errc{} || stopped != end || number > limit) {
         return std::nullopt;
     }
-    return static_cast<std::uint32_t>(number);
+    return static_cast<uint32_t>(number);
 }
 
-std::string hexNumber(std::uint32_t number, unsigned width) {
+std::string hexNumber(uint32_t number, unsigned width) {
     constexpr std::string_view hexDigits = "0123456789ABCDEF";
     std::string digits;
     for (; number != 0; number >>= 4) {

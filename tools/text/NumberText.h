@@ -9,9 +9,9 @@
 namespace tool {
 
 /// The number that the whole text is, or nothing when it is none or lies above the limit. No sign, no octal.
-std::optional<std::uint32_t> parseNumber(std::string_view text, std::uint32_t limit);
+std::optional<uint32_t> parseNumber(std::string_view text, uint32_t limit);
 
 /// "0x" and the number in upper-case hexadecimal, zero-filled to the width.
-std::string hexNumber(std::uint32_t number, unsigned width);
+std::string hexNumber(uint32_t number, unsigned width);
 
 } // namespace tool

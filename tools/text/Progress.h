@@ -8,15 +8,15 @@
 namespace tool {
 
 /// "512 B", "1.5 KiB", "4.0 MiB": one digit behind the point from a KiB on.
-std::string byteText(std::uint64_t bytes);
+std::string byteText(uint64_t bytes);
 
 /// Bytes a second as byteText with "/s"; "-" while no time has passed.
-std::string rateText(std::uint64_t bytes, double seconds);
+std::string rateText(uint64_t bytes, double seconds);
 
 /// One line without line end: "[#####.....]  50%  2.0 MiB of 4.0 MiB  1.0 MiB/s".
-std::string progressLine(std::uint64_t sent, std::uint64_t total, double seconds);
+std::string progressLine(uint64_t sent, uint64_t total, double seconds);
 
 /// "FILE: 4,194,304 bytes in 2.00 s (2.0 MiB/s)".
-std::string summaryLine(std::string_view name, std::uint64_t bytes, double seconds);
+std::string summaryLine(std::string_view name, uint64_t bytes, double seconds);
 
 } // namespace tool

@@ -11,7 +11,7 @@ namespace tool {
 namespace {
 
 struct ResultRow {
-    std::int32_t value;
+    int32_t value;
     std::string_view name;
     std::string_view meaning;
 };
@@ -31,7 +31,7 @@ constexpr ResultRow rows[] = {
 
 } // namespace
 
-std::string describeResult(std::int32_t result) {
+std::string describeResult(int32_t result) {
     const auto *const row = std::ranges::find(rows, result, &ResultRow::value);
     if (row == std::end(rows)) {
         return "result " + std::to_string(result) + ": a result without a name";

@@ -7,6 +7,6 @@
 namespace tool {
 
 /// "KAL_PRNBUSY (-27): the printer is busy".
-std::string describeResult(std::int32_t result);
+std::string describeResult(int32_t result);
 
 } // namespace tool

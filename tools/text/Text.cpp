@@ -13,7 +13,7 @@ namespace {
 std::wstring decode(std::string_view text, UINT codePage) {
     const int size = static_cast<int>(text.size());
     const int length = MultiByteToWideChar(codePage, 0, text.data(), size, nullptr, 0);
-    std::wstring wide(length > 0 ? static_cast<std::size_t>(length) : 0, L'\0');
+    std::wstring wide(length > 0 ? static_cast<size_t>(length) : 0, L'\0');
     MultiByteToWideChar(codePage, 0, text.data(), size, wide.data(), length);
     return wide;
 }
@@ -21,7 +21,7 @@ std::wstring decode(std::string_view text, UINT codePage) {
 std::string encode(std::wstring_view wide, UINT codePage) {
     const int size = static_cast<int>(wide.size());
     const int length = WideCharToMultiByte(codePage, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
-    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
     WideCharToMultiByte(codePage, 0, wide.data(), size, text.data(), length, nullptr, nullptr);
     return text;
 }

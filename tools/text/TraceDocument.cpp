@@ -8,7 +8,7 @@ TraceDocument::TraceDocument(Sink sink, std::string_view clock) : sink_(std::mov
     sink_("{\"displayTimeUnit\":\"ms\",\"otherData\":" + jsonLine({{"clock", clock}}) + ",\"traceEvents\":[");
 }
 
-void TraceDocument::introduce(std::uint32_t process, const std::string &name) {
+void TraceDocument::introduce(uint32_t process, const std::string &name) {
     if (introduced_.insert(process).second) {
         write({{"name", "process_name"}, {"ph", "M"}, {"pid", process}, {"args", {{"name", name}}}});
     }

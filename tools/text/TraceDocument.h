@@ -19,13 +19,13 @@ class TraceDocument {
     TraceDocument(Sink sink, std::string_view clock);
 
     /// Names a process, the first time that it is asked for.
-    void introduce(std::uint32_t process, const std::string &name);
+    void introduce(uint32_t process, const std::string &name);
     void write(const nlohmann::ordered_json &event);
     void finish();
 
   private:
     Sink sink_;
-    std::set<std::uint32_t> introduced_;
+    std::set<uint32_t> introduced_;
     bool isFirst_ = true;
 };
 

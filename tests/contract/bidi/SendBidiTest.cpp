@@ -16,7 +16,7 @@ using testing::StartsWith;
 using Bytes = std::vector<uint8_t>;
 
 /// The service's side of an exchange: keeps the request, writes a response and reports a length for it.
-template <typename Application>
+template <class Application>
 class BidiTest : public Application {
   protected:
     BidiTest() {

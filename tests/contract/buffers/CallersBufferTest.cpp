@@ -34,7 +34,7 @@ class Arguments {
     const char *text(const std::string &parameter, const std::string &content) {
         return fill(parameter, content + '\0').as<const char>();
     }
-    template <typename Number>
+    template <class Number>
     Number *number(const std::string &parameter, Number value) {
         auto *const place = keep(parameter, sizeof value).template as<Number>();
         *place = value;
@@ -76,32 +76,32 @@ const std::string cacheBlock = "0123456789";
 const std::string bidiResponse = "HEAD5answer"; // its head of five bytes is not the caller's
 const std::string alertBytes("\xA5\x00\x15\x00\xF0\x73\x00\x00\x00\x00\x02warning", 18);
 
-template <typename Function>
+template <class Function>
 std::function<int32_t(Arguments &)> startDoc(Function *function) {
     return [=](Arguments &given) { return function(handle, 0, given.text("documentName", "Letter")); };
 }
-template <typename Function, typename... Last>
+template <class Function, class... Last>
 std::function<int32_t(Arguments &)> write(Function *function, Last... last) {
     return [=](Arguments &given) {
         return function(0, handle, 0, given.bytes("data", "%!PS"), given.number<uint32_t>("byteCount", 4), last...);
     };
 }
-template <typename Function>
+template <class Function>
 std::function<int32_t(Arguments &)> find(Function *function, const char *parameter) {
     return [=](Arguments &given) { return function(0, 0xFFF, given.text(parameter, "USB001"), ignoreFound); };
 }
-template <typename Function>
+template <class Function>
 std::function<int32_t(Arguments &)> capture(Function *function) {
     return [=](Arguments &given) { return function(0, handle, given.number<uint32_t>("mask", 1), nullptr); };
 }
-template <typename Function>
+template <class Function>
 std::function<int32_t(Arguments &)> queryAlerts(Function *function) {
     return [=](Arguments &given) {
         const uint16_t stored = static_cast<uint16_t>(alertBytes.size() - 5);
         return function(0, 0, 0, 0, given.room("buffer", stored), given.number<uint16_t>("size", stored));
     };
 }
-template <typename Function>
+template <class Function>
 std::function<int32_t(Arguments &)> sendBidi(Function *function) {
     return [=](Arguments &given) {
         const auto size = static_cast<uint32_t>(bidiResponse.size());

@@ -19,7 +19,7 @@ struct ReportedPrinter {
     std::string secondName;
     DWORD thread;
 
-    template <typename Number>
+    template <class Number>
     Number at(size_t offset) const {
         Number value;
         std::memcpy(&value, head.data() + offset, sizeof value);

@@ -57,7 +57,7 @@ constexpr uint64_t narrow(uint16_t value) {
 constexpr uint64_t number(uint32_t value) {
     return 0xDEADBEEF00000000u | value;
 }
-template <typename Type>
+template <class Type>
 uint64_t address(Type *place) {
     return reinterpret_cast<uintptr_t>(place);
 }

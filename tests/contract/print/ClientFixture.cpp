@@ -4,7 +4,7 @@ namespace kal::test {
 
 namespace {
 
-template <typename Function>
+template <class Function>
 void find(HMODULE module, const char *name, Function *&function) {
     function = exported<Function>(module, name);
 }

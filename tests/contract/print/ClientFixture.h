@@ -63,7 +63,7 @@ class Client : public testing::Test {
     /// Lines of the log, indentation and all, without the component column.
     std::vector<std::string> indentedLog() const;
 
-    template <typename Function>
+    template <class Function>
     Function *as(const char *name) const {
         return exported<Function>(library.module(), name);
     }
@@ -86,7 +86,7 @@ class RegisteredClient : public Client {
 /// Runs while no binding exists but the logger does: within the registration, when the binding is being made.
 class BindinglessClient : public Client {
   protected:
-    template <typename Call>
+    template <class Call>
     void withoutBinding(Call call) {
         bool done = false;
         const ImportHook<"GetModuleFileNameA", DWORD(HMODULE, char *, DWORD)> making(
@@ -122,7 +122,7 @@ inline std::string codeOf(const testing::TestParamInfo<Translation> &info) {
 }
 
 /// Expects the logger's exception: the call was made while no application is registered.
-template <typename Call>
+template <class Call>
 void expectUnregistered(Call call) {
     try {
         call();

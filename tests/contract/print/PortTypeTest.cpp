@@ -27,7 +27,7 @@ class PortTypeFit : public RegisteredClient, public testing::WithParamInterface<
         registerApp();
     }
     /// Calls for every kind of handle, with the uninterpreted bits clear and set.
-    template <typename Call>
+    template <class Call>
     void forEachHandle(const char *operation, Call call) {
         for (const uint16_t kind : kinds)
             for (const uint16_t others : uninterpreted) {

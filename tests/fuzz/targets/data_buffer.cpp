@@ -11,7 +11,7 @@ struct Model {
 
     void skip(size_t count) {
         if (count <= unread.size()) {
-            const auto end = unread.begin() + static_cast<std::ptrdiff_t>(count);
+            const auto end = unread.begin() + static_cast<ptrdiff_t>(count);
             read.insert(read.end(), unread.begin(), end);
             unread.erase(unread.begin(), end);
         }

@@ -18,7 +18,7 @@ namespace {
 volatile int sink;
 int *volatile lost;
 
-template <typename Work>
+template <class Work>
 void onTwoThreads(Work work) {
     std::thread first(work), second(work);
     first.join();

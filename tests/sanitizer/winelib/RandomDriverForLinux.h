@@ -19,10 +19,10 @@
 namespace kal::test {
 
 /// Blocks are not counted: leaks are the sanitizer's business.
-template <typename Signature>
+template <class Signature>
 class UnhookedMemory;
 
-template <typename Result, typename... Arguments>
+template <class Result, class... Arguments>
 class UnhookedMemory<Result(Arguments...)> {
   public:
     UnhookedMemory(HMODULE, const std::function<Result(Arguments...)> &) {}

@@ -10,15 +10,15 @@ struct Destruction {
     void *object;
 };
 
-constexpr std::size_t most = 4096;
+constexpr size_t most = 4096;
 Destruction destructions[most];
-std::atomic<std::size_t> count = 0; // an object of a function is made on any thread
+std::atomic<size_t> count = 0; // an object of a function is made on any thread
 
 } // namespace
 
 /// What the compiler calls for each static object with a destructor.
 extern "C" __attribute__((visibility("hidden"))) int __cxa_atexit(void (*destroy)(void *), void *object, void *) {
-    const std::size_t number = count++;
+    const size_t number = count++;
     if (number >= most) {
         --count;
         return -1;

@@ -23,7 +23,7 @@ std::string headerText(const LogHeader &header) {
     return line.str();
 }
 
-template <typename... Pieces>
+template <class... Pieces>
 std::string composed(const Pieces &...pieces) {
     MessageText text;
     (text << ... << pieces);

@@ -24,7 +24,7 @@ inline void PrintTo(const Thrown &thrown, std::ostream *stream) {
 }
 
 /// The Win32Exception that the operation throws; the message "nothing thrown" when it throws nothing.
-template <typename Operation>
+template <class Operation>
 Thrown thrownBy(Operation operation) {
     try {
         operation();

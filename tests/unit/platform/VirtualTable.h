@@ -10,7 +10,7 @@ namespace kal::test {
 constexpr size_t destructorSlots = 2;
 
 /// The virtual operation in a slot of the object's table, as a function whose first argument is the object.
-template <typename Function, typename Object>
+template <class Function, class Object>
 Function *virtualSlot(const Object &object, size_t slot) {
     void *const *table = nullptr;
     std::memcpy(&table, &object, sizeof table);
@@ -18,13 +18,13 @@ Function *virtualSlot(const Object &object, size_t slot) {
 }
 
 /// The operation behind a leading virtual destructor: 1 is the first one after it.
-template <typename Function, typename Object>
+template <class Function, class Object>
 Function *operationSlot(const Object &object, size_t operation) {
     return virtualSlot<Function>(object, destructorSlots - 1 + operation);
 }
 
 /// The bytes at an offset of the object, as a trivially copyable type.
-template <typename Member, typename Object>
+template <class Member, class Object>
 Member memberAt(const Object &object, size_t offset) {
     Member member;
     std::memcpy(&member, reinterpret_cast<const char *>(&object) + offset, sizeof member);

@@ -35,12 +35,12 @@ class RegistryKey : public testing::Test {
   protected:
     RegistryKey() { key.open(scratch.path(), false, HKEY_CURRENT_USER); }
 
-    template <typename Value>
+    template <class Value>
     std::optional<Value> read(const std::string &name) {
         Value value{};
         return key.getValue(name, value) ? std::optional<Value>(value) : std::nullopt;
     }
-    template <typename Value>
+    template <class Value>
     Thrown thrownByRead(const std::string &name) {
         return thrownBy([&] { read<Value>(name); });
     }
