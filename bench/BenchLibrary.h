@@ -1,7 +1,7 @@
 #pragma once
 
 #include "api/kal.h"
-#include "service/comc.h"
+#include "comc/comc.h"
 
 #include <windows.h>
 

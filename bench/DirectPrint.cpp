@@ -1,6 +1,6 @@
 // Prints a file by calling the service directly, in the pieces that `kal print` sends: the least that a program can do.
 
-#include "service/comc.h"
+#include "comc/comc.h"
 
 #include <windows.h>
 

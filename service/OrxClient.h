@@ -1,7 +1,7 @@
 #pragma once
 
+#include "comc/comc.h"
 #include "platform/CriticalSection.h"
-#include "service/comc.h"
 
 #include <windows.h>
 

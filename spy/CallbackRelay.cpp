@@ -1,6 +1,6 @@
 #include "spy/CallbackRelay.h"
 
-#include "spy/ProcessCapture.h"
+#include "recording/ProcessCapture.h"
 
 #include <array>
 #include <cstddef>

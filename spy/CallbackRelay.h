@@ -1,7 +1,7 @@
 /// Stands between the service and the client's functions that the service calls back.
 #pragma once
 
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 #include "spy/RecorderInterface.h"
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 //
 // Clients load and free comc.dll thousands of times in a process, and what the C++ library sets up a module (storage
 // for each thread, above all) is not given back with it. So nothing of that library is used here.
-#include "spy/EntryPointIndex.h"
+#include "comc/EntryPointIndex.h"
 #include "spy/ExportTable.h"
 #include "spy/RecorderInterface.h"
 
@@ -22,7 +22,7 @@ AnyFunction *functions[spy::entryPointCount];
 
 constexpr const char *names[] = {
 #define ORX_ENTRY_POINT(name, client, parameters, arguments) #name,
-#include "spy/OrxEntryPoints.inc"
+#include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
 };
 
@@ -115,7 +115,7 @@ uint64_t forward(spy::EntryPointIndex index, const uint64_t (&words)[spy::mostWo
                                                    uint64_t a5, uint64_t a6, uint64_t a7) {                            \
         return forward(spy::EntryPointIndex::name, {a0, a1, a2, a3, a4, a5, a6, a7});                                  \
     }
-#include "spy/OrxEntryPoints.inc"
+#include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
 
 /// Loading libraries from here is what makes the spy look like the real library from the first moment on: whoever

@@ -1,7 +1,7 @@
 /// The file that this process's recording goes to.
 #pragma once
 
-#include "spy/RecordLine.h"
+#include "recording/RecordLine.h"
 #include "spy/SpySettings.h"
 
 #include <windows.h>

@@ -1,8 +1,8 @@
 // comc-recorder.dll: calls the real library and the client's functions on behalf of the spy and records that. Nothing
 // here may be noticed by either side: results, buffers and the thread's last error pass as they are, an exception too,
 // and a recording that fails ends in silence.
+#include "recording/ProcessCapture.h"
 #include "spy/CallbackRelay.h"
-#include "spy/ProcessCapture.h"
 #include "spy/RecordFile.h"
 #include "spy/RecorderInterface.h"
 

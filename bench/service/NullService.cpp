@@ -1,6 +1,6 @@
 // A comc.dll that does next to nothing, so that what is measured is the library.
 
-#include "service/comc.h"
+#include "comc/comc.h"
 
 #include <windows.h>
 

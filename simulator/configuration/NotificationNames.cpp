@@ -1,6 +1,6 @@
 #include "simulator/configuration/NotificationNames.h"
 
-#include "service/comc.h"
+#include "comc/comc.h"
 
 namespace simulator {
 

@@ -1,6 +1,6 @@
 // Scanners, card readers and HID devices: none is attached. What enumerates finds nothing, what names a device gets
 // 1168, what listens to all of them succeeds and never hears anything. The argument lists are those of the operations.
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "simulator/entry/Answer.h"
 
 using namespace simulator;

@@ -1,4 +1,4 @@
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "simulator/entry/Answer.h"
 
 using namespace simulator;

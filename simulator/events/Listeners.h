@@ -1,6 +1,6 @@
 #pragma once
 
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "simulator/Lock.h"
 #include "simulator/events/PrinterEvent.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "simulator/configuration/Configuration.h"
 
 #include <optional>

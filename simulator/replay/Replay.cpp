@@ -1,11 +1,11 @@
 #include "simulator/replay/Replay.h"
 
-#include "service/comc.h"
+#include "comc/comc.h"
+#include "recording/ProcessCapture.h"
 #include "simulator/Log.h"
 #include "simulator/configuration/ConfigurationFile.h"
 #include "simulator/replay/ReplayPlan.h"
 #include "spy/ExportTable.h"
-#include "spy/ProcessCapture.h"
 
 #include <algorithm>
 #include <chrono>
@@ -265,7 +265,7 @@ const void *targetOf(std::string_view name) noexcept {
     if (name == #entryPoint) {                                                                                         \
         return reinterpret_cast<const void *>(&replayed<spy::EntryPointIndex::entryPoint>);                            \
     }
-#include "spy/OrxEntryPoints.inc"
+#include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
     return nullptr;
 }

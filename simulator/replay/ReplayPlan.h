@@ -1,6 +1,6 @@
 #pragma once
 
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 
 #include <cstddef>
 #include <cstdint>

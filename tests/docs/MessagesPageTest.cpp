@@ -2,7 +2,7 @@
 #include "tests/contract/alerts/AlertFixture.h"
 #include "tests/docs/Documents.h"
 
-#include "service/comc.h"
+#include "comc/comc.h"
 
 #include <algorithm>
 #include <regex>

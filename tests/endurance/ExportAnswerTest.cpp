@@ -1,7 +1,7 @@
 // Every export against every answer of each entry point that it uses: missing, every code, answered at once, slowly,
 // with the application called back from another thread in the middle, and while comc.dll is being given up.
 #include "api/kal.h"
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "tests/contract/binding/BindingFixture.h"
 #include "tests/contract/legacy/LegacyNames.h"
 #include "tests/support/ExpectedResults.h"

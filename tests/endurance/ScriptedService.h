@@ -3,7 +3,7 @@
 // answers.
 #pragma once
 
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "tests/endurance/LiveBlocks.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/ServiceHost.h"

@@ -13,7 +13,7 @@ from clang.cindex import CursorKind as Kind
 
 FOLDERS = ("platform", "settings", "logging", "service", "api")
 # Interfaces that the tests read, too: a changed constant there changes both sides alike.
-LEFT_OUT = ("api/kal.h", "service/comc.h")
+LEFT_OUT = ("api/kal.h", "comc/comc.h")
 
 FLIPPED = {"==": ["!="], "!=": ["=="], "<": ["<=", ">="], ">": [">=", "<="], "<=": ["<", ">"], ">=": [">", "<"]}
 SWAPPED = {"+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "<<": ">>", ">>": "<<", "&": "|", "|": "&", "^": "&",

@@ -1,7 +1,7 @@
 // comc.dll, the simulator, loaded the way a client loads it: environment, LoadLibrary, OrxInitialize, identifier.
 #pragma once
 
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "tests/support/StagedLibrary.h"
 #include "tests/support/TemporaryFolder.h"
 

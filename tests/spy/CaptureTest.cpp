@@ -1,4 +1,4 @@
-#include "spy/Capture.h"
+#include "recording/Capture.h"
 
 #include <gtest/gtest.h>
 

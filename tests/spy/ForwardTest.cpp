@@ -1,6 +1,6 @@
 #include "tests/spy/SpyFixture.h"
 
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 #include "tests/support/ExportDirectory.h"
 #include "tests/support/GuardedBuffer.h"
 

@@ -1,4 +1,4 @@
-#include "spy/RecordLine.h"
+#include "recording/RecordLine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 
 #include <gtest/gtest.h>
 

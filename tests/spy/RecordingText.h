@@ -1,7 +1,7 @@
 // Recordings written down in a test.
 #pragma once
 
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 
 #include <string>
 #include <vector>

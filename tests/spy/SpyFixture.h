@@ -1,7 +1,7 @@
 // comc.dll, the spy, before the recording double, loaded as a client loads it; and what it recorded.
 #pragma once
 
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 #include "tests/support/RecordedService.h"
 #include "tests/support/StagedLibrary.h"
 

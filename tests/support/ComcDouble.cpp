@@ -36,7 +36,7 @@ uint32_t handOver(EntryPoint entryPoint, const uint64_t *arguments) {
         const uint64_t arguments[kal::test::recordedArguments] = {a0, a1, a2, a3, a4, a5, a6, a7};                     \
         return handOver(EntryPoint::name, arguments);                                                                  \
     }
-#include "tests/support/OrxEntryPoints.inc"
+#include "tests/support/ExpectedEntryPoints.inc"
 #undef ORX_ENTRY_POINT
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {

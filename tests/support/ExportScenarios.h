@@ -3,7 +3,7 @@
 // it.
 #pragma once
 
-#include "service/comc.h"
+#include "comc/comc.h"
 
 #include <functional>
 #include <string>

@@ -18,7 +18,7 @@ struct EntryPointRow {
 
 constexpr EntryPointRow entryPoints[] = {
 #define ORX_ENTRY_POINT(name, kinds) {#name, kinds},
-#include "tests/support/OrxEntryPoints.inc"
+#include "tests/support/ExpectedEntryPoints.inc"
 #undef ORX_ENTRY_POINT
 };
 

@@ -10,7 +10,7 @@ namespace kal::test {
 
 enum class EntryPoint : uint32_t {
 #define ORX_ENTRY_POINT(name, kinds) name,
-#include "tests/support/OrxEntryPoints.inc"
+#include "tests/support/ExpectedEntryPoints.inc"
 #undef ORX_ENTRY_POINT
     count
 };

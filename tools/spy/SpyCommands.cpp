@@ -1,6 +1,6 @@
 #include "tools/CommandLine.h"
 
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 #include "tools/File.h"
 #include "tools/Terminal.h"
 #include "tools/spy/SpyDiff.h"

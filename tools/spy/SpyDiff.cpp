@@ -1,6 +1,6 @@
 #include "tools/spy/SpyDiff.h"
 
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 #include "tools/spy/SpyView.h"
 #include "tools/text/JsonText.h"
 

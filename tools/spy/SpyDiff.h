@@ -1,7 +1,7 @@
 /// Two recordings of the spy compared call by call.
 #pragma once
 
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 
 #include <cstddef>
 #include <string>

@@ -1,7 +1,7 @@
 /// A recording of the spy as trace events: a span for each call and callback, a mark where the library comes and goes.
 #pragma once
 
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 #include "tools/text/TraceDocument.h"
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 /// A recording of the spy for people, and as objects for programs.
 #pragma once
 
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 
 #include <cstdint>
 #include <map>

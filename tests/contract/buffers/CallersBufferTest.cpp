@@ -1,7 +1,7 @@
 // Each export that takes memory of its caller, with every such argument in a buffer of exactly the size that kal.h
 // documents, an inaccessible page right behind it. The table is held against the declarations in kal.h.
 
-#include "service/comc.h"
+#include "comc/comc.h"
 #include "tests/contract/RegisteredApplication.h"
 
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace {
 /// The interface of the service, written down apart from the table under test.
 const std::map<std::string, std::string> described = {
 #define ORX_ENTRY_POINT(name, kinds) {#name, kinds},
-#include "tests/support/OrxEntryPoints.inc"
+#include "tests/support/ExpectedEntryPoints.inc"
 #undef ORX_ENTRY_POINT
 };
 

@@ -1,7 +1,7 @@
 /// Capturing in this process: what can be read of its memory, and the system's hash.
 #pragma once
 
-#include "spy/Capture.h"
+#include "recording/Capture.h"
 
 namespace spy {
 

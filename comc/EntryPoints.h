@@ -1,7 +1,7 @@
 /// What is known of the entry points of comc.dll: their arguments, and what of the caller's memory belongs to them.
 #pragma once
 
-#include "spy/EntryPointIndex.h"
+#include "comc/EntryPointIndex.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "spy/RecordLine.h"
+#include "recording/RecordLine.h"
 
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 
 #include <algorithm>
 #include <iterator>

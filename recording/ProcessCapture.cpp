@@ -1,4 +1,4 @@
-#include "spy/ProcessCapture.h"
+#include "recording/ProcessCapture.h"
 
 #include <algorithm>
 

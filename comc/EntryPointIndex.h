@@ -12,7 +12,7 @@ inline constexpr size_t mostWords = 8;
 /// Indices of the table.
 enum class EntryPointIndex : uint32_t {
 #define ORX_ENTRY_POINT(name, client, parameters, arguments) name,
-#include "spy/OrxEntryPoints.inc"
+#include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
     count
 };

@@ -1,6 +1,6 @@
-#include "spy/Recording.h"
+#include "recording/Recording.h"
 
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 
 #include <algorithm>
 #include <utility>

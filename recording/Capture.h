@@ -1,8 +1,8 @@
 /// The memory behind a call's words as the values of a recording: arguments before the call, outputs after it.
 #pragma once
 
-#include "spy/EntryPoint.h"
-#include "spy/RecordLine.h"
+#include "comc/EntryPoints.h"
+#include "recording/RecordLine.h"
 
 #include <array>
 #include <cstddef>

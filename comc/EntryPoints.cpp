@@ -1,4 +1,4 @@
-#include "spy/EntryPoint.h"
+#include "comc/EntryPoints.h"
 
 #include <algorithm>
 #include <iterator>
@@ -19,7 +19,7 @@ constexpr bool withoutClient = false;
 
 constexpr Declaration declarations[] = {
 #define ORX_ENTRY_POINT(name, client, parameters, arguments) {client, #parameters, #arguments},
-#include "spy/OrxEntryPoints.inc"
+#include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
 };
 static_assert(std::size(declarations) == entryPointCount);

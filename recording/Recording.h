@@ -1,7 +1,7 @@
 /// A recording read back: event by event, or whole with its calls put together.
 #pragma once
 
-#include "spy/RecordLine.h"
+#include "recording/RecordLine.h"
 
 #include <cstddef>
 #include <cstdint>
