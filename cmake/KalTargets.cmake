@@ -77,10 +77,18 @@ if(MINGW AND CMAKE_CROSSCOMPILING)
   find_program(KAL_LLD ld.lld DOC "LLVM's linker, which links the test programs")
 endif()
 
+# kal_add_test(NAME ...): add_test, in a lane of the run: one core and one Wine (scripts/test).
+function(kal_add_test keyword name)
+  add_test(${keyword} ${name} ${ARGN})
+  set_tests_properties(${name} PROPERTIES RESOURCE_GROUPS lanes:1)
+endfunction()
+
 # kal_test_program(NAME SOURCES ... [LIBRARIES ...] [STAGE files...] [LABELS ...]): a GoogleTest program in a folder of
-# its own under build/<preset>/tests/, run by CTest under Wine.
+# its own under build/<preset>/tests/, run by CTest under Wine. Further options:
+#   PARTS n    divides the tests among n entries, NAME.1 to NAME.n
+#   ALL_CORES  runs the program on every core, not only on that of its lane
 function(kal_test_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;STAGE;LABELS;DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "ALL_CORES" "TIMEOUT;PARTS" "SOURCES;LIBRARIES;STAGE;LABELS;DEPENDS")
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 600)
   endif()
@@ -102,10 +110,31 @@ function(kal_test_program name)
   endif()
   kal_stage(${name} ${arg_STAGE})
   set_property(TARGET ${name} PROPERTY kal_staged "${arg_STAGE}")
-  add_test(NAME ${name} COMMAND ${name} "--gtest_output=xml:../../results/${name}.xml"
-           WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${name}")
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+  if(arg_PARTS)
+    foreach(number RANGE 1 ${arg_PARTS})
+      math(EXPR index "${number} - 1")
+      kal_program_entry(${name} ${name}.${number})
+      set_tests_properties(${name}.${number} PROPERTIES
+                           COST 100 ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_PARTS};GTEST_SHARD_INDEX=${index}")
+    endforeach()
+  else()
+    kal_program_entry(${name} ${name})
+    if(arg_ALL_CORES)
+      kal_on_all_cores(${name})
+    endif()
+  endif()
   foreach(label ${arg_LABELS})
     set_property(GLOBAL APPEND PROPERTY kal_${label}_programs ${name})
   endforeach()
+endfunction()
+
+# One CTest entry of a program, with a report of its own.
+macro(kal_program_entry program entry)
+  kal_add_test(NAME ${entry} COMMAND ${program} "--gtest_output=xml:../../results/${entry}.xml"
+               WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${program}")
+  set_tests_properties(${entry} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+endmacro()
+
+function(kal_on_all_cores test)
+  set_tests_properties(${test} PROPERTIES ENVIRONMENT "KAL_WINE_CORES=all")
 endfunction()

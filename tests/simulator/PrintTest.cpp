@@ -1,4 +1,5 @@
 #include "tests/simulator/LoadedSimulator.h"
+#include "tests/support/EveryCore.h"
 
 #include <random>
 
@@ -249,6 +250,7 @@ struct PrintOften {
 };
 
 TEST(SimulatorPrint, ThreadsPrintAtOnceWithoutLosingAJob) {
+    const EveryCore everyCore;
     const LoadedSimulator simulator;
     PrintOften jobs[] = {{&simulator, 3}, {&simulator, 0x6001}, {&simulator, 0x4001}, {&simulator, 0x1001}};
     HANDLE threads[4];

@@ -1,6 +1,7 @@
 #include "tests/spy/SpyFixture.h"
 
 #include "comc/EntryPoints.h"
+#include "tests/support/EveryCore.h"
 #include "tests/support/ExportDirectory.h"
 #include "tests/support/GuardedBuffer.h"
 
@@ -169,6 +170,7 @@ TEST_F(Forwarding, SameFunctionIsTheSameToTheService) {
 }
 
 TEST_F(Forwarding, ThreadsWriteWholeLines) {
+    const EveryCore everyCore;
     constexpr int threads = 8;
     constexpr int callsEach = 200;
     std::vector<std::thread> running;

@@ -1,4 +1,5 @@
 #include "tests/contract/alerts/AlertFixture.h"
+#include "tests/support/EveryCore.h"
 
 #include <atomic>
 #include <cstring>
@@ -81,6 +82,7 @@ TEST_F(QuietAlertTest, RealWindowReceivesEveryMessageInOrder) {
 }
 
 TEST_F(QuietAlertTest, AlertsFromSeveralThreadsKeepIdsAndBytesTogether) {
+    const EveryCore everyCore;
     constexpr uint32_t threadCount = 4;
     constexpr uint32_t alertCount = 1500;
     std::vector<std::thread> threads;
@@ -107,6 +109,7 @@ TEST_F(QuietAlertTest, AlertsFromSeveralThreadsKeepIdsAndBytesTogether) {
 }
 
 TEST_F(QuietAlertTest, CapturesAndReleasesFromSeveralThreadsAreCounted) {
+    const EveryCore everyCore;
     std::vector<std::thread> threads;
     for (uint16_t thread = 0; thread < 4; ++thread)
         threads.emplace_back([this] {
@@ -194,6 +197,7 @@ TEST_F(QuietAlertTest, AlertMayArriveWhileTheDeviceKindOfAnotherIsRead) {
 // ----------------------------------------------------------------------------------------- release and the end
 
 TEST_F(QuietAlertTest, CallbacksDuringReleaseAndUnregistrationDoNoHarm) {
+    const EveryCore everyCore;
     std::atomic<bool> isOver = false;
     std::atomic<int> wrongAnswers = 0;
     std::vector<std::thread> threads;
@@ -221,6 +225,7 @@ TEST_F(QuietAlertTest, CallbacksDuringReleaseAndUnregistrationDoNoHarm) {
 }
 
 TEST_F(QuietAlertTest, CallbacksAfterTheLastUnregistrationAnswerOneOnEveryThread) {
+    const EveryCore everyCore;
     unregisterApp();
     std::atomic<int> ones = 0;
     std::vector<std::thread> threads;

@@ -1,5 +1,6 @@
 // The binding under many threads.
 #include "tests/contract/binding/BindingFixture.h"
+#include "tests/support/EveryCore.h"
 
 #include <atomic>
 #include <thread>
@@ -9,6 +10,7 @@ using namespace kal::test;
 namespace {
 
 void onThreads(int count, const std::function<void(int)> &work) {
+    const EveryCore everyCore;
     std::vector<std::thread> threads;
     for (int number = 0; number < count; ++number)
         threads.emplace_back(work, number);

@@ -1,5 +1,6 @@
 #include "tests/contract/enumeration/EnumerationFixture.h"
 
+#include "tests/support/EveryCore.h"
 #include "tests/support/ImportHook.h"
 
 #include <thread>
@@ -402,6 +403,7 @@ TEST_F(KalEnumPrintersTest, TwoEnumerationsAtOnceReportToTheCallbackStoredLast) 
 }
 
 TEST_F(KalEnumPrintersTest, ManyEnumerationsAtOnceAllEnd) {
+    const EveryCore everyCore;
     finds({});
     service.does("OrxEnumPrinters", [](const ServiceCall &call) {
         for (uint32_t handle = 0; handle < 20; ++handle)

@@ -1,4 +1,5 @@
 #include "tests/contract/print/ClientFixture.h"
+#include "tests/support/EveryCore.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/NetworkStandIn.h"
 
@@ -117,6 +118,7 @@ TEST_F(Client, ServerRegistrationAlsoCountsUpAWrappedCount) {
 }
 
 TEST_F(Client, ConcurrentRegistrationsAreSerialised) {
+    const EveryCore everyCore;
     std::vector<std::thread> threads;
     for (int number = 0; number < 6; ++number)
         threads.emplace_back([&] {

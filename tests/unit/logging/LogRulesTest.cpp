@@ -4,6 +4,7 @@
 #include "logging/MessageText.h"
 #include "logging/SettingCache.h"
 
+#include "tests/support/EveryCore.h"
 #include "tests/unit/platform/VirtualTable.h"
 
 #include <gtest/gtest.h>
@@ -229,6 +230,7 @@ TEST(SettingCache, LaterValueReplacesTheEarlier) {
 }
 
 TEST(SettingCache, ValueAndTickBelongTogetherAmongThreads) {
+    const EveryCore everyCore;
     SettingCache cache;
     constexpr uint32_t rounds = 20000;
     std::vector<std::thread> writers;

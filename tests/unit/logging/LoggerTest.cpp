@@ -3,6 +3,7 @@
 #include "logging/FunctionTrace.h"
 #include "logging/LogMessage.h"
 #include "settings/Localize.h"
+#include "tests/support/EveryCore.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/unit/logging/ScriptedLogger.h"
@@ -350,6 +351,7 @@ TEST_F(ProcessLogger, MessageWhosePieceRaisesIsLostQuietly) {
 }
 
 TEST_F(ProcessLogger, CreatedByManyThreadsAtOnceIsOne) {
+    const EveryCore everyCore;
     std::vector<std::thread> threads;
     for (int number = 0; number < 8; ++number)
         threads.emplace_back([] { Logger::createInstance(); });

@@ -1,5 +1,6 @@
 #include "platform/CriticalSection.h"
 
+#include "tests/support/EveryCore.h"
 #include "tests/support/ImportHook.h"
 
 #include <gmock/gmock.h>
@@ -35,6 +36,7 @@ TEST(CriticalSection, ItsOwnerMayTakeItAgain) {
 }
 
 TEST(CriticalSection, KeepsOthersOutWhileItIsHeld) {
+    const EveryCore everyCore;
     CriticalSection section;
     int value = 0;
     std::vector<std::thread> threads;

@@ -1,6 +1,7 @@
 #include "settings/Localize.h"
 
 #include "settings/KeyPaths.h"
+#include "tests/support/EveryCore.h"
 #include "tests/support/ImportHook.h"
 #include "tests/unit/platform/Thrown.h"
 #include "tests/unit/platform/VirtualTable.h"
@@ -46,6 +47,7 @@ struct InstanceHistory {
         afterDestruction = textThrownByGetInstance();
 
         ModuleName name(ownName);
+        const EveryCore everyCore;
         std::vector<std::thread> threads;
         for (int number = 0; number < 8; ++number)
             threads.emplace_back([] { Localize::createInstance(someModule); });
