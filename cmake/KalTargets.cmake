@@ -77,10 +77,11 @@ if(MINGW AND CMAKE_CROSSCOMPILING)
   find_program(KAL_LLD ld.lld DOC "LLVM's linker, which links the test programs")
 endif()
 
-# kal_add_test(NAME ...): add_test, in a lane of the run: one core and one Wine (scripts/test).
+# kal_add_test(NAME ...): add_test, in a lane of the run: one core and one Wine (scripts/test). The time limit is for tests that
+# hang, so it is far above what any test takes on a busy machine.
 function(kal_add_test keyword name)
   add_test(${keyword} ${name} ${ARGN})
-  set_tests_properties(${name} PROPERTIES RESOURCE_GROUPS lanes:1)
+  set_tests_properties(${name} PROPERTIES RESOURCE_GROUPS lanes:1 TIMEOUT 1200)
 endfunction()
 
 # kal_test_program(NAME SOURCES ... [LIBRARIES ...] [STAGE files...] [LABELS ...]): a GoogleTest program in a folder of
@@ -88,10 +89,7 @@ endfunction()
 #   PARTS n    divides the tests among n entries, NAME.1 to NAME.n
 #   ALL_CORES  runs the program on every core, not only on that of its lane
 function(kal_test_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "ALL_CORES" "TIMEOUT;PARTS" "SOURCES;LIBRARIES;STAGE;LABELS;DEPENDS")
-  if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 600)
-  endif()
+  cmake_parse_arguments(PARSE_ARGV 1 arg "ALL_CORES" "PARTS" "SOURCES;LIBRARIES;STAGE;LABELS;DEPENDS")
   add_executable(${name} ${arg_SOURCES})
   # A few files compile as one: the framework's headers and templates take longer than the tests themselves.
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${name}"
@@ -132,7 +130,7 @@ endfunction()
 macro(kal_program_entry program entry)
   kal_add_test(NAME ${entry} COMMAND ${program} "--gtest_output=xml:../../results/${entry}.xml"
                WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${program}")
-  set_tests_properties(${entry} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+  set_tests_properties(${entry} PROPERTIES LABELS "${arg_LABELS}")
 endmacro()
 
 function(kal_on_all_cores test)
