@@ -1,17 +1,18 @@
-/// The entry points of comc.dll by number.
+/// The entry points of comc.dll by number. Only their names are used here: the spy's front declares the functions with
+/// types of its own and must not see the prototypes.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-namespace spy {
+namespace comc {
 
-/// Every entry point hands on so many words, which is more than any of them has arguments.
+/// Number of argument words that every entry point forwards; no entry point has more arguments.
 inline constexpr size_t mostWords = 8;
 
 /// Indices of the table.
 enum class EntryPointIndex : uint32_t {
-#define ORX_ENTRY_POINT(name, client, parameters, arguments) name,
+#define ORX_ENTRY_POINT(name, ...) name,
 #include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
     count
@@ -19,4 +20,4 @@ enum class EntryPointIndex : uint32_t {
 
 inline constexpr size_t entryPointCount = static_cast<size_t>(EntryPointIndex::count);
 
-} // namespace spy
+} // namespace comc

@@ -1,117 +1,81 @@
 #include "comc/EntryPoints.h"
 
+#include "comc/comc.h"
+
 #include <algorithm>
 #include <iterator>
-#include <utility>
+#include <type_traits>
 
-namespace spy {
+namespace comc {
 
 namespace {
 
-struct Declaration {
-    bool hasClient;
-    std::string_view parameters; // "(uint32_t handle, const void *data)"
-    std::string_view arguments;  // "(\"OrxSend\", handle, data)"
+template <ArgumentKind kind>
+struct KindOfArgument {
+    consteval Argument operator()(std::string_view name) const { return {name, kind}; }
 };
 
-constexpr bool withClient = true;
-constexpr bool withoutClient = false;
+constexpr KindOfArgument<ArgumentKind::number> number;
+constexpr KindOfArgument<ArgumentKind::text> text;
+constexpr KindOfArgument<ArgumentKind::wideText> wideText;
+constexpr KindOfArgument<ArgumentKind::inputBytes> inputBytes;
+constexpr KindOfArgument<ArgumentKind::outputBytes> outputBytes;
+constexpr KindOfArgument<ArgumentKind::outputNumber> outputNumber;
+constexpr KindOfArgument<ArgumentKind::enumCallback> enumCallback;
+constexpr KindOfArgument<ArgumentKind::alertCallback> alertCallback;
+constexpr KindOfArgument<ArgumentKind::notificationCallback> notificationCallback;
+constexpr KindOfArgument<ArgumentKind::opaque> opaque;
 
-constexpr Declaration declarations[] = {
-#define ORX_ENTRY_POINT(name, client, parameters, arguments) {client, #parameters, #arguments},
+constexpr Argument client = number("clientId");
+constexpr Argument handle = number("handle");
+
+consteval Argument document(Argument bytes) {
+    bytes.isDocument = true;
+    return bytes;
+}
+
+/// Whether an argument of a prototype's type may be of the kind.
+template <class Parameter>
+consteval bool matches(ArgumentKind kind) {
+    if constexpr (std::is_same_v<Parameter, uint32_t>) {
+        return kind == ArgumentKind::number;
+    } else if constexpr (std::is_same_v<Parameter, uint32_t *>) {
+        return kind == ArgumentKind::outputNumber;
+    } else if constexpr (std::is_same_v<Parameter, const char *>) {
+        return kind == ArgumentKind::text || kind == ArgumentKind::inputBytes;
+    } else if constexpr (std::is_same_v<Parameter, const wchar_t *>) {
+        return kind == ArgumentKind::wideText;
+    } else if constexpr (std::is_same_v<Parameter, const void *>) {
+        return kind == ArgumentKind::inputBytes || kind == ArgumentKind::opaque;
+    } else if constexpr (std::is_same_v<Parameter, void *> || std::is_same_v<Parameter, char *>) {
+        return kind == ArgumentKind::outputBytes;
+    } else if constexpr (std::is_same_v<Parameter, OrxEnumCallback>) {
+        return kind == ArgumentKind::enumCallback;
+    } else if constexpr (std::is_same_v<Parameter, OrxAlertCallback>) {
+        return kind == ArgumentKind::alertCallback;
+    } else {
+        return std::is_same_v<Parameter, OrxNotificationCallback> && kind == ArgumentKind::notificationCallback;
+    }
+}
+
+/// A row of the table; does not compile when it differs from the prototype.
+template <class... Parameters, class... Arguments>
+consteval EntryPoint entryPoint(std::string_view name, uint32_t (*)(Parameters...), Arguments... arguments) {
+    static_assert(sizeof...(Parameters) == sizeof...(Arguments), "a row has as many arguments as the prototype");
+    static_assert(sizeof...(Parameters) <= mostWords);
+    if (!(matches<Parameters>(arguments.kind) && ...)) {
+        throw "the argument's kind does not match its type in comc.h";
+    }
+    const std::array<Argument, sizeof...(Arguments)> all{arguments...};
+    return {name, all};
+}
+
+constexpr EntryPoint table[] = {
+#define ORX_ENTRY_POINT(name, ...) entryPoint(#name, static_cast<decltype(&name)>(nullptr) __VA_OPT__(, ) __VA_ARGS__),
 #include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
 };
-static_assert(std::size(declarations) == entryPointCount);
-
-/// What people print and scan, and not what is said about it.
-constexpr std::pair<std::string_view, std::string_view> documents[] = {
-    {"OrxWritePrinter", "data"},
-    {"OrxExchangeDataScanner", "request"},
-    {"OrxExchangeDataScanner", "response"},
-};
-
-/// The pieces between the parentheses and commas, without blanks around them.
-std::vector<std::string_view> split(std::string_view list) {
-    std::vector<std::string_view> pieces;
-    list = list.substr(1, list.size() - 2);
-    while (!list.empty()) {
-        const auto comma = std::min(list.find(','), list.size());
-        auto piece = list.substr(0, comma);
-        piece.remove_prefix(std::min(piece.find_first_not_of(' '), piece.size()));
-        pieces.push_back(piece);
-        list.remove_prefix(std::min(comma + 1, list.size()));
-    }
-    return pieces;
-}
-
-/// A parameter's type, without the name behind it.
-std::string_view typeOf(std::string_view name, const std::vector<std::string_view> &parameters) {
-    for (const auto parameter : parameters) {
-        if (parameter.ends_with(name) && parameter.size() > name.size() &&
-            std::string_view(" *").find(parameter[parameter.size() - name.size() - 1]) != std::string_view::npos) {
-            auto type = parameter.substr(0, parameter.size() - name.size());
-            while (type.ends_with(' ')) {
-                type.remove_suffix(1);
-            }
-            return type;
-        }
-    }
-    return {};
-}
-
-/// Whether a number says how many bytes the pointer before it has.
-bool isByteCount(std::string_view type, std::string_view name) {
-    constexpr std::string_view endings[] = {"length", "Length", "size", "Size", "Count"};
-    return type == "uint32_t" && std::any_of(std::begin(endings), std::end(endings),
-                                             [name](std::string_view ending) { return name.ends_with(ending); });
-}
-
-ArgumentKind kindOf(std::string_view type, bool isCounted) {
-    if (type == "uint32_t") {
-        return ArgumentKind::number;
-    }
-    if (type == "OrxEnumCallback") {
-        return ArgumentKind::enumCallback;
-    }
-    if (type == "OrxAlertCallback") {
-        return ArgumentKind::alertCallback;
-    }
-    if (type == "OrxNotificationCallback") {
-        return ArgumentKind::notificationCallback;
-    }
-    if (type == "uint32_t *") {
-        return ArgumentKind::outputNumber;
-    }
-    if (isCounted) {
-        return type.starts_with("const ") ? ArgumentKind::inputBytes : ArgumentKind::outputBytes;
-    }
-    if (type == "const char *") {
-        return ArgumentKind::text;
-    }
-    return type == "const wchar_t *" ? ArgumentKind::wideText : ArgumentKind::opaque;
-}
-
-EntryPoint read(const Declaration &declaration) {
-    const auto parameters = split(declaration.parameters);
-    auto names = split(declaration.arguments);
-    EntryPoint entryPoint;
-    entryPoint.name = names.front().substr(1, names.front().size() - 2);
-    // What else stands in quotes is a name that the pattern needs, not an argument.
-    std::erase_if(names, [](std::string_view name) { return name.starts_with('"'); });
-    if (declaration.hasClient) {
-        entryPoint.arguments.push_back({"clientId", ArgumentKind::number});
-    }
-    for (size_t index = 0; index < names.size(); ++index) {
-        const auto name = names[index];
-        const auto next = index + 1 < names.size() ? names[index + 1] : std::string_view();
-        const auto kind = kindOf(typeOf(name, parameters), isByteCount(typeOf(next, parameters), next));
-        const std::pair<std::string_view, std::string_view> place(entryPoint.name, name);
-        const bool isDocument = std::find(std::begin(documents), std::end(documents), place) != std::end(documents);
-        entryPoint.arguments.push_back({std::string(name), kind, isDocument});
-    }
-    return entryPoint;
-}
+static_assert(std::size(table) == entryPointCount);
 
 } // namespace
 
@@ -128,20 +92,14 @@ std::string_view callbackName(ArgumentKind kind) noexcept {
     }
 }
 
-const std::vector<EntryPoint> &entryPoints() {
-    // Never destroyed: at the end of a process the service may be called when this library's destructors have run.
-    static const auto &all = *new std::vector<EntryPoint>([] {
-        std::vector<EntryPoint> table;
-        std::transform(std::begin(declarations), std::end(declarations), std::back_inserter(table), read);
-        return table;
-    }());
-    return all;
+std::span<const EntryPoint> entryPoints() noexcept {
+    return table;
 }
 
-const EntryPoint *findEntryPoint(std::string_view name) {
-    const auto &all = entryPoints();
-    const auto found = std::find_if(all.begin(), all.end(), [name](const auto &each) { return each.name == name; });
-    return found == all.end() ? nullptr : &*found;
+const EntryPoint *findEntryPoint(std::string_view name) noexcept {
+    const auto *const found =
+        std::find_if(std::begin(table), std::end(table), [name](const EntryPoint &each) { return each.name == name; });
+    return found == std::end(table) ? nullptr : found;
 }
 
-} // namespace spy
+} // namespace comc

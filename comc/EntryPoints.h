@@ -1,38 +1,52 @@
-/// What is known of the entry points of comc.dll: their arguments, and what of the caller's memory belongs to them.
+/// What is known of the entry points of comc.dll: their arguments, and which of the caller's memory belongs to them.
 #pragma once
 
 #include "comc/EntryPointIndex.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <span>
 #include <string_view>
-#include <vector>
 
-namespace spy {
+namespace comc {
 
-enum class ArgumentKind {
-    number,               ///< 32 bits; the client identifier and handles too
-    text,                 ///< up to a zero byte
-    wideText,             ///< up to a zero character
-    inputBytes,           ///< as many as the next argument says
-    outputBytes,          ///< room for as many as the next argument says; the one behind it receives their number
-    outputNumber,         ///< where the service puts 32 bits
+enum class ArgumentKind : uint8_t {
+    number,               ///< 32 bits; the client identifier and handles, too
+    text,                 ///< null-terminated
+    wideText,             ///< null-terminated UTF-16
+    inputBytes,           ///< the next argument is their number
+    outputBytes,          ///< the next argument is the buffer's size; the one after it receives the number of bytes
+    outputNumber,         ///< receives 32 bits from the service
     enumCallback,         ///< OrxEnumCallback
     alertCallback,        ///< OrxAlertCallback
     notificationCallback, ///< OrxNotificationCallback
-    opaque                ///< an address of which nothing more is known
+    opaque                ///< an address; nothing is known of the memory there
 };
 
 struct Argument {
-    std::string name;
-    ArgumentKind kind;
-    bool isDocument = false; ///< its bytes are what somebody prints or scans
+    std::string_view name;
+    ArgumentKind kind = ArgumentKind::opaque;
+    bool isDocument = false; ///< its bytes are printed or scanned data
 };
 
-struct EntryPoint {
-    std::string name;
-    std::vector<Argument> arguments;
+class EntryPoint {
+  public:
+    constexpr EntryPoint(std::string_view entryPointName, std::span<const Argument> arguments) noexcept
+        : name(entryPointName), argumentCount_(arguments.size()) {
+        std::copy(arguments.begin(), arguments.end(), arguments_.begin());
+    }
+
+    [[nodiscard]] constexpr std::span<const Argument> arguments() const noexcept {
+        return std::span(arguments_).first(argumentCount_);
+    }
+
+    std::string_view name;
+
+  private:
+    std::array<Argument, mostWords> arguments_;
+    size_t argumentCount_;
 };
 
 [[nodiscard]] constexpr bool isCallback(ArgumentKind kind) noexcept {
@@ -44,9 +58,9 @@ struct EntryPoint {
 [[nodiscard]] std::string_view callbackName(ArgumentKind kind) noexcept;
 
 /// All of them, in the order of EntryPointIndex.
-[[nodiscard]] const std::vector<EntryPoint> &entryPoints();
+[[nodiscard]] std::span<const EntryPoint> entryPoints() noexcept;
 
-/// Null when there is none of that name.
-[[nodiscard]] const EntryPoint *findEntryPoint(std::string_view name);
+/// Null for a name that is not an entry point's.
+[[nodiscard]] const EntryPoint *findEntryPoint(std::string_view name) noexcept;
 
-} // namespace spy
+} // namespace comc

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace spy {
+namespace recording {
 
 namespace {
 
@@ -138,25 +138,27 @@ Json Capture::wideText(uint64_t address) const {
     return isSound && high == 0 ? Json(text) : wholeBytes(units);
 }
 
-Json Capture::arguments(const EntryPoint &entryPoint, const Words &words, const PieceSink &pieces) const {
+Json Capture::arguments(const comc::EntryPoint &entryPoint, const Words &words, const PieceSink &pieces) const {
     Json values = Json::object();
-    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
-        const auto &argument = entryPoint.arguments[index];
+    const auto arguments = entryPoint.arguments();
+    for (size_t index = 0; index < arguments.size(); ++index) {
+        const auto &argument = arguments[index];
         const auto word = words[index];
         Json &value = values[argument.name];
-        if (argument.kind == ArgumentKind::number) {
+        if (argument.kind == comc::ArgumentKind::number) {
             value = narrow(word);
         } else if (word == 0) {
             value = nullptr;
-        } else if (argument.kind == ArgumentKind::text) {
+        } else if (argument.kind == comc::ArgumentKind::text) {
             value = text(word);
-        } else if (argument.kind == ArgumentKind::wideText) {
+        } else if (argument.kind == comc::ArgumentKind::wideText) {
             value = wideText(word);
-        } else if (argument.kind == ArgumentKind::inputBytes) {
+        } else if (argument.kind == comc::ArgumentKind::inputBytes) {
             value = bytes(argument.name, word, narrow(words[index + 1]), argument.isDocument, pieces);
-        } else if (argument.kind == ArgumentKind::outputBytes || argument.kind == ArgumentKind::outputNumber) {
+        } else if (argument.kind == comc::ArgumentKind::outputBytes ||
+                   argument.kind == comc::ArgumentKind::outputNumber) {
             value = {{"output", true}};
-        } else if (const auto number = isCallback(argument.kind) ? host_.callbackNumber(word, argument.kind) : 0;
+        } else if (const auto number = comc::isCallback(argument.kind) ? host_.callbackNumber(word, argument.kind) : 0;
                    number != 0) {
             value = {{"callback", number}};
         } else {
@@ -166,12 +168,12 @@ Json Capture::arguments(const EntryPoint &entryPoint, const Words &words, const 
     return values;
 }
 
-Json Capture::callbackArguments(ArgumentKind kind, const Words &words, const PieceSink &pieces) const {
+Json Capture::callbackArguments(comc::ArgumentKind kind, const Words &words, const PieceSink &pieces) const {
     Json values{{"handle", narrow(words[0])}};
-    if (kind == ArgumentKind::alertCallback) {
+    if (kind == comc::ArgumentKind::alertCallback) {
         values["alert"] = bytes("alert", words[1], narrow(words[2]), false, pieces);
         values["length"] = narrow(words[2]);
-    } else if (kind == ArgumentKind::notificationCallback) {
+    } else if (kind == comc::ArgumentKind::notificationCallback) {
         values["category"] = narrow(words[1]);
         values["notification"] = narrow(words[2]);
         const auto flag = content(words[3], sizeof(uint32_t));
@@ -188,25 +190,27 @@ Json Capture::callbackArguments(ArgumentKind kind, const Words &words, const Pie
     return values;
 }
 
-Capture::Before::Before(const Capture &capture, const EntryPoint &entryPoint, const Words &words) {
-    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
-        const auto kind = entryPoint.arguments[index].kind;
-        if (kind == ArgumentKind::outputNumber) {
+Capture::Before::Before(const Capture &capture, const comc::EntryPoint &entryPoint, const Words &words) {
+    const auto arguments = entryPoint.arguments();
+    for (size_t index = 0; index < arguments.size(); ++index) {
+        const auto kind = arguments[index].kind;
+        if (kind == comc::ArgumentKind::outputNumber) {
             contents_[index] = capture.content(words[index], sizeof(uint32_t));
-        } else if (kind == ArgumentKind::outputBytes) {
+        } else if (kind == comc::ArgumentKind::outputBytes) {
             contents_[index] =
                 capture.content(words[index], std::min<size_t>(narrow(words[index + 1]), mostInlineBytes));
         }
     }
 }
 
-Json Capture::outputs(const EntryPoint &entryPoint, const Words &words, const Before &before, bool succeeded,
+Json Capture::outputs(const comc::EntryPoint &entryPoint, const Words &words, const Before &before, bool succeeded,
                       const PieceSink &pieces) const {
     Json values = Json::object();
-    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
-        const auto &argument = entryPoint.arguments[index];
-        const bool isNumber = argument.kind == ArgumentKind::outputNumber;
-        if (words[index] == 0 || (!isNumber && argument.kind != ArgumentKind::outputBytes)) {
+    const auto arguments = entryPoint.arguments();
+    for (size_t index = 0; index < arguments.size(); ++index) {
+        const auto &argument = arguments[index];
+        const bool isNumber = argument.kind == comc::ArgumentKind::outputNumber;
+        if (words[index] == 0 || (!isNumber && argument.kind != comc::ArgumentKind::outputBytes)) {
             continue;
         }
         const auto &old = before.contents_[index];
@@ -235,4 +239,4 @@ Json Capture::outputs(const EntryPoint &entryPoint, const Words &words, const Be
     return values;
 }
 
-} // namespace spy
+} // namespace recording

@@ -12,9 +12,9 @@
 #include <string>
 #include <string_view>
 
-namespace spy {
+namespace recording {
 
-using Words = std::array<uint64_t, mostWords>;
+using Words = std::array<uint64_t, comc::mostWords>;
 
 /// A hash over bytes that come in pieces.
 class Digest {
@@ -31,7 +31,7 @@ struct CaptureHost {
     std::function<size_t(const void *address, size_t wanted)> readable;
     std::function<std::unique_ptr<Digest>()> newDigest;
     /// The number by which a recording knows a function of the client; 0 when it is none that can be called.
-    std::function<uint32_t(uint64_t address, ArgumentKind kind)> callbackNumber;
+    std::function<uint32_t(uint64_t address, comc::ArgumentKind kind)> callbackNumber;
 };
 
 /// Takes a piece of a buffer that is too large for one line.
@@ -54,25 +54,25 @@ class Capture {
     Capture(const CaptureHost &host, bool redacts) : host_(host), redacts_(redacts) {}
 
     /// What the service is handed.
-    [[nodiscard]] Json arguments(const EntryPoint &entryPoint, const Words &words, const PieceSink &pieces) const;
+    [[nodiscard]] Json arguments(const comc::EntryPoint &entryPoint, const Words &words, const PieceSink &pieces) const;
 
     /// A callback's arguments.
-    [[nodiscard]] Json callbackArguments(ArgumentKind kind, const Words &words, const PieceSink &pieces) const;
+    [[nodiscard]] Json callbackArguments(comc::ArgumentKind kind, const Words &words, const PieceSink &pieces) const;
 
     /// What is in the memory that the service may write to; to be made before the call.
     class Before {
       public:
-        Before(const Capture &capture, const EntryPoint &entryPoint, const Words &words);
+        Before(const Capture &capture, const comc::EntryPoint &entryPoint, const Words &words);
 
       private:
         friend class Capture;
-        std::array<std::string, mostWords> contents_;
+        std::array<std::string, comc::mostWords> contents_;
     };
 
     /// What the service wrote. After a success that is what it says it wrote; after a failure only what is another
     /// value than before, since what a caller left in its variables is no answer.
-    [[nodiscard]] Json outputs(const EntryPoint &entryPoint, const Words &words, const Before &before, bool succeeded,
-                               const PieceSink &pieces) const;
+    [[nodiscard]] Json outputs(const comc::EntryPoint &entryPoint, const Words &words, const Before &before,
+                               bool succeeded, const PieceSink &pieces) const;
 
   private:
     [[nodiscard]] Json bytes(std::string_view name, uint64_t address, size_t length, bool isDocument,
@@ -85,4 +85,4 @@ class Capture {
     bool redacts_;
 };
 
-} // namespace spy
+} // namespace recording

@@ -7,7 +7,7 @@
 #include <bcrypt.h>
 // clang-format on
 
-namespace spy {
+namespace recording {
 
 namespace {
 
@@ -78,4 +78,4 @@ std::unique_ptr<Digest> newSha256() {
     return std::make_unique<Sha256>();
 }
 
-} // namespace spy
+} // namespace recording

@@ -3,7 +3,7 @@
 
 #include "recording/Capture.h"
 
-namespace spy {
+namespace recording {
 
 /// How many bytes from the address on can be read now, at most so many as are wanted.
 [[nodiscard]] size_t readableBytes(const void *address, size_t wanted) noexcept;
@@ -14,4 +14,4 @@ namespace spy {
 /// SHA-256. A system that cannot compute it gives an empty hash.
 [[nodiscard]] std::unique_ptr<Digest> newSha256();
 
-} // namespace spy
+} // namespace recording

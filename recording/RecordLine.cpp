@@ -6,7 +6,7 @@
 #include <iterator>
 #include <limits>
 
-namespace spy {
+namespace recording {
 
 namespace {
 
@@ -133,16 +133,16 @@ Json valuesOf(const Json &json, const KindRow &row) {
 }
 
 void requireEntryPoint(const std::string &name) {
-    if (findEntryPoint(name) == nullptr) {
+    if (comc::findEntryPoint(name) == nullptr) {
         throw RecordingError("comc.dll has no entry point " + dump(name));
     }
 }
 
 void requireCallback(const std::string &kind) {
-    constexpr ArgumentKind known[] = {ArgumentKind::enumCallback, ArgumentKind::alertCallback,
-                                      ArgumentKind::notificationCallback};
+    constexpr comc::ArgumentKind known[] = {comc::ArgumentKind::enumCallback, comc::ArgumentKind::alertCallback,
+                                            comc::ArgumentKind::notificationCallback};
     if (std::none_of(std::begin(known), std::end(known),
-                     [&](ArgumentKind each) { return callbackName(each) == kind; })) {
+                     [&](comc::ArgumentKind each) { return comc::callbackName(each) == kind; })) {
         throw RecordingError("there is no callback " + dump(kind));
     }
 }
@@ -293,4 +293,4 @@ RecordEvent parseLine(std::string_view line) {
     return event;
 }
 
-} // namespace spy
+} // namespace recording

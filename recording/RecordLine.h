@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace spy {
+namespace recording {
 
 using Json = nlohmann::ordered_json;
 
@@ -79,4 +79,4 @@ struct RecordEvent {
 /// @throws RecordingError  when the text is not made of pairs of digits
 [[nodiscard]] std::string bytesOf(std::string_view hex);
 
-} // namespace spy
+} // namespace recording

@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <utility>
 
-namespace spy {
+namespace recording {
 
 namespace {
 
 bool isOutput(const std::string &entryPoint, const std::string &argument) {
-    const auto &arguments = findEntryPoint(entryPoint)->arguments;
-    return std::any_of(arguments.begin(), arguments.end(), [&](const Argument &each) {
-        return each.name == argument && each.kind == ArgumentKind::outputBytes;
+    const auto arguments = comc::findEntryPoint(entryPoint)->arguments();
+    return std::any_of(arguments.begin(), arguments.end(), [&](const comc::Argument &each) {
+        return each.name == argument && each.kind == comc::ArgumentKind::outputBytes;
     });
 }
 
@@ -104,4 +104,4 @@ Recording RecordingReader::finish() {
     return std::move(recording_);
 }
 
-} // namespace spy
+} // namespace recording

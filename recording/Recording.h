@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace spy {
+namespace recording {
 
 /// Takes the lines of a recording in order. What is wrong with a line is raised with the line's number before it, but
 /// for a last line that is cut off: a process that is ended by force leaves one, and everything before it counts.
@@ -85,4 +85,4 @@ class RecordingReader {
     RecordingParser parser_;
 };
 
-} // namespace spy
+} // namespace recording

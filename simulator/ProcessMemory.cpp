@@ -1,6 +1,6 @@
 #include "simulator/ProcessMemory.h"
 
-#include "simulator/EntryPointNames.h"
+#include "comc/EntryPoints.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -38,11 +38,10 @@ ProcessMemory::~ProcessMemory() {
 }
 
 uint32_t ProcessMemory::countCall(std::string_view entryPoint) noexcept {
-    const auto names = entryPointNames();
-    const auto index = static_cast<size_t>(std::find(names.begin(), names.end(), entryPoint) - names.begin());
-    static_assert(std::size(Content{}.calls) >= 100, "room for every entry point");
+    static_assert(std::size(Content{}.calls) >= comc::entryPointCount);
+    const comc::EntryPoint *const called = comc::findEntryPoint(entryPoint);
     const std::lock_guard hold(lock_);
-    return content_ && index < std::size(content_->calls) ? ++content_->calls[index] : 1;
+    return content_ && called != nullptr ? ++content_->calls[called - comc::entryPoints().data()] : 1;
 }
 
 bool ProcessMemory::isFirstReport() noexcept {

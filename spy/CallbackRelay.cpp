@@ -15,7 +15,7 @@ constexpr size_t mostRelays = 256;
 
 struct Relayed {
     AnyFunction *function;
-    ArgumentKind kind;
+    comc::ArgumentKind kind;
 };
 
 // Written once each, before the relay is handed out, and never taken back: a service may call late.
@@ -39,9 +39,9 @@ constexpr auto relays = allRelays(std::make_index_sequence<mostRelays>());
 
 } // namespace
 
-RelayedCallback relayFor(uint64_t function, ArgumentKind kind) noexcept {
+RelayedCallback relayFor(uint64_t function, comc::ArgumentKind kind) noexcept {
     const auto address = static_cast<uintptr_t>(function);
-    if (!isExecutable(reinterpret_cast<const void *>(address))) {
+    if (!recording::isExecutable(reinterpret_cast<const void *>(address))) {
         return {};
     }
     const Relayed wanted{reinterpret_cast<AnyFunction *>(address), kind};

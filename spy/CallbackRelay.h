@@ -16,9 +16,10 @@ struct RelayedCallback {
 
 /// The relay of a function, the same one whenever it is asked for. There is none for what is no function, and for more
 /// functions than the recorder has room for: those are handed to the service as they are.
-[[nodiscard]] RelayedCallback relayFor(uint64_t function, ArgumentKind kind) noexcept;
+[[nodiscard]] RelayedCallback relayFor(uint64_t function, comc::ArgumentKind kind) noexcept;
 
 /// What a relay does; the recorder's own. @param function  the client's, with the words that the service handed over
-uint64_t relayCallback(uint32_t number, ArgumentKind kind, AnyFunction *function, const uint64_t (&words)[mostWords]);
+uint64_t relayCallback(uint32_t number, comc::ArgumentKind kind, AnyFunction *function,
+                       const uint64_t (&words)[comc::mostWords]);
 
 } // namespace spy

@@ -4,7 +4,7 @@
 // Clients load and free comc.dll thousands of times in a process, and what the C++ library sets up a module (storage
 // for each thread, above all) is not given back with it. So nothing of that library is used here.
 #include "comc/EntryPointIndex.h"
-#include "spy/ExportTable.h"
+#include "platform/ExportTable.h"
 #include "spy/RecorderInterface.h"
 
 #include <cstddef>
@@ -18,10 +18,10 @@ using spy::AnyFunction;
 
 HMODULE service = nullptr;
 const spy::RecorderInterface *recorder = nullptr;
-AnyFunction *functions[spy::entryPointCount];
+AnyFunction *functions[comc::entryPointCount];
 
 constexpr const char *names[] = {
-#define ORX_ENTRY_POINT(name, client, parameters, arguments) #name,
+#define ORX_ENTRY_POINT(name, ...) #name,
 #include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
 };
@@ -79,10 +79,10 @@ bool attach(HMODULE self) noexcept {
         OutputDebugStringA("comc.dll spy: comc-real.dll, the real library, cannot be loaded\n");
         return false;
     }
-    for (size_t index = 0; index < spy::entryPointCount; ++index) {
+    for (size_t index = 0; index < comc::entryPointCount; ++index) {
         functions[index] = find<AnyFunction>(service, names[index]);
     }
-    spy::ExportTable(self).remove([](const char *name) { return GetProcAddress(service, name) == nullptr; });
+    kal::ExportTable(self).remove([](const char *name) { return GetProcAddress(service, name) == nullptr; });
     recorder = loadRecorder(self);
     if (recorder == nullptr) {
         OutputDebugStringA("comc.dll spy: comc-recorder.dll cannot be loaded, nothing is recorded\n");
@@ -99,7 +99,7 @@ void detach() noexcept {
     FreeLibrary(service);
 }
 
-uint64_t forward(spy::EntryPointIndex index, const uint64_t (&words)[spy::mostWords]) {
+uint64_t forward(comc::EntryPointIndex index, const uint64_t (&words)[comc::mostWords]) {
     auto *const function = functions[static_cast<size_t>(index)];
     if (recorder != nullptr) {
         return recorder->forward(static_cast<uint32_t>(index), function, words);
@@ -110,10 +110,10 @@ uint64_t forward(spy::EntryPointIndex index, const uint64_t (&words)[spy::mostWo
 } // namespace
 
 // The words behind an entry point's last argument are the caller's stack and are handed on as they are.
-#define ORX_ENTRY_POINT(name, client, parameters, arguments)                                                           \
+#define ORX_ENTRY_POINT(name, ...)                                                                                     \
     extern "C" __declspec(dllexport) uint64_t name(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,    \
                                                    uint64_t a5, uint64_t a6, uint64_t a7) {                            \
-        return forward(spy::EntryPointIndex::name, {a0, a1, a2, a3, a4, a5, a6, a7});                                  \
+        return forward(comc::EntryPointIndex::name, {a0, a1, a2, a3, a4, a5, a6, a7});                                 \
     }
 #include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT

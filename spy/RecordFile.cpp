@@ -116,13 +116,13 @@ bool RecordFile::open(const std::wstring &service) {
             break;
         }
     }
-    RecordingHeader header;
+    recording::RecordingHeader header;
     header.process = GetCurrentProcessId();
     header.program = narrowText(program);
     header.service = narrowText(service);
     header.started = startedText(now);
     header.redacted = settings_.redacts;
-    if (file_ == INVALID_HANDLE_VALUE || !append(composeHeader(header) + '\n')) {
+    if (file_ == INVALID_HANDLE_VALUE || !append(recording::composeHeader(header) + '\n')) {
         fail("the recording cannot be made");
         return false;
     }

@@ -65,7 +65,8 @@ class ProcessLock {
 class Recorder {
   public:
     explicit Recorder(HMODULE self)
-        : settings_(readSpySettings(self)), file_(settings_), host_{readableBytes, newSha256, numberOf},
+        : settings_(readSpySettings(self)),
+          file_(settings_), host_{recording::readableBytes, recording::newSha256, numberOf},
           capture(host_, settings_.redacts) {}
 
     [[nodiscard]] bool isRecording() const noexcept { return !file_.hasFailed(); }
@@ -74,14 +75,14 @@ class Recorder {
     void setService(HMODULE service) { serviceFile_ = moduleFile(service); }
 
     /// Time and thread are filled in: lines stand in the order of their times.
-    void write(RecordEvent event) {
+    void write(recording::RecordEvent event) {
         if (!lock_.acquire()) {
             return;
         }
         try {
             event.time = recordingTime();
             event.thread = GetCurrentThreadId();
-            file_.write(composeLine(event), serviceFile_);
+            file_.write(recording::composeLine(event), serviceFile_);
         } catch (const std::exception &) {
             file_.fail("there is no memory for the recording");
         }
@@ -91,10 +92,10 @@ class Recorder {
     [[nodiscard]] const Active *active() const noexcept { return static_cast<const Active *>(TlsGetValue(active_)); }
     void setActive(const Active *active) noexcept { TlsSetValue(active_, const_cast<Active *>(active)); }
 
-    [[nodiscard]] PieceSink piecesOf(uint64_t number, bool isOutput) {
+    [[nodiscard]] recording::PieceSink piecesOf(uint64_t number, bool isOutput) {
         return [this, number, isOutput](std::string_view argument, uint64_t offset, std::string hex) {
-            RecordEvent event;
-            event.kind = EventKind::bytes;
+            recording::RecordEvent event;
+            event.kind = recording::EventKind::bytes;
             event.number = number;
             event.argument = argument;
             event.isOutput = isOutput;
@@ -105,7 +106,7 @@ class Recorder {
     }
 
   private:
-    static uint32_t numberOf(uint64_t address, ArgumentKind kind) { return relayFor(address, kind).number; }
+    static uint32_t numberOf(uint64_t address, comc::ArgumentKind kind) { return relayFor(address, kind).number; }
 
     const SpySettings settings_;
     RecordFile file_;          // guarded by the lock
@@ -113,10 +114,10 @@ class Recorder {
     ProcessLock lock_;
     volatile LONG64 lastNumber_ = 0;
     const DWORD active_ = TlsAlloc();
-    const CaptureHost host_;
+    const recording::CaptureHost host_;
 
   public:
-    const Capture capture;
+    const recording::Capture capture;
 };
 
 /// Null when there is none: no memory for it. Never destroyed: the service is called until the process's last moment.
@@ -151,9 +152,9 @@ class Exchange {
   protected:
     Exchange() = default;
 
-    [[nodiscard]] RecordEvent newEvent(EventKind kind) {
+    [[nodiscard]] recording::RecordEvent newEvent(recording::EventKind kind) {
         active_ = {recorder->newNumber(), recorder->active()};
-        RecordEvent event;
+        recording::RecordEvent event;
         event.kind = kind;
         event.number = active_.number;
         if (active_.outer != nullptr) {
@@ -162,7 +163,7 @@ class Exchange {
         return event;
     }
 
-    void begin(RecordEvent event, EventKind endKind) {
+    void begin(recording::RecordEvent event, recording::EventKind endKind) {
         end_.kind = endKind;
         end_.number = event.number;
         end_.entryPoint = event.entryPoint;
@@ -183,9 +184,11 @@ class Exchange {
         recorder->write(std::move(end_));
     }
 
-    [[nodiscard]] PieceSink pieces(bool isOutput) const { return recorder->piecesOf(active_.number, isOutput); }
+    [[nodiscard]] recording::PieceSink pieces(bool isOutput) const {
+        return recorder->piecesOf(active_.number, isOutput);
+    }
 
-    RecordEvent end_;
+    recording::RecordEvent end_;
 
   private:
     Active active_{0, nullptr};
@@ -194,15 +197,15 @@ class Exchange {
 
 class CallExchange : public Exchange {
   public:
-    CallExchange(const EntryPoint &entryPoint, const Words &words) : entryPoint_(entryPoint) {
-        auto event = newEvent(EventKind::call);
+    CallExchange(const comc::EntryPoint &entryPoint, const recording::Words &words) : entryPoint_(entryPoint) {
+        auto event = newEvent(recording::EventKind::call);
         event.entryPoint = entryPoint_.name;
         event.values = recorder->capture.arguments(entryPoint_, words, pieces(false));
         before_.emplace(recorder->capture, entryPoint_, words);
-        begin(std::move(event), EventKind::callReturn);
+        begin(std::move(event), recording::EventKind::callReturn);
     }
 
-    void returned(const Words &words, uint32_t result, DWORD lastError) {
+    void returned(const recording::Words &words, uint32_t result, DWORD lastError) {
         answered(result);
         if (result != 0) {
             end_.lastError = lastError;
@@ -212,18 +215,18 @@ class CallExchange : public Exchange {
     }
 
   private:
-    const EntryPoint &entryPoint_;
-    std::optional<Capture::Before> before_;
+    const comc::EntryPoint &entryPoint_;
+    std::optional<recording::Capture::Before> before_;
 };
 
 class CallbackExchange : public Exchange {
   public:
-    CallbackExchange(uint32_t number, ArgumentKind kind, const Words &words) {
-        auto event = newEvent(EventKind::callback);
+    CallbackExchange(uint32_t number, comc::ArgumentKind kind, const recording::Words &words) {
+        auto event = newEvent(recording::EventKind::callback);
         event.callback = number;
-        event.callbackKind = callbackName(kind);
+        event.callbackKind = comc::callbackName(kind);
         event.values = recorder->capture.callbackArguments(kind, words, pieces(false));
-        begin(std::move(event), EventKind::callbackReturn);
+        begin(std::move(event), recording::EventKind::callbackReturn);
     }
 
     void returned(uint32_t result) {
@@ -232,15 +235,16 @@ class CallbackExchange : public Exchange {
     }
 };
 
-uint64_t callWith(AnyFunction *function, const Words &words) {
+uint64_t callWith(AnyFunction *function, const recording::Words &words) {
     return function(words[0], words[1], words[2], words[3], words[4], words[5], words[6], words[7]);
 }
 
 /// Lets the service call the client through relays.
-void putRelays(const EntryPoint &entryPoint, Words &words) noexcept {
-    for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
-        const auto kind = entryPoint.arguments[index].kind;
-        if (isCallback(kind) && words[index] != 0) {
+void putRelays(const comc::EntryPoint &entryPoint, recording::Words &words) noexcept {
+    const auto arguments = entryPoint.arguments();
+    for (size_t index = 0; index < arguments.size(); ++index) {
+        const auto kind = arguments[index].kind;
+        if (comc::isCallback(kind) && words[index] != 0) {
             if (auto *const relay = relayFor(words[index], kind).relay) {
                 words[index] = reinterpret_cast<uintptr_t>(relay);
             }
@@ -251,13 +255,13 @@ void putRelays(const EntryPoint &entryPoint, Words &words) noexcept {
 void loaded(HMODULE service, AnyFunction *const *functions) noexcept {
     quietly([&](Recorder &recording) {
         recording.setService(service);
-        RecordEvent event;
-        event.kind = EventKind::load;
+        recording::RecordEvent event;
+        event.kind = recording::EventKind::load;
         event.number = recording.newNumber();
-        event.values = Json::array();
-        for (size_t index = 0; index < entryPointCount; ++index) {
+        event.values = recording::Json::array();
+        for (size_t index = 0; index < comc::entryPointCount; ++index) {
             if (functions[index] == nullptr) {
-                event.values.push_back(entryPoints()[index].name);
+                event.values.push_back(comc::entryPoints()[index].name);
             }
         }
         recording.write(std::move(event));
@@ -266,19 +270,19 @@ void loaded(HMODULE service, AnyFunction *const *functions) noexcept {
 
 void unloading() noexcept {
     quietly([](Recorder &recording) {
-        RecordEvent event;
-        event.kind = EventKind::unload;
+        recording::RecordEvent event;
+        event.kind = recording::EventKind::unload;
         event.number = recording.newNumber();
         recording.write(std::move(event));
     });
 }
 
 uint64_t forward(uint32_t index, AnyFunction *function, const uint64_t *arguments) {
-    Words words;
+    recording::Words words;
     std::copy_n(arguments, words.size(), words.begin());
     std::optional<CallExchange> exchange;
     quietly([&](Recorder &) {
-        const auto &entryPoint = entryPoints()[index];
+        const auto &entryPoint = comc::entryPoints()[index];
         exchange.emplace(entryPoint, words);
         putRelays(entryPoint, words);
     });
@@ -294,9 +298,9 @@ constexpr RecorderInterface table{sizeof(RecorderInterface), loaded, unloading, 
 
 } // namespace
 
-uint64_t spy::relayCallback(uint32_t number, ArgumentKind kind, AnyFunction *function,
-                            const uint64_t (&arguments)[mostWords]) {
-    Words words;
+uint64_t spy::relayCallback(uint32_t number, comc::ArgumentKind kind, AnyFunction *function,
+                            const uint64_t (&arguments)[comc::mostWords]) {
+    recording::Words words;
     std::copy_n(arguments, words.size(), words.begin());
     std::optional<CallbackExchange> exchange;
     quietly([&](Recorder &) { exchange.emplace(number, kind, words); });

@@ -25,59 +25,56 @@ uint32_t printerCount = 1; ///< that an enumeration finds
 
 extern "C" {
 
-#define EXPORT __declspec(dllexport)
-
-EXPORT uint32_t OrxInitialize() {
+uint32_t OrxInitialize() {
     return 0;
 }
-EXPORT uint32_t OrxUninitialize() {
+uint32_t OrxUninitialize() {
     return 0;
 }
-EXPORT uint32_t OrxGetClientId(uint32_t *clientId, const char *) {
+uint32_t OrxGetClientId(uint32_t *clientId, const char *) {
     *clientId = 7;
     return 0;
 }
-EXPORT uint32_t OrxOpenPrinter(uint32_t, uint32_t) {
+uint32_t OrxOpenPrinter(uint32_t, uint32_t) {
     return 0;
 }
-EXPORT uint32_t OrxClosePrinter(uint32_t, uint32_t) {
+uint32_t OrxClosePrinter(uint32_t, uint32_t) {
     return 0;
 }
-EXPORT uint32_t OrxStartJobPrinter(uint32_t, uint32_t, uint32_t, const char *, const char *, const char *,
-                                   const char *) {
+uint32_t OrxStartJobPrinter(uint32_t, uint32_t, uint32_t, const char *, const char *, const char *, const char *) {
     return 0;
 }
-EXPORT uint32_t OrxEndJobPrinter(uint32_t, uint32_t) {
+uint32_t OrxEndJobPrinter(uint32_t, uint32_t) {
     return 0;
 }
-EXPORT uint32_t OrxCancelJobPrinter(uint32_t, uint32_t) {
+uint32_t OrxCancelJobPrinter(uint32_t, uint32_t) {
     return 0;
 }
-EXPORT uint32_t OrxWritePrinter(uint32_t, uint32_t, const void *, uint32_t byteCount, uint32_t *bytesWritten) {
+uint32_t OrxWritePrinter(uint32_t, uint32_t, const void *, uint32_t byteCount, uint32_t *bytesWritten) {
     *bytesWritten = byteCount;
     return 0;
 }
-EXPORT uint32_t OrxExchangeBidiPrinter(uint32_t, uint32_t, const void *, uint32_t, void *response,
-                                       uint32_t responseSize, uint32_t *returnedLength) {
+uint32_t OrxExchangeBidiPrinter(uint32_t, uint32_t, const void *, uint32_t, void *response, uint32_t responseSize,
+                                uint32_t *returnedLength) {
     *returnedLength = responseSize < 16 ? responseSize : 16;
     std::memset(response, 0x5A, *returnedLength);
     return 0;
 }
-EXPORT uint32_t OrxDiscovery(uint32_t, const char *, const char *) {
+uint32_t OrxDiscovery(uint32_t, const char *, const char *) {
     return 0;
 }
-EXPORT uint32_t OrxEnumPrinters(uint32_t, const char *, const char *, OrxEnumCallback callback) {
+uint32_t OrxEnumPrinters(uint32_t, const char *, const char *, OrxEnumCallback callback) {
     for (uint32_t printer = 0; printer < printerCount; ++printer) {
         callback(printer & 0xFFFF);
     }
     return 0;
 }
-EXPORT uint32_t OrxEnumSpecificPrinter(uint32_t, const char *, uint32_t *handle) {
+uint32_t OrxEnumSpecificPrinter(uint32_t, const char *, uint32_t *handle) {
     *handle = 3;
     return 0;
 }
-EXPORT uint32_t OrxGetStringPrinter(uint32_t, uint32_t, const char *descriptor, char *buffer, uint32_t size,
-                                    uint32_t *length) {
+uint32_t OrxGetStringPrinter(uint32_t, uint32_t, const char *descriptor, char *buffer, uint32_t size,
+                             uint32_t *length) {
     switch (descriptor[6]) { // behind "<Name>"
     case 'T':
         fill(buffer, size, length, "USB1");
@@ -90,50 +87,49 @@ EXPORT uint32_t OrxGetStringPrinter(uint32_t, uint32_t, const char *descriptor, 
         return 0;
     }
 }
-EXPORT uint32_t OrxGetByteArrayPrinter(uint32_t, uint32_t, const char *, void *buffer, uint32_t size,
-                                       uint32_t *length) {
+uint32_t OrxGetByteArrayPrinter(uint32_t, uint32_t, const char *, void *buffer, uint32_t size, uint32_t *length) {
     std::memset(buffer, 0, size);
     *length = size;
     return 0;
 }
-EXPORT uint32_t OrxSetByteArrayPrinter(uint32_t, uint32_t, const char *, const void *, uint32_t) {
+uint32_t OrxSetByteArrayPrinter(uint32_t, uint32_t, const char *, const void *, uint32_t) {
     return 0;
 }
-EXPORT uint32_t OrxSetJobStringPrinter(uint32_t, uint32_t, const char *, const char *) {
+uint32_t OrxSetJobStringPrinter(uint32_t, uint32_t, const char *, const char *) {
     return 0;
 }
-EXPORT uint32_t OrxGetCachePrinter(uint32_t, uint32_t, void *buffer, uint32_t size, uint32_t *length) {
+uint32_t OrxGetCachePrinter(uint32_t, uint32_t, void *buffer, uint32_t size, uint32_t *length) {
     *length = size < 32 ? size : 32;
     std::memset(buffer, 0xA5, *length);
     return 0;
 }
-EXPORT uint32_t OrxGetCurrentStatePrinter(uint32_t, uint32_t, uint32_t *state) {
+uint32_t OrxGetCurrentStatePrinter(uint32_t, uint32_t, uint32_t *state) {
     *state = ORX_PRINTER_IDLE_AND_OKAY;
     return 0;
 }
-EXPORT uint32_t OrxRegisterForAlertsPrinter(uint32_t, uint32_t, uint32_t, OrxAlertCallback callback) {
+uint32_t OrxRegisterForAlertsPrinter(uint32_t, uint32_t, uint32_t, OrxAlertCallback callback) {
     alertCallback = callback;
     return 0;
 }
-EXPORT uint32_t OrxUnregisterForAlertsPrinter(uint32_t, uint32_t) {
+uint32_t OrxUnregisterForAlertsPrinter(uint32_t, uint32_t) {
     return 0;
 }
-EXPORT uint32_t OrxRegisterForNotificationsPrinter(uint32_t, uint32_t, uint32_t, OrxNotificationCallback callback) {
+uint32_t OrxRegisterForNotificationsPrinter(uint32_t, uint32_t, uint32_t, OrxNotificationCallback callback) {
     notificationCallback = callback;
     return 0;
 }
-EXPORT uint32_t OrxUnregisterForNotificationsPrinter(uint32_t, uint32_t) {
+uint32_t OrxUnregisterForNotificationsPrinter(uint32_t, uint32_t) {
     return 0;
 }
 
 /// For the benches.
-EXPORT void BenchSetPrinterCount(uint32_t count) {
+__declspec(dllexport) void BenchSetPrinterCount(uint32_t count) {
     printerCount = count;
 }
-EXPORT OrxAlertCallback BenchAlertCallback() {
+__declspec(dllexport) OrxAlertCallback BenchAlertCallback() {
     return alertCallback;
 }
-EXPORT OrxNotificationCallback BenchNotificationCallback() {
+__declspec(dllexport) OrxNotificationCallback BenchNotificationCallback() {
     return notificationCallback;
 }
 

@@ -1,6 +1,6 @@
 #include "simulator/configuration/Configuration.h"
 
-#include "simulator/EntryPointNames.h"
+#include "comc/EntryPoints.h"
 #include "simulator/configuration/AlertFormat.h"
 #include "simulator/configuration/NotificationNames.h"
 
@@ -326,7 +326,7 @@ Misbehaviour readMisbehaviour(const Reader &reader, const JsonValue &value) {
 
 void readMisbehaviours(const Reader &reader, const JsonValue &value, Configuration &configuration) {
     for (const auto &[name, rules] : reader.object(value, "\"entryPoints\"")) {
-        if (!isEntryPoint(name)) {
+        if (comc::findEntryPoint(name) == nullptr) {
             reader.fail(rules, "there is no entry point \"" + name + "\"");
         }
         auto &target = configuration.entryPoints[name];

@@ -1,6 +1,6 @@
+#include "platform/ExportTable.h"
 #include "simulator/entry/Answer.h"
 #include "simulator/replay/Replay.h"
-#include "spy/ExportTable.h"
 
 using namespace simulator;
 
@@ -15,7 +15,7 @@ void removeMissingEntryPoints() noexcept {
         const bool isAnyMissing = std::any_of(entryPoints.begin(), entryPoints.end(),
                                               [](const auto &rules) { return isMissing(rules.second); });
         if (isAnyMissing) {
-            spy::ExportTable(thisModule).remove([&](const char *name) {
+            kal::ExportTable(thisModule).remove([&](const char *name) {
                 const auto found = entryPoints.find(name);
                 return found != entryPoints.end() && isMissing(found->second);
             });

@@ -1,11 +1,11 @@
 #include "simulator/replay/Replay.h"
 
 #include "comc/comc.h"
+#include "platform/ExportTable.h"
 #include "recording/ProcessCapture.h"
 #include "simulator/Log.h"
 #include "simulator/configuration/ConfigurationFile.h"
 #include "simulator/replay/ReplayPlan.h"
-#include "spy/ExportTable.h"
 
 #include <algorithm>
 #include <chrono>
@@ -23,9 +23,12 @@ namespace simulator {
 
 namespace {
 
-using spy::ArgumentKind;
-using spy::RecordedCall;
-using spy::RecordedCallback;
+using comc::ArgumentKind;
+using comc::EntryPoint;
+using recording::Json;
+using recording::RecordedCall;
+using recording::RecordedCallback;
+using recording::Words;
 using Clock = std::chrono::steady_clock;
 
 /// For a call that the recording does not know: no code that a service gives for anything else.
@@ -44,27 +47,29 @@ std::string shortened(std::string text) {
 }
 
 /// The numbers and bytes of a recorded value, made to what the recording says they were.
-uint32_t numberOf(const spy::Json &values, const char *name) {
+uint32_t numberOf(const Json &values, const std::string &name) {
     const auto found = values.find(name);
     return found != values.end() && found->is_number_unsigned() ? found->get<uint32_t>() : 0;
 }
 
 class Replay {
   public:
-    Replay(spy::Recording recording, const std::filesystem::path &spool)
-        : plan_(std::move(recording)), log_(spool / "simulator.log"), host_{spy::readableBytes, spy::newSha256,
-                                                                            [](uint64_t, ArgumentKind) { return 1u; }},
+    Replay(recording::Recording recording, const std::filesystem::path &spool)
+        : plan_(std::move(recording)),
+          log_(spool / "simulator.log"), host_{recording::readableBytes, recording::newSha256,
+                                               [](uint64_t, ArgumentKind) { return 1u; }},
           capture_(host_, plan_.header().redacted) {}
 
     [[nodiscard]] const ReplayPlan &plan() const noexcept { return plan_; }
 
-    uint32_t answer(const spy::EntryPoint &entryPoint, const spy::Words &words) {
+    uint32_t answer(const EntryPoint &entryPoint, const Words &words) {
+        const std::string name(entryPoint.name);
         const auto arguments = capture_.arguments(entryPoint, words, [](auto, auto, const auto &) {});
         std::unique_lock hold(lock_);
-        const auto *const call = plan_.take(entryPoint.name, arguments);
+        const auto *const call = plan_.take(name, arguments);
         if (call == nullptr) {
-            const bool isKnown = plan_.knows(entryPoint.name, arguments);
-            tell((isKnown ? "was not made so often in the recording: " : "is not in the recording: ") + entryPoint.name,
+            const bool isKnown = plan_.knows(name, arguments);
+            tell((isKnown ? "was not made so often in the recording: " : "is not in the recording: ") + name,
                  arguments);
             return noMatch;
         }
@@ -79,13 +84,13 @@ class Replay {
         }
         hold.lock();
         happened_[{call, true}] = Clock::now();
-        if (entryPoint.name == "OrxUninitialize") {
+        if (name == "OrxUninitialize") {
             functions_.clear(); // as a service forgets who registered
         }
         changed_.notify_all();
         hold.unlock();
         if (!call->end || call->end->raised) {
-            tell("has no answer in the recording: " + entryPoint.name, arguments);
+            tell("has no answer in the recording: " + name, arguments);
             return noMatch;
         }
         handOut(entryPoint, *call, words);
@@ -96,19 +101,20 @@ class Replay {
     }
 
   private:
-    void tell(const std::string &what, const spy::Json &arguments) {
+    void tell(const std::string &what, const Json &arguments) {
         log_.write("replay: the call " + what +
-                   shortened(arguments.dump(-1, ' ', false, spy::Json::error_handler_t::replace)) + ", answers " +
+                   shortened(arguments.dump(-1, ' ', false, Json::error_handler_t::replace)) + ", answers " +
                    std::to_string(noMatch));
     }
 
     /// Under the lock: which of the client's functions the recording means by its numbers.
-    void noteFunctions(const spy::EntryPoint &entryPoint, const RecordedCall &call, const spy::Words &words) {
-        for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
-            const auto &argument = entryPoint.arguments[index];
-            if (isCallback(argument.kind) && words[index] != 0) {
-                functions_[numberOf(call.begin.values.value(argument.name, spy::Json::object()), "callback")] =
-                    words[index];
+    void noteFunctions(const EntryPoint &entryPoint, const RecordedCall &call, const Words &words) {
+        const auto arguments = entryPoint.arguments();
+        for (size_t index = 0; index < arguments.size(); ++index) {
+            const auto &argument = arguments[index];
+            if (comc::isCallback(argument.kind) && words[index] != 0) {
+                const auto recorded = call.begin.values.value(std::string(argument.name), Json::object());
+                functions_[numberOf(recorded, "callback")] = words[index];
             }
         }
     }
@@ -174,9 +180,9 @@ class Replay {
         }
         auto *const function = reinterpret_cast<void *>(static_cast<uintptr_t>(address));
         const auto handle = numberOf(values, "handle");
-        if (callback.begin.callbackKind == spy::callbackName(ArgumentKind::enumCallback)) {
+        if (callback.begin.callbackKind == comc::callbackName(ArgumentKind::enumCallback)) {
             reinterpret_cast<OrxEnumCallback>(function)(handle);
-        } else if (callback.begin.callbackKind == spy::callbackName(ArgumentKind::alertCallback)) {
+        } else if (callback.begin.callbackKind == comc::callbackName(ArgumentKind::alertCallback)) {
             const auto alert = bytesOf(values, "alert", callback.arguments);
             const auto length = numberOf(values, "length");
             reinterpret_cast<OrxAlertCallback>(function)(
@@ -192,32 +198,34 @@ class Replay {
     }
 
     /// Bytes of a recorded buffer; zeros where they were redacted; nothing for a null pointer.
-    static std::optional<std::string> bytesOf(const spy::Json &values, const std::string &name,
+    static std::optional<std::string> bytesOf(const Json &values, const std::string &name,
                                               const std::map<std::string, std::string> &pieces) {
         const auto found = values.find(name);
         if (found == values.end() || !found->is_object()) {
             return std::nullopt;
         }
         if (found->contains("hex")) {
-            return spy::bytesOf((*found)["hex"].get<std::string>());
+            return recording::bytesOf((*found)["hex"].get<std::string>());
         }
         const auto piece = pieces.find(name);
         return piece != pieces.end() ? piece->second : std::string(numberOf(*found, "length"), '\0');
     }
 
-    static void handOut(const spy::EntryPoint &entryPoint, const RecordedCall &call, const spy::Words &words) {
+    static void handOut(const EntryPoint &entryPoint, const RecordedCall &call, const Words &words) {
         const auto &outputs = call.end->values;
-        for (size_t index = 0; index < entryPoint.arguments.size(); ++index) {
-            const auto &argument = entryPoint.arguments[index];
+        const auto arguments = entryPoint.arguments();
+        for (size_t index = 0; index < arguments.size(); ++index) {
+            const auto &argument = arguments[index];
             auto *const target = reinterpret_cast<void *>(static_cast<uintptr_t>(words[index]));
-            if (target == nullptr || !outputs.contains(argument.name)) {
+            const std::string name(argument.name);
+            if (target == nullptr || !outputs.contains(name)) {
                 continue;
             }
             if (argument.kind == ArgumentKind::outputNumber) {
-                const auto number = numberOf(outputs, argument.name.c_str());
+                const auto number = numberOf(outputs, name);
                 std::memcpy(target, &number, sizeof number);
             } else if (argument.kind == ArgumentKind::outputBytes) {
-                const auto bytes = bytesOf(outputs, argument.name, call.outputs).value_or("");
+                const auto bytes = bytesOf(outputs, name, call.outputs).value_or("");
                 const auto room = static_cast<uint32_t>(words[index + 1]);
                 std::memcpy(target, bytes.data(), std::min<size_t>(bytes.size(), room));
             }
@@ -226,8 +234,8 @@ class Replay {
 
     ReplayPlan plan_;
     Log log_;
-    const spy::CaptureHost host_;
-    const spy::Capture capture_;
+    const recording::CaptureHost host_;
+    const recording::Capture capture_;
 
     std::mutex lock_; // guards the plan's taking and the rest
     std::condition_variable changed_;
@@ -242,40 +250,40 @@ class Replay {
 Replay *replay = nullptr;
 bool isBroken = false;
 
-uint64_t answerFromRecording(spy::EntryPointIndex index, const spy::Words &words) noexcept {
+uint64_t answerFromRecording(comc::EntryPointIndex index, const Words &words) noexcept {
     if (isBroken) {
         // As with any configuration that cannot be used: a failure of the first call would hide the cause.
-        return index == spy::EntryPointIndex::OrxInitialize ? ERROR_SUCCESS : ERROR_INVALID_DATA;
+        return index == comc::EntryPointIndex::OrxInitialize ? ERROR_SUCCESS : ERROR_INVALID_DATA;
     }
     try {
-        return replay->answer(spy::entryPoints()[static_cast<size_t>(index)], words);
+        return replay->answer(comc::entryPoints()[static_cast<size_t>(index)], words);
     } catch (const std::exception &) {
         return ERROR_GEN_FAILURE;
     }
 }
 
-template <spy::EntryPointIndex Index>
+template <comc::EntryPointIndex Index>
 uint64_t replayed(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5, uint64_t a6,
                   uint64_t a7) {
     return answerFromRecording(Index, {a0, a1, a2, a3, a4, a5, a6, a7});
 }
 
 const void *targetOf(std::string_view name) noexcept {
-#define ORX_ENTRY_POINT(entryPoint, client, parameters, arguments)                                                     \
+#define ORX_ENTRY_POINT(entryPoint, ...)                                                                               \
     if (name == #entryPoint) {                                                                                         \
-        return reinterpret_cast<const void *>(&replayed<spy::EntryPointIndex::entryPoint>);                            \
+        return reinterpret_cast<const void *>(&replayed<comc::EntryPointIndex::entryPoint>);                           \
     }
 #include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
     return nullptr;
 }
 
-spy::Recording readRecording(const std::filesystem::path &file) {
+recording::Recording readRecording(const std::filesystem::path &file) {
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
-        throw spy::RecordingError("the file cannot be read");
+        throw recording::RecordingError("the file cannot be read");
     }
-    spy::RecordingReader reader;
+    recording::RecordingReader reader;
     for (std::string line; std::getline(stream, line);) {
         reader.add(line);
     }
@@ -295,7 +303,7 @@ bool startReplay(HMODULE module) {
     const auto name = loaded.replay->u8string();
     const std::string shownName(name.begin(), name.end());
     Log log(loaded.spool / "simulator.log");
-    const spy::ExportTable exports(module);
+    const kal::ExportTable exports(module);
     try {
         auto recording = readRecording(*loaded.replay);
         log.write("replay of " + shownName + ": " + std::to_string(recording.calls.size()) + " calls, " +

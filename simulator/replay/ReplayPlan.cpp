@@ -7,7 +7,7 @@ namespace simulator {
 namespace {
 
 /// Addresses and functions are other ones in each run.
-std::string keyOf(const std::string &entryPoint, const spy::Json &arguments) {
+std::string keyOf(const std::string &entryPoint, const recording::Json &arguments) {
     auto comparable = arguments;
     for (auto &value : comparable) {
         for (const char *name : {"address", "callback"}) {
@@ -16,12 +16,12 @@ std::string keyOf(const std::string &entryPoint, const spy::Json &arguments) {
             }
         }
     }
-    return entryPoint + comparable.dump(-1, ' ', false, spy::Json::error_handler_t::replace);
+    return entryPoint + comparable.dump(-1, ' ', false, recording::Json::error_handler_t::replace);
 }
 
 } // namespace
 
-ReplayPlan::ReplayPlan(spy::Recording recording) : recording_(std::move(recording)) {
+ReplayPlan::ReplayPlan(recording::Recording recording) : recording_(std::move(recording)) {
     for (const auto &call : recording_.calls) {
         calls_[keyOf(call.begin.entryPoint, call.begin.values)].push_back(&call);
     }
@@ -59,7 +59,7 @@ bool ReplayPlan::isMissing(const std::string &entryPoint) const {
     return std::find(missing.begin(), missing.end(), entryPoint) != missing.end();
 }
 
-const spy::RecordedCall *ReplayPlan::take(const std::string &entryPoint, const spy::Json &arguments) {
+const recording::RecordedCall *ReplayPlan::take(const std::string &entryPoint, const recording::Json &arguments) {
     const auto found = calls_.find(keyOf(entryPoint, arguments));
     if (found == calls_.end() || found->second.empty()) {
         return nullptr;
@@ -69,12 +69,13 @@ const spy::RecordedCall *ReplayPlan::take(const std::string &entryPoint, const s
     return call;
 }
 
-bool ReplayPlan::knows(const std::string &entryPoint, const spy::Json &arguments) const {
+bool ReplayPlan::knows(const std::string &entryPoint, const recording::Json &arguments) const {
     return calls_.contains(keyOf(entryPoint, arguments));
 }
 
-std::vector<const spy::RecordedCallback *> ReplayPlan::callbacksWithin(const spy::RecordedCall &call) const {
-    std::vector<const spy::RecordedCallback *> found;
+std::vector<const recording::RecordedCallback *>
+ReplayPlan::callbacksWithin(const recording::RecordedCall &call) const {
+    std::vector<const recording::RecordedCallback *> found;
     const auto [first, last] = within_.equal_range(call.begin.number);
     std::transform(first, last, std::back_inserter(found), [](const auto &each) { return each.second; });
     return found;

@@ -5,7 +5,8 @@
 #include <cstring>
 #include <vector>
 
-using namespace spy;
+using namespace comc;
+using namespace recording;
 
 namespace {
 

@@ -199,7 +199,7 @@ TEST_F(SpyTest, MissingEntryPointIsMissing) {
     EXPECT_EQ(GetProcAddress(module, "OrxStartJobPrinterW"), nullptr);
     EXPECT_EQ(GetProcAddress(module, "OrxInitialize"), nullptr);
     EXPECT_NE(GetProcAddress(module, "OrxStartJobPrinter"), nullptr);
-    EXPECT_EQ(recording().loads.back().values, ::spy::Json::array({"OrxInitialize", "OrxStartJobPrinterW"}));
+    EXPECT_EQ(recording().loads.back().values, recording::Json::array({"OrxInitialize", "OrxStartJobPrinterW"}));
 }
 
 TEST_F(SpyTest, EntryPointThatComesBackIsThereAgain) {

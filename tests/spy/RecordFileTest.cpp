@@ -50,10 +50,10 @@ class RecordFile : public testing::Test {
         return status;
     }
 
-    ::spy::Recording only(const std::filesystem::path &where) {
+    recording::Recording only(const std::filesystem::path &where) {
         const auto files = recordingsIn(where);
         EXPECT_THAT(files, SizeIs(1));
-        return files.empty() ? ::spy::Recording() : readRecording(files.front());
+        return files.empty() ? recording::Recording() : readRecording(files.front());
     }
 
     TemporaryFolder folder;

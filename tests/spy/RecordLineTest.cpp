@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-using namespace spy;
+using namespace recording;
 using testing::HasSubstr;
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace spy;
+using namespace recording;
 
 namespace {
 

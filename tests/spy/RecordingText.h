@@ -8,16 +8,16 @@
 
 namespace kal::test {
 
-using ::spy::Json;
+using recording::Json;
 
 /// Composes the lines of a recording; each event is a millisecond later than the one before it.
 class RecordingText {
   public:
     explicit RecordingText(bool redacted = false)
-        : lines{::spy::composeHeader({1, "app.exe", "comc-real.dll", "2012-03-05T14:07:09.000000Z", redacted})} {}
+        : lines{recording::composeHeader({1, "app.exe", "comc-real.dll", "2012-03-05T14:07:09.000000Z", redacted})} {}
 
     uint64_t call(const std::string &entryPoint, Json arguments) {
-        auto event = next(::spy::EventKind::call, ++number_);
+        auto event = next(recording::EventKind::call, ++number_);
         event.entryPoint = entryPoint;
         event.values = std::move(arguments);
         if (!within.empty()) {
@@ -27,7 +27,7 @@ class RecordingText {
         return event.number;
     }
     void answer(uint64_t number, const std::string &entryPoint, uint32_t result, Json outputs = Json::object()) {
-        auto event = next(::spy::EventKind::callReturn, number);
+        auto event = next(recording::EventKind::callReturn, number);
         event.entryPoint = entryPoint;
         event.result = result;
         if (result != 0) {
@@ -43,24 +43,24 @@ class RecordingText {
     /// A callback and its answer, within the call when there is one.
     void callback(const std::string &kind, uint32_t function, Json arguments, uint32_t result = 0,
                   std::optional<uint64_t> inCall = {}) {
-        auto event = next(::spy::EventKind::callback, ++number_);
+        auto event = next(recording::EventKind::callback, ++number_);
         event.callback = function;
         event.callbackKind = kind;
         event.values = std::move(arguments);
         event.within = inCall;
         add(event);
-        auto end = next(::spy::EventKind::callbackReturn, event.number);
+        auto end = next(recording::EventKind::callbackReturn, event.number);
         end.result = result;
         add(end);
     }
     void load(Json missing = Json::array()) {
-        auto event = next(::spy::EventKind::load, ++number_);
+        auto event = next(recording::EventKind::load, ++number_);
         event.values = std::move(missing);
         add(event);
     }
 
-    [[nodiscard]] ::spy::Recording read() const {
-        ::spy::RecordingReader reader;
+    [[nodiscard]] recording::Recording read() const {
+        recording::RecordingReader reader;
         for (const auto &line : lines) {
             reader.add(line);
         }
@@ -79,15 +79,15 @@ class RecordingText {
     uint32_t thread = 9;
 
   private:
-    ::spy::RecordEvent next(::spy::EventKind kind, uint64_t number) {
-        ::spy::RecordEvent event;
+    recording::RecordEvent next(recording::EventKind kind, uint64_t number) {
+        recording::RecordEvent event;
         event.kind = kind;
         event.number = number;
         event.thread = thread;
         event.time = time_ += 1000;
         return event;
     }
-    void add(const ::spy::RecordEvent &event) { lines.push_back(::spy::composeLine(event)); }
+    void add(const recording::RecordEvent &event) { lines.push_back(recording::composeLine(event)); }
 
     uint64_t number_ = 0;
     int64_t time_ = 0;

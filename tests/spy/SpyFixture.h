@@ -16,8 +16,8 @@
 namespace kal::test {
 
 /// The recording in a folder that has one.
-inline ::spy::Recording readRecording(const std::filesystem::path &file) {
-    ::spy::RecordingReader reader;
+inline recording::Recording readRecording(const std::filesystem::path &file) {
+    recording::RecordingReader reader;
     std::ifstream lines(file, std::ios::binary);
     for (std::string line; std::getline(lines, line);) {
         reader.add(line);
@@ -58,16 +58,16 @@ class SpyTest : public testing::Test {
     }
     static uint64_t word(const void *pointer) { return reinterpret_cast<uintptr_t>(pointer); }
 
-    static ::spy::Recording recording() {
+    static recording::Recording recording() {
         const auto files = recordingsIn(programFolder() / "recordings");
-        return files.empty() ? ::spy::Recording() : readRecording(files.back());
+        return files.empty() ? recording::Recording() : readRecording(files.back());
     }
-    std::vector<::spy::RecordedCall> calls() const {
+    std::vector<recording::RecordedCall> calls() const {
         auto all = recording().calls;
         all.erase(all.begin(), all.begin() + static_cast<ptrdiff_t>(before_));
         return all;
     }
-    std::vector<::spy::RecordedCallback> callbacks() const {
+    std::vector<recording::RecordedCallback> callbacks() const {
         auto all = recording().callbacks;
         all.erase(all.begin(), all.begin() + static_cast<ptrdiff_t>(callbacksBefore_));
         return all;

@@ -18,7 +18,7 @@ namespace {
 std::string shown(const RecordingText &recording, tool::SpyFilter filter = {}) {
     tool::SpyView view(std::move(filter));
     std::string text;
-    ::spy::RecordingParser parser([&](const ::spy::RecordEvent &event) { text += view.show(event); });
+    recording::RecordingParser parser([&](const recording::RecordEvent &event) { text += view.show(event); });
     for (const auto &line : recording.lines) {
         parser.add(line);
     }
@@ -28,7 +28,7 @@ std::string shown(const RecordingText &recording, tool::SpyFilter filter = {}) {
 std::vector<Json> objects(const RecordingText &recording, tool::SpyFilter filter = {}) {
     tool::SpyObjects composer(std::move(filter));
     std::vector<Json> found;
-    ::spy::RecordingParser parser([&](const ::spy::RecordEvent &event) {
+    recording::RecordingParser parser([&](const recording::RecordEvent &event) {
         if (auto object = composer.add(event); !object.is_null()) {
             found.push_back(std::move(object));
         }
@@ -54,8 +54,9 @@ RecordingText enumeration() {
 Json timelineOf(const RecordingText &recording) {
     std::string text;
     tool::SpyTimeline timeline([&](std::string_view piece) { text += piece; });
-    const ::spy::RecordingParser *self = nullptr;
-    ::spy::RecordingParser parser([&](const ::spy::RecordEvent &event) { timeline.add(event, self->header()); });
+    const recording::RecordingParser *self = nullptr;
+    recording::RecordingParser parser(
+        [&](const recording::RecordEvent &event) { timeline.add(event, self->header()); });
     self = &parser;
     for (const auto &line : recording.lines) {
         parser.add(line);

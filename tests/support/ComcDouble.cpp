@@ -30,14 +30,14 @@ uint32_t handOver(EntryPoint entryPoint, const uint64_t *arguments) {
 
 // All entry points read eight arguments, whatever the caller passed: the words behind the last real one are the
 // caller's stack and are recorded as they are.
-#define ORX_ENTRY_POINT(name, kinds)                                                                                   \
+#define EXPECTED_ENTRY_POINT(name, kinds)                                                                              \
     extern "C" __declspec(dllexport) uint32_t name(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,    \
                                                    uint64_t a5, uint64_t a6, uint64_t a7) {                            \
         const uint64_t arguments[kal::test::recordedArguments] = {a0, a1, a2, a3, a4, a5, a6, a7};                     \
         return handOver(EntryPoint::name, arguments);                                                                  \
     }
 #include "tests/support/ExpectedEntryPoints.inc"
-#undef ORX_ENTRY_POINT
+#undef EXPECTED_ENTRY_POINT
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {

@@ -17,9 +17,9 @@ struct EntryPointRow {
 };
 
 constexpr EntryPointRow entryPoints[] = {
-#define ORX_ENTRY_POINT(name, kinds) {#name, kinds},
+#define EXPECTED_ENTRY_POINT(name, kinds) {#name, kinds},
 #include "tests/support/ExpectedEntryPoints.inc"
-#undef ORX_ENTRY_POINT
+#undef EXPECTED_ENTRY_POINT
 };
 
 const EntryPointRow &rowOf(std::string_view name) {

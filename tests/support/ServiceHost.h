@@ -9,9 +9,9 @@
 namespace kal::test {
 
 enum class EntryPoint : uint32_t {
-#define ORX_ENTRY_POINT(name, kinds) name,
+#define EXPECTED_ENTRY_POINT(name, kinds) name,
 #include "tests/support/ExpectedEntryPoints.inc"
-#undef ORX_ENTRY_POINT
+#undef EXPECTED_ENTRY_POINT
     count
 };
 

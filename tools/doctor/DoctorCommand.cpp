@@ -1,5 +1,6 @@
 #include "tools/CommandLine.h"
 
+#include "comc/EntryPointIndex.h"
 #include "tools/File.h"
 #include "tools/Terminal.h"
 #include "tools/doctor/DoctorReport.h"
@@ -143,7 +144,7 @@ void examineService(DoctorReport &report, const LogLocation &location) {
     report.ok("comc.dll", path + ", version " + fileVersion(path).value_or("unknown"));
     const auto missing = service.missingEntryPoints();
     if (missing.empty()) {
-        report.ok("entry points", "all " + std::to_string(entryPointNames().size()) + " are there");
+        report.ok("entry points", "all " + std::to_string(comc::entryPointCount) + " are there");
     } else {
         std::string names;
         for (const std::string_view name : missing) {

@@ -1,27 +1,11 @@
 #include "tools/doctor/ServiceLibrary.h"
 
+#include "comc/EntryPoints.h"
 #include "tools/text/Text.h"
 
 namespace tool {
 
 namespace {
-
-/// Arguments of each operation as they are written in the table; the entry point, where there is one, comes first.
-constexpr std::string_view operationArguments[] = {
-#define ORX_OPERATION(slot, operation, pattern, parameters, arguments) #arguments,
-#include "service/OrxOperations.inc"
-#undef ORX_OPERATION
-};
-
-/// The name in ("OrxClosePrinter", handle); "" where an operation of its own stands instead.
-constexpr std::string_view entryPointOf(std::string_view arguments) {
-    constexpr std::string_view opening = "(\"";
-    if (!arguments.starts_with(opening)) {
-        return {};
-    }
-    arguments.remove_prefix(opening.size());
-    return arguments.substr(0, arguments.find('"'));
-}
 
 constexpr const char *initializeName = "OrxInitialize";
 constexpr const char *uninitializeName = "OrxUninitialize";
@@ -31,16 +15,6 @@ using PlainFunction = uint32_t (*)();
 using ClientIdFunction = uint32_t (*)(uint32_t *, const char *);
 
 } // namespace
-
-std::vector<std::string_view> entryPointNames() {
-    std::vector<std::string_view> names{initializeName, uninitializeName, clientIdName};
-    for (const std::string_view arguments : operationArguments) {
-        if (const std::string_view name = entryPointOf(arguments); !name.empty()) {
-            names.push_back(name);
-        }
-    }
-    return names;
-}
 
 ServiceLibrary::ServiceLibrary(const std::string &path) : module_(LoadLibraryW(toWide(path).c_str())) {
     if (module_ == nullptr) {
@@ -56,9 +30,9 @@ ServiceLibrary::~ServiceLibrary() {
 
 std::vector<std::string_view> ServiceLibrary::missingEntryPoints() const {
     std::vector<std::string_view> missing;
-    for (const std::string_view name : entryPointNames()) {
-        if (GetProcAddress(module_, std::string(name).c_str()) == nullptr) {
-            missing.push_back(name);
+    for (const comc::EntryPoint &each : comc::entryPoints()) {
+        if (GetProcAddress(module_, each.name.data()) == nullptr) { // a literal, so null-terminated
+            missing.push_back(each.name);
         }
     }
     return missing;

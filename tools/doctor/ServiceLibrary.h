@@ -10,9 +10,6 @@
 
 namespace tool {
 
-/// Every entry point that the library may ask for.
-std::vector<std::string_view> entryPointNames();
-
 /// A file loaded as a library, or the reason why it cannot be.
 class ServiceLibrary {
   public:

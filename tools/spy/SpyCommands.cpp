@@ -29,7 +29,7 @@ void readLines(const std::string &path, Take take) {
             lines.feed({block.data(), count});
         }
         lines.finish();
-    } catch (const spy::RecordingError &error) {
+    } catch (const recording::RecordingError &error) {
         throw CommandFailure(path + ": " + error.what());
     }
 }
@@ -47,7 +47,7 @@ template <class Finish>
 void orFail(const std::string &path, Finish finish) {
     try {
         finish();
-    } catch (const spy::RecordingError &error) {
+    } catch (const recording::RecordingError &error) {
         throw CommandFailure(path + ": " + error.what());
     }
 }
@@ -63,7 +63,7 @@ struct SpyShowRequest {
 int spyShow(const SpyShowRequest &request) {
     SpyView view(request.filter);
     SpyObjects objects(request.filter);
-    spy::RecordingParser parser([&](const spy::RecordEvent &event) {
+    recording::RecordingParser parser([&](const recording::RecordEvent &event) {
         if (!request.json) {
             printOut(view.show(event));
         } else if (const auto object = objects.add(event); !object.is_null()) {
@@ -87,7 +87,7 @@ void addSpyShow(CLI::App &family, Invocation &invocation) {
     command->add_option("--entry", request->filter.entryPoint, "Only calls of this entry point")
         ->type_name("NAME")
         ->check([](const std::string &name) {
-            return spy::findEntryPoint(name) != nullptr ? std::string() : "comc.dll has no entry point '" + name + "'";
+            return comc::findEntryPoint(name) != nullptr ? std::string() : "comc.dll has no entry point '" + name + "'";
         });
     addNumber(*command, "--tid", request->filter.thread, "Only what happened on this thread", 0xFFFFFFFF);
     command->add_flag("--failures", request->filter.failures, "Only calls that answered something else than 0");
@@ -104,8 +104,9 @@ void addSpyShow(CLI::App &family, Invocation &invocation) {
 int spyTimeline(const std::string &input, const std::string &output) {
     OutputFile document(output);
     SpyTimeline timeline([&](std::string_view piece) { document.write(piece); });
-    const spy::RecordingParser *self = nullptr;
-    spy::RecordingParser parser([&](const spy::RecordEvent &event) { timeline.add(event, self->header()); });
+    const recording::RecordingParser *self = nullptr;
+    recording::RecordingParser parser(
+        [&](const recording::RecordEvent &event) { timeline.add(event, self->header()); });
     self = &parser;
     readLines(input, [&](std::string_view line) { parser.add(line); });
     orFail(input, [&] { parser.finish(); });
@@ -137,10 +138,10 @@ void addSpyTimeline(CLI::App &family, Invocation &invocation) {
 
 // diff
 
-spy::Recording readWhole(const std::string &path) {
-    spy::RecordingReader reader;
+recording::Recording readWhole(const std::string &path) {
+    recording::RecordingReader reader;
     readLines(path, [&](std::string_view line) { reader.add(line); });
-    spy::Recording recording;
+    recording::Recording recording;
     orFail(path, [&] { recording = reader.finish(); });
     return recording;
 }

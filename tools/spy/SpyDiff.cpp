@@ -12,7 +12,7 @@ namespace tool {
 
 namespace {
 
-using spy::Json;
+using recording::Json;
 
 /// Takes out what is another one in each run.
 class Normaliser {
@@ -45,7 +45,7 @@ void addAnswer(Json &content, const Exchange &exchange) {
     }
 }
 
-Json contentOf(const spy::RecordedCallback &callback, Normaliser &normalise) {
+Json contentOf(const recording::RecordedCallback &callback, Normaliser &normalise) {
     Json content{{"callback", callback.begin.callbackKind}, {"arguments", normalise(callback.begin.values)}};
     addAnswer(content, callback);
     return content;
@@ -53,10 +53,10 @@ Json contentOf(const spy::RecordedCallback &callback, Normaliser &normalise) {
 
 /// Calls in their order, with the callbacks made within them; then the callbacks that came by themselves, in their
 /// order for each device, since where exactly they fall among the calls is chance.
-std::vector<ComparedItem> itemsOf(const spy::Recording &recording) {
+std::vector<ComparedItem> itemsOf(const recording::Recording &recording) {
     Normaliser normalise;
-    std::multimap<uint64_t, const spy::RecordedCallback *> within;
-    std::map<std::string, std::vector<const spy::RecordedCallback *>> byThemselves;
+    std::multimap<uint64_t, const recording::RecordedCallback *> within;
+    std::map<std::string, std::vector<const recording::RecordedCallback *>> byThemselves;
     for (const auto &callback : recording.callbacks) {
         if (callback.begin.within) {
             within.emplace(*callback.begin.within, &callback);
@@ -177,7 +177,7 @@ std::string lineOf(const char *sign, const ComparedItem &item) {
 
 } // namespace
 
-SpyDiff::SpyDiff(const spy::Recording &left, const spy::Recording &right)
+SpyDiff::SpyDiff(const recording::Recording &left, const recording::Recording &right)
     : left_(itemsOf(left)), right_(itemsOf(right)) {
     auto matches = matchesOf(hashesOf(left_), hashesOf(right_));
     matches.emplace_back(left_.size(), right_.size());

@@ -12,9 +12,9 @@ namespace tool {
 /// A call, or what it is compared by: the recording without times, threads and addresses. Client identifiers, which the
 /// service makes up anew each time, are numbered by their first appearance.
 struct ComparedItem {
-    std::string name;  ///< entry point or callback
-    spy::Json content; ///< arguments, result, outputs, and the callbacks made within the call
-    size_t number;     ///< the call's in its recording
+    std::string name;        ///< entry point or callback
+    recording::Json content; ///< arguments, result, outputs, and the callbacks made within the call
+    size_t number;           ///< the call's in its recording
 };
 
 /// What one recording has in another way: a side that is null has nothing in this place.
@@ -25,7 +25,7 @@ struct SpyDifference {
 
 class SpyDiff {
   public:
-    SpyDiff(const spy::Recording &left, const spy::Recording &right);
+    SpyDiff(const recording::Recording &left, const recording::Recording &right);
     SpyDiff(const SpyDiff &) = delete;
     SpyDiff &operator=(const SpyDiff &) = delete;
 
@@ -35,7 +35,7 @@ class SpyDiff {
 
     /// A line for each side, "-" and "+" in front, or one with the values that changed.
     [[nodiscard]] static std::string describe(const SpyDifference &difference);
-    [[nodiscard]] static spy::Json object(const SpyDifference &difference);
+    [[nodiscard]] static recording::Json object(const SpyDifference &difference);
 
   private:
     std::vector<ComparedItem> left_;

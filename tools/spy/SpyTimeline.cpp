@@ -4,10 +4,10 @@
 
 namespace tool {
 
-using spy::EventKind;
-using spy::RecordEvent;
+using recording::EventKind;
+using recording::RecordEvent;
 
-void SpyTimeline::add(const RecordEvent &event, const spy::RecordingHeader &header) {
+void SpyTimeline::add(const RecordEvent &event, const recording::RecordingHeader &header) {
     process_ = header.process;
     document_.introduce(process_, header.program);
     if (event.kind != EventKind::bytes) {
@@ -65,14 +65,14 @@ void SpyTimeline::writeSpan(const RecordEvent &begin, const RecordEvent *end) {
     }
     callCount_ += isCall ? 1 : 0;
     const auto duration = (end == nullptr ? lastTime_ : end->time) - begin.time;
-    spy::Json event{{"name", isCall ? begin.entryPoint : begin.callbackKind + " callback"},
-                    {"cat", isCall ? "call" : "callback"},
-                    {"ph", "X"},
-                    {"ts", begin.time},
-                    {"dur", std::max<int64_t>(duration, 0)}, // a damaged recording's may be negative
-                    {"pid", process_},
-                    {"tid", begin.thread},
-                    {"args", std::move(arguments)}};
+    recording::Json event{{"name", isCall ? begin.entryPoint : begin.callbackKind + " callback"},
+                          {"cat", isCall ? "call" : "callback"},
+                          {"ph", "X"},
+                          {"ts", begin.time},
+                          {"dur", std::max<int64_t>(duration, 0)}, // a damaged recording's may be negative
+                          {"pid", process_},
+                          {"tid", begin.thread},
+                          {"args", std::move(arguments)}};
     if (isFailure) {
         event["cname"] = failureColour;
     }

@@ -16,7 +16,7 @@ class SpyTimeline {
         : document_(std::move(sink), "Microseconds since the recording began.") {}
 
     /// @param header  of the recording, known with its first event
-    void add(const spy::RecordEvent &event, const spy::RecordingHeader &header);
+    void add(const recording::RecordEvent &event, const recording::RecordingHeader &header);
     /// Writes what never ended, marked as such, and the end of the document.
     void finish();
 
@@ -24,10 +24,10 @@ class SpyTimeline {
     [[nodiscard]] size_t unfinishedCount() const noexcept { return unfinishedCount_; }
 
   private:
-    void writeSpan(const spy::RecordEvent &begin, const spy::RecordEvent *end);
+    void writeSpan(const recording::RecordEvent &begin, const recording::RecordEvent *end);
 
     TraceDocument document_;
-    std::map<uint64_t, spy::RecordEvent> open_;
+    std::map<uint64_t, recording::RecordEvent> open_;
     uint32_t process_ = 0;
     int64_t lastTime_ = 0;
     size_t callCount_ = 0;

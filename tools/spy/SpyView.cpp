@@ -11,9 +11,9 @@ namespace tool {
 
 namespace {
 
-using spy::EventKind;
-using spy::Json;
-using spy::RecordEvent;
+using recording::EventKind;
+using recording::Json;
+using recording::RecordEvent;
 
 std::string describeBytes(const Json &value) {
     constexpr size_t mostShown = 24;
@@ -21,7 +21,7 @@ std::string describeBytes(const Json &value) {
     if (!value.contains("hex")) {
         return text + ", SHA-256 " + value["sha256"].get<std::string>().substr(0, 12) + "...]";
     }
-    const auto bytes = spy::bytesOf(value["hex"].get<std::string>().substr(0, mostShown * 2));
+    const auto bytes = recording::bytesOf(value["hex"].get<std::string>().substr(0, mostShown * 2));
     const auto *const begin = reinterpret_cast<const uint8_t *>(bytes.data());
     return text + (bytes.empty() ? "" : ": " + hexBytes(std::span(begin, bytes.size()))) +
            (value["length"] > mostShown ? " ...]" : "]");

@@ -12,7 +12,7 @@
 namespace tool {
 
 /// "handle=0x6001, descriptor=\"...\", buffer=[5 bytes: 49 50 76 34 00]": the values of a call, in their order.
-std::string describeValues(const spy::Json &values);
+std::string describeValues(const recording::Json &values);
 
 /// Which events are wanted.
 struct SpyFilter {
@@ -27,13 +27,13 @@ class SpyView {
     explicit SpyView(SpyFilter filter) : filter_(std::move(filter)) {}
 
     /// A line with its end, or nothing.
-    [[nodiscard]] std::string show(const spy::RecordEvent &event);
+    [[nodiscard]] std::string show(const recording::RecordEvent &event);
 
   private:
     SpyFilter filter_;
-    std::map<uint32_t, std::vector<uint64_t>> open_; ///< by thread
-    std::map<uint64_t, spy::RecordEvent> held_;      ///< begun, and shown only when they fail
-    std::map<uint64_t, std::string> callbackNames_;  ///< of open callbacks
+    std::map<uint32_t, std::vector<uint64_t>> open_;  ///< by thread
+    std::map<uint64_t, recording::RecordEvent> held_; ///< begun, and shown only when they fail
+    std::map<uint64_t, std::string> callbackNames_;   ///< of open callbacks
 };
 
 /// Calls and callbacks, each as one object with its begin, duration and answer, once it has ended.
@@ -42,13 +42,13 @@ class SpyObjects {
     explicit SpyObjects(SpyFilter filter) : filter_(std::move(filter)) {}
 
     /// Null when the event leads to none.
-    [[nodiscard]] spy::Json add(const spy::RecordEvent &event);
+    [[nodiscard]] recording::Json add(const recording::RecordEvent &event);
     /// What never ended.
-    [[nodiscard]] std::vector<spy::Json> finish() const;
+    [[nodiscard]] std::vector<recording::Json> finish() const;
 
   private:
     SpyFilter filter_;
-    std::map<uint64_t, spy::RecordEvent> open_;
+    std::map<uint64_t, recording::RecordEvent> open_;
 };
 
 } // namespace tool

@@ -53,21 +53,21 @@ std::string read(const std::string &text, Take take) {
         tool::LineSplitter lines(take);
         lines.feed(text);
         lines.finish();
-    } catch (const spy::RecordingError &error) {
+    } catch (const recording::RecordingError &error) {
         fuzz::require(isPrintable(error.what()) && *error.what() != '\0', "an error is one line");
         return error.what();
     }
     return {};
 }
 
-void checkObject(const spy::Json &object) {
+void checkObject(const recording::Json &object) {
     const std::string line = tool::jsonLine(object);
     fuzz::require(nlohmann::json::accept(line) && isPrintable(line), "an object is JSON on one line");
 }
 
-void checkWriting(const spy::RecordEvent &event) {
-    const spy::RecordEvent again = spy::parseLine(spy::composeLine(event));
-    const auto membersOf = [](const spy::RecordEvent &each) {
+void checkWriting(const recording::RecordEvent &event) {
+    const recording::RecordEvent again = recording::parseLine(recording::composeLine(event));
+    const auto membersOf = [](const recording::RecordEvent &each) {
         return std::tie(each.kind, each.number, each.time, each.thread, each.entryPoint, each.within, each.callback,
                         each.callbackKind, each.values, each.result, each.lastError, each.raised, each.argument,
                         each.isOutput, each.offset, each.hex);
@@ -83,9 +83,9 @@ void checkShown(const std::string &text, const tool::SpyFilter &filter) {
     tool::SpyTimeline timeline([&](std::string_view piece) { document += piece; });
     size_t begun = 0;
     size_t told = 0;
-    const spy::RecordingParser *self = nullptr;
-    spy::RecordingParser parser([&](const spy::RecordEvent &event) {
-        begun += event.kind == spy::EventKind::call || event.kind == spy::EventKind::callback ? 1 : 0;
+    const recording::RecordingParser *self = nullptr;
+    recording::RecordingParser parser([&](const recording::RecordEvent &event) {
+        begun += event.kind == recording::EventKind::call || event.kind == recording::EventKind::callback ? 1 : 0;
         for (const std::string &line : linesOf(view.show(event))) {
             fuzz::require(line.find("  0x") != line.npos, "a line tells its thread");
         }
@@ -117,14 +117,14 @@ void checkShown(const std::string &text, const tool::SpyFilter &filter) {
 }
 
 /// A whole recording as the tool reads it; nothing when the text is none.
-std::optional<spy::Recording> readWhole(const std::string &text, std::string &problem) {
-    spy::RecordingReader reader;
+std::optional<recording::Recording> readWhole(const std::string &text, std::string &problem) {
+    recording::RecordingReader reader;
     problem = read(text, [&](std::string_view line) { reader.add(line); });
     try {
         if (problem.empty()) {
             return reader.finish();
         }
-    } catch (const spy::RecordingError &error) {
+    } catch (const recording::RecordingError &error) {
         problem = error.what();
     }
     return std::nullopt;
@@ -134,19 +134,19 @@ std::optional<spy::Recording> readWhole(const std::string &text, std::string &pr
 void checkSimulatorsReading(const std::string &text, const std::string &problem) {
     std::string found;
     try {
-        spy::RecordingReader reader;
+        recording::RecordingReader reader;
         std::istringstream stream(text);
         for (std::string line; std::getline(stream, line);) {
             reader.add(line);
         }
         static_cast<void>(reader.finish());
-    } catch (const spy::RecordingError &error) {
+    } catch (const recording::RecordingError &error) {
         found = error.what();
     }
     fuzz::require(found == problem, "tool and simulator find the same wrong");
 }
 
-void checkDiff(const spy::Recording &left, const spy::Recording &right) {
+void checkDiff(const recording::Recording &left, const recording::Recording &right) {
     fuzz::require(tool::SpyDiff(left, left).isEqual(), "a recording differs from itself in nothing");
     const tool::SpyDiff diff(left, right);
     const tool::SpyDiff reverse(right, left);
@@ -160,7 +160,7 @@ void checkDiff(const spy::Recording &left, const spy::Recording &right) {
     }
 }
 
-void checkReplay(const spy::Recording &recording) {
+void checkReplay(const recording::Recording &recording) {
     simulator::ReplayPlan plan(recording);
     size_t within = 0;
     for (const auto &call : recording.calls) {

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace spy {
+namespace kal {
 
 /// The tables of a module's export directory, writable while this lives. They lie behind the directory, in the range of
 /// its entry.
@@ -80,4 +80,4 @@ class ExportTable {
     bool isWritable_ = false;
 };
 
-} // namespace spy
+} // namespace kal
