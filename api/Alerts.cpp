@@ -5,12 +5,11 @@
 #include "api/AlertStore.h"
 #include "api/CallFrame.h"
 #include "api/DeviceProperties.h"
-#include "api/PropertyText.h"
 #include "api/kal.h"
+#include "comc/Properties.h"
 #include "platform/MadeAtLoad.h"
 #include "platform/Mutex.h"
 #include "service/OrxClient.h"
-#include "service/PropertyDescriptor.h"
 
 #include <windows.h>
 
@@ -102,15 +101,15 @@ uint32_t takeAlert(OrxClient &client, uint32_t handle, const uint8_t *alert, uin
         return ERROR_SUCCESS;
     }
     char room[20];
-    const TextProperty device = readTextProperty(client, handle, propertyDescriptor::device, room, sizeof room);
+    const TextProperty device = readTextProperty(client, handle, comc::property::device.descriptor, room, sizeof room);
     if (device.code != 0) {
         logTrace("KAL_FAIL");
         return ERROR_INVALID_FUNCTION;
     }
-    if (device.text == cpdPrinter) {
+    if (device.text == comc::device::cpdPrinter) {
         return takeCpdAlert(*window, handle, {alert, length});
     }
-    if (device.text == bpdPrinter) {
+    if (device.text == comc::device::bpdPrinter) {
         uint32_t message = 0;
         if (statusWindowAlert(alert, length, &message)) {
             storeAndPost(*window, message, handle, copyAlert(alert, length));

@@ -2,10 +2,9 @@
 #include "api/CallFrame.h"
 #include "api/DeviceProperties.h"
 #include "api/PortInformation.h"
-#include "api/PropertyText.h"
 #include "api/kal.h"
+#include "comc/Properties.h"
 #include "service/OrxClient.h"
-#include "service/PropertyDescriptor.h"
 
 #include <algorithm>
 #include <atomic>
@@ -35,7 +34,7 @@ struct FailureTexts {
 ReadFailure readPrinter(OrxClient &client, FoundPrinter &printer, char *nameRoom, const FailureTexts &texts) {
     if (printer.portType == NETTYPE_RHOA) {
         uint32_t length = 0;
-        const uint32_t code = client.GetByteArrayPrinter(printer.handle, propertyDescriptor::macAddress,
+        const uint32_t code = client.GetByteArrayPrinter(printer.handle, comc::property::macAddress.descriptor,
                                                          printer.macAddress, sizeof printer.macAddress, &length);
         if (code != 0) {
             logTrace(texts.macAddress, code);
@@ -43,7 +42,7 @@ ReadFailure readPrinter(OrxClient &client, FoundPrinter &printer, char *nameRoom
         }
     }
     const TextProperty name =
-        readTextProperty(client, printer.handle, propertyDescriptor::portName, nameRoom, portNameRoom);
+        readTextProperty(client, printer.handle, comc::property::portName.descriptor, nameRoom, portNameRoom);
     if (name.code != 0) {
         logTrace(texts.portName, name.code);
         return ReadFailure::portName;
@@ -51,8 +50,8 @@ ReadFailure readPrinter(OrxClient &client, FoundPrinter &printer, char *nameRoom
     printer.name = name.text;
     char deviceRoom[11];
     const TextProperty device =
-        readTextProperty(client, printer.handle, propertyDescriptor::device, deviceRoom, sizeof deviceRoom);
-    printer.isCpdPrinter = device.text == cpdPrinter; // one that cannot be read is none
+        readTextProperty(client, printer.handle, comc::property::device.descriptor, deviceRoom, sizeof deviceRoom);
+    printer.isCpdPrinter = device.text == comc::device::cpdPrinter; // one that cannot be read is none
     return ReadFailure::none;
 }
 
@@ -98,8 +97,11 @@ struct TransportBit {
     uint32_t bit;
     const char *transport;
 };
-constexpr TransportBit discoverable[] = {{NETTYPEUSB, "USB1"}, {NETTYPE_LOCAL, "PAR1"}};
-constexpr TransportBit enumerable[] = {{NETTYPE_IP, "IPv4"}, {NETTYPEUSB, "USB1"}, {NETTYPE_LOCAL, "PAR1"}};
+constexpr TransportBit discoverable[] = {{NETTYPEUSB, comc::transport::usb},
+                                         {NETTYPE_LOCAL, comc::transport::parallel}};
+constexpr TransportBit enumerable[] = {{NETTYPE_IP, comc::transport::ipv4},
+                                       {NETTYPEUSB, comc::transport::usb},
+                                       {NETTYPE_LOCAL, comc::transport::parallel}};
 
 /// Asks the service for each transport of the mask in turn, until one fails.
 template <class Ask>
@@ -117,9 +119,11 @@ bool askEach(std::span<const TransportBit> transports, uint32_t netTypes, const 
 }
 
 void enumeratePrinters(OrxClient &client, uint32_t netTypes) {
-    const bool discovered = (netTypes & KAL_DISCOVER_FIRST) == 0 ||
-                            askEach(discoverable, netTypes, "discovery() failed, errorCode=",
-                                    [&](const char *transport) { return client.Discovery(transport, "Portname"); });
+    const bool discovered =
+        (netTypes & KAL_DISCOVER_FIRST) == 0 ||
+        askEach(discoverable, netTypes, "discovery() failed, errorCode=", [&](const char *transport) {
+            return client.Discovery(transport, comc::property::portName.name);
+        });
     if (discovered) {
         askEach(enumerable, netTypes, "enumPrinters() failed, errorCode=", [&](const char *transport) {
             return client.EnumPrinters(transport, nullptr, KalEnumPrintersCallback);

@@ -1,8 +1,8 @@
 #include "api/Alerts.h"
 #include "api/CallFrame.h"
 #include "api/kal.h"
+#include "comc/Properties.h"
 #include "service/OrxClient.h"
-#include "service/PropertyDescriptor.h"
 
 #include <charconv>
 #include <iterator>
@@ -41,23 +41,23 @@ int32_t KalSetEndOfJobMode(uint16_t, uint16_t handle, uint16_t, uint16_t, uint16
                           char milliseconds[16] = {};
                           char *const end = std::end(milliseconds) - 1;
                           std::to_chars(milliseconds, end, static_cast<int32_t>(seconds) * 1000);
-                          client.SetJobStringPrinter(handle, propertyDescriptor::endOfJobDuration, milliseconds);
+                          client.SetJobStringPrinter(handle, comc::property::endOfJobDuration.descriptor, milliseconds);
                           return trace.numbered(KAL_OKAY); // whatever the service says
                       });
 }
 
 int32_t KalSetJobCancelMode(uint16_t, uint16_t handle, int32_t jobId) {
-    return inlineCall(Description("KalSetJobCancelMode() handle=", handle, " jobId=", jobId), cancelModeWithoutBinding,
-                      [&](CallTrace &trace, OrxClient &client) {
-                          if (jobId < 1) {
-                              return trace.named(KAL_FAIL);
-                          }
-                          const uint8_t bytes[4] = {static_cast<uint8_t>(jobId >> 24),
-                                                    static_cast<uint8_t>(jobId >> 16), static_cast<uint8_t>(jobId >> 8),
-                                                    static_cast<uint8_t>(jobId)};
-                          return trace.named(plainResult(
-                              client.SetByteArrayPrinter(handle, propertyDescriptor::jobId, bytes, sizeof bytes)));
-                      });
+    return inlineCall(
+        Description("KalSetJobCancelMode() handle=", handle, " jobId=", jobId), cancelModeWithoutBinding,
+        [&](CallTrace &trace, OrxClient &client) {
+            if (jobId < 1) {
+                return trace.named(KAL_FAIL);
+            }
+            const uint8_t bytes[4] = {static_cast<uint8_t>(jobId >> 24), static_cast<uint8_t>(jobId >> 16),
+                                      static_cast<uint8_t>(jobId >> 8), static_cast<uint8_t>(jobId)};
+            return trace.named(
+                plainResult(client.SetByteArrayPrinter(handle, comc::property::jobId.descriptor, bytes, sizeof bytes)));
+        });
 }
 
 int32_t KalSetJobControlMode(uint16_t, uint16_t handle, uint32_t mode) {

@@ -1,6 +1,7 @@
 #include "api/PortType.h"
 
 #include "api/kal.h"
+#include "comc/Properties.h"
 
 #include <algorithm>
 
@@ -23,11 +24,9 @@ struct TransportRow {
 };
 
 constexpr TransportRow transports[] = {
-    {"HBN1", NETTYPE_RHOA},  //
-    {"HBN3", NETTYPE_RHOA},  //
-    {"USB1", NETTYPEUSB},    //
-    {"PAR1", NETTYPE_LOCAL}, //
-    {"IPv4", NETTYPE_IP},    //
+    {comc::transport::hostBased1, NETTYPE_RHOA}, {comc::transport::hostBased3, NETTYPE_RHOA},
+    {comc::transport::usb, NETTYPEUSB},          {comc::transport::parallel, NETTYPE_LOCAL},
+    {comc::transport::ipv4, NETTYPE_IP},
 };
 
 char lowerCase(char character) noexcept {

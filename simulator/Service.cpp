@@ -24,10 +24,11 @@ bool isOnTransport(const PrinterConfiguration &printer, const char *transport) {
     }
     const std::string_view wanted(transport);
     if (!printer.transport) {
-        return wanted == "USB1"; // what cannot name its transport is a USB device
+        return wanted == comc::transport::usb; // what cannot name its transport is a USB device
     }
-    const bool isHostBased = *printer.transport == "HBN1" || *printer.transport == "HBN3";
-    return *printer.transport == wanted || (isHostBased && wanted == "IPv4");
+    const bool isHostBased =
+        *printer.transport == comc::transport::hostBased1 || *printer.transport == comc::transport::hostBased3;
+    return *printer.transport == wanted || (isHostBased && wanted == comc::transport::ipv4);
 }
 
 std::string_view typeOf(const PropertyValue &value) {
@@ -324,7 +325,7 @@ uint32_t Service::property(uint32_t handle, const char *text, std::string_view t
     if (!found) {
         return ERROR_INVALID_HANDLE;
     }
-    const auto descriptor = text ? readDescriptor(text) : std::nullopt;
+    const auto descriptor = text ? comc::readDescriptor(text) : std::nullopt;
     if (!descriptor || (!descriptor->type.empty() && descriptor->type != type)) {
         return ERROR_INVALID_PARAMETER;
     }
@@ -332,17 +333,17 @@ uint32_t Service::property(uint32_t handle, const char *text, std::string_view t
     const auto stored = store_.read(found->handle);
     if (const auto kept = stored.properties.find(name); kept != stored.properties.end()) {
         value = kept->second;
-    } else if (name == "Transport" && found->transport) {
+    } else if (name == comc::property::transport.name && found->transport) {
         value = *found->transport;
-    } else if (name == "Device") {
+    } else if (name == comc::property::device.name) {
         value = found->device;
-    } else if (name == "Portname") {
+    } else if (name == comc::property::portName.name) {
         value = found->port;
-    } else if (name == "MacAddress" && found->macAddress) {
+    } else if (name == comc::property::macAddress.name && found->macAddress) {
         value = Bytes(found->macAddress->begin(), found->macAddress->end());
-    } else if (name == "TeojDuration") {
+    } else if (name == comc::property::endOfJobDuration.name) {
         value = uint32_t{0};
-    } else if (name == "TripletJobId") {
+    } else if (name == comc::property::jobId.name) {
         value = Bytes(4, 0);
     } else if (const auto own = found->properties.find(name); own != found->properties.end()) {
         value = own->second;
@@ -357,12 +358,13 @@ uint32_t Service::setProperty(uint32_t handle, const char *text, std::string_vie
     if (!found) {
         return ERROR_INVALID_HANDLE;
     }
-    const auto descriptor = text ? readDescriptor(text) : std::nullopt;
+    const auto descriptor = text ? comc::readDescriptor(text) : std::nullopt;
     if (!descriptor || (!descriptor->type.empty() && descriptor->type != type)) {
         return ERROR_INVALID_PARAMETER;
     }
     const auto &name = descriptor->name;
-    const bool isFixed = name == "Transport" || name == "Device" || name == "MacAddress";
+    const bool isFixed = name == comc::property::transport.name || name == comc::property::device.name ||
+                         name == comc::property::macAddress.name;
     if (isFixed || descriptor->access == "ReadOnly") {
         return ERROR_ACCESS_DENIED;
     }
@@ -377,7 +379,7 @@ uint32_t Service::setJobString(uint32_t handle, const char *key, const char *val
     if (!key || !value) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto descriptor = readDescriptor(key);
+    const auto descriptor = comc::readDescriptor(key);
     if (!descriptor) {
         return store_.update(found->handle, [&](StoredPrinter &stored) { stored.jobStrings[key] = value; });
     }
@@ -485,7 +487,7 @@ void Service::notify(const PrinterConfiguration &found, uint32_t notification, u
 void Service::alert(const PrinterConfiguration &found, std::string_view cpdAlert, std::string_view bpdAlert,
                     uint32_t afterMs) {
     if (found.reportsJobs) {
-        const bool isCpd = found.device == "CpdPrinter";
+        const bool isCpd = found.device == comc::device::cpdPrinter;
         PrinterEvent event;
         event.handle = found.handle;
         event.alert =
@@ -571,7 +573,7 @@ void Service::dropJob(uint32_t handle, const std::shared_ptr<PrintJob> &job) {
 
 std::string Service::portOf(const PrinterConfiguration &candidate) const {
     const auto stored = store_.read(candidate.handle);
-    const auto kept = stored.properties.find("Portname");
+    const auto kept = stored.properties.find(comc::property::portName.name);
     const auto *text = kept == stored.properties.end() ? nullptr : std::get_if<std::string>(&kept->second);
     return text ? *text : candidate.port;
 }

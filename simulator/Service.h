@@ -1,8 +1,8 @@
 #pragma once
 
+#include "comc/Properties.h"
 #include "simulator/Log.h"
 #include "simulator/ProcessMemory.h"
-#include "simulator/PropertyDescriptor.h"
 #include "simulator/configuration/ConfigurationFile.h"
 #include "simulator/configuration/MisbehaviourPlan.h"
 #include "simulator/events/DeliveryThread.h"

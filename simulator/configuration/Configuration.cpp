@@ -1,6 +1,7 @@
 #include "simulator/configuration/Configuration.h"
 
 #include "comc/EntryPoints.h"
+#include "comc/Properties.h"
 #include "simulator/configuration/AlertFormat.h"
 #include "simulator/configuration/NotificationNames.h"
 
@@ -366,7 +367,7 @@ std::optional<Bytes> readAlert(const Reader &reader, Members &members, const Pri
     }
     std::optional<Bytes> alert;
     if (name) {
-        const auto kind = printer.device == "CpdPrinter" ? DeviceKind::cpdPrinter : DeviceKind::bpdPrinter;
+        const auto kind = printer.device == comc::device::cpdPrinter ? DeviceKind::cpdPrinter : DeviceKind::bpdPrinter;
         alert = alertByName(reader.string(*name, "\"alert\""), kind);
         if (!alert) {
             reader.fail(*name, "a " + printer.device + " has no such alert; there are " + alertNames(kind));

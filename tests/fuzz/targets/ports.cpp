@@ -1,8 +1,8 @@
 // What the service says about a found printer: transport name, port name, numbers; and the record made of it.
 #include "api/PortInformation.h"
 #include "api/PortType.h"
-#include "api/PropertyText.h"
 #include "api/kal.h"
+#include "comc/Properties.h"
 #include "tests/fuzz/Input.h"
 
 #include <cstring>
@@ -15,7 +15,7 @@ constexpr uint32_t knownPortTypes[] = {KAL_PORT_TYPE_UNSPECIFIED, NETTYPE_RHOA, 
 void checkText(const std::string &written, size_t roomSize) {
     std::vector<char> room(roomSize);
     std::copy_n(written.begin(), std::min(written.size(), roomSize), room.begin());
-    const std::string_view text = kal::propertyText(room);
+    const std::string_view text = comc::propertyText(room);
     fuzz::require(text.data() == room.data() && text.size() <= room.size(), "a text lies in its room");
     fuzz::require(text.find('\0') == text.npos, "a text has no terminator within");
     fuzz::require(text.size() == room.size() || room[text.size()] == 0, "a text ends where the service ended it");

@@ -1,6 +1,6 @@
 // Property descriptors and bidi requests as the simulator receives them, and its named alerts and cache blocks.
 #include "api/AlertClassifier.h"
-#include "simulator/PropertyDescriptor.h"
+#include "comc/Properties.h"
 #include "simulator/configuration/AlertFormat.h"
 #include "simulator/configuration/NotificationNames.h"
 #include "simulator/printers/BidiAnswer.h"
@@ -10,7 +10,7 @@
 namespace {
 
 void checkDescriptor(const std::string &text) {
-    if (const auto descriptor = simulator::readDescriptor(text)) {
+    if (const auto descriptor = comc::readDescriptor(text)) {
         fuzz::require(!descriptor->name.empty(), "a descriptor names its property");
         fuzz::require(text.find("<Name>" + descriptor->name + "</Name>") != text.npos, "the name stands in the text");
     }

@@ -1,6 +1,8 @@
-#include "simulator/PropertyDescriptor.h"
+#include "comc/Properties.h"
 
-namespace simulator {
+#include <utility>
+
+namespace comc {
 
 namespace {
 
@@ -29,4 +31,4 @@ std::optional<PropertyDescriptor> readDescriptor(std::string_view text) {
                               element(text, "Access").value_or("")};
 }
 
-} // namespace simulator
+} // namespace comc
