@@ -9,12 +9,7 @@ program=$2
 picture=$3
 shift 3
 
-for tool in Xvfb import; do
-  command -v "$tool" >/dev/null || {
-    echo "status_window_test.sh: $tool is missing: install the packages xvfb and imagemagick (./dev test does)" >&2
-    exit 1
-  }
-done
+"$(dirname "$0")/../../scripts/needs" Xvfb=xvfb import=imagemagick convert=imagemagick
 
 folder=$(dirname "$program")
 scratch=$(mktemp -d)

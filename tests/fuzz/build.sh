@@ -8,12 +8,12 @@ kind=$2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 folder=$build/native/fuzz-$kind
 case $kind in
-  replay) compiler=g++ fuzzer=OFF sanitize=ON packages=g++ ;;
-  fuzzer) compiler=clang++ fuzzer=ON sanitize=ON packages="clang libclang-rt-14-dev" ;;
-  bare) compiler=clang++ fuzzer=ON sanitize=OFF packages="clang libclang-rt-14-dev" ;;
+  replay) compiler=g++ fuzzer=OFF sanitize=ON ;;
+  fuzzer) compiler=clang++ fuzzer=ON sanitize=ON ;;
+  bare) compiler=clang++ fuzzer=ON sanitize=OFF ;;
   *) echo "usage: $0 BUILD_DIR replay|fuzzer|bare" >&2; exit 2 ;;
 esac
-command -v "$compiler" >/dev/null || { echo "$compiler is missing: install $packages" >&2; exit 2; }
+"$here/../../scripts/needs" cmake ninja=ninja-build "$compiler=${compiler/clang++/clang}"
 mkdir -p "$folder"
 log=$folder/build.log
 {

@@ -13,9 +13,7 @@ case $kind in
   thread) sanitizer=thread ;;
   *) echo "usage: $0 BUILD_DIR address|thread" >&2; exit 2 ;;
 esac
-for program in wineg++ winebuild; do
-  command -v "$program" >/dev/null || { echo "$program is missing: install libwine-dev wine64-tools g++" >&2; exit 2; }
-done
+"$here/../../scripts/needs" wineg++=wine64-tools winebuild=wine64-tools g++
 
 # ccache does not know wineg++ by its name.
 export CCACHE_COMPILERTYPE=gcc
