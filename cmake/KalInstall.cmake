@@ -8,6 +8,15 @@ install(TARGETS comc_simulator RUNTIME DESTINATION simulator)
 install(TARGETS spy_front spy_recorder RUNTIME DESTINATION spy)
 install(FILES api/kal.h DESTINATION include)
 
+# The linker writes down what it put into each of them. The notices in the archive are checked against that.
+if(MINGW)
+  file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/link-maps")
+  foreach(target kalclient kal comc_simulator spy_front spy_recorder)
+    # Relative to the folder where Ninja links: a path may have a comma in it.
+    target_link_options(${target} PRIVATE "LINKER:-Map,link-maps/${target}.map")
+  endforeach()
+endif()
+
 # The import library of the other world's linker. Visual C++ makes its own; the cross build makes it from the export
 # list when it is installed, so that building does not need the tool.
 if(NOT MSVC)
