@@ -44,8 +44,8 @@ inline constexpr size_t mostInlineBytes = 32 * 1024;
 ///
 ///     null                                    a null pointer
 ///     {"length":5,"hex":"25215053..."}        bytes; also a text that is none in UTF-8
-///     {"length":90000,"sha256":"...","pieces":3}  bytes that stand in lines of their own, or nowhere when they are
-///     {"length":5,"sha256":"..."}             redacted
+///     {"length":90000,"sha256":"...","pieces":3}  bytes that stand in lines of their own
+///     {"length":5,"sha256":"..."}             redacted bytes, which stand nowhere
 ///     {"output":true}                         room for what the service answers
 ///     {"callback":1}                          a function of the client
 ///     {"address":"5a5a..."}                   anything else; with "length" when so many bytes there cannot be read

@@ -46,7 +46,7 @@ std::string shortened(std::string text) {
     return text;
 }
 
-/// The numbers and bytes of a recorded value, made to what the recording says they were.
+/// The recorded number of this name; 0 when there is none.
 uint32_t numberOf(const Json &values, const std::string &name) {
     const auto found = values.find(name);
     return found != values.end() && found->is_number_unsigned() ? found->get<uint32_t>() : 0;
