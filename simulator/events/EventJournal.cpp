@@ -51,7 +51,7 @@ void EventJournal::skipToEnd() noexcept {
     const std::lock_guard hold(lock_);
     const auto file = openToRead(file_);
     offset_ = file ? sizeOf(file.get()) : 0;
-    unfinished_.clear();
+    reader_.restart();
 }
 
 std::vector<EventLine> EventJournal::takeNew() {
@@ -64,7 +64,7 @@ std::vector<EventLine> EventJournal::takeNew() {
     const auto size = sizeOf(file.get());
     if (size < offset_) {
         offset_ = 0;
-        unfinished_.clear();
+        reader_.restart();
     }
     if (size == offset_) {
         return lines;
@@ -78,14 +78,8 @@ std::vector<EventLine> EventJournal::takeNew() {
         return lines;
     }
     offset_ += read;
-    unfinished_.append(text, 0, read);
-    for (auto end = unfinished_.find('\n'); end != std::string::npos; end = unfinished_.find('\n')) {
-        auto line = readEventLine(std::string_view(unfinished_).substr(0, end));
-        if (line && line->process != GetCurrentProcessId()) {
-            lines.push_back(std::move(*line));
-        }
-        unfinished_.erase(0, end + 1);
-    }
+    lines = reader_.take(std::string_view(text).substr(0, read));
+    std::erase_if(lines, [](const EventLine &line) { return line.process == GetCurrentProcessId(); });
     return lines;
 }
 

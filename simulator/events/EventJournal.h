@@ -4,7 +4,6 @@
 #include "simulator/events/EventLine.h"
 
 #include <filesystem>
-#include <string>
 #include <vector>
 
 namespace simulator {
@@ -26,7 +25,7 @@ class EventJournal {
     const std::filesystem::path file_;
     Lock lock_; // guards the rest
     uint64_t offset_ = 0;
-    std::string unfinished_; // a line of which only the beginning was there
+    EventLineReader reader_;
 };
 
 } // namespace simulator

@@ -73,4 +73,18 @@ std::optional<EventLine> readEventLine(std::string_view text) {
     return line;
 }
 
+std::vector<EventLine> EventLineReader::take(std::string_view piece) {
+    unfinished_ += piece;
+    std::vector<EventLine> lines;
+    std::string_view rest = unfinished_;
+    for (auto end = rest.find('\n'); end != rest.npos; end = rest.find('\n')) {
+        if (auto line = readEventLine(rest.substr(0, end))) {
+            lines.push_back(std::move(*line));
+        }
+        rest.remove_prefix(end + 1);
+    }
+    unfinished_.erase(0, unfinished_.size() - rest.size());
+    return lines;
+}
+
 } // namespace simulator

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace simulator {
 
@@ -21,5 +22,17 @@ struct EventLine {
 
 /// @return none for a text that is no such line.
 [[nodiscard]] std::optional<EventLine> readEventLine(std::string_view text);
+
+/// Puts lines together from a text that arrives in pieces.
+class EventLineReader {
+  public:
+    /// The lines that the piece completes; what is not an event is passed over.
+    [[nodiscard]] std::vector<EventLine> take(std::string_view piece);
+    /// Forgets the line that is not complete yet.
+    void restart() noexcept { unfinished_.clear(); }
+
+  private:
+    std::string unfinished_;
+};
 
 } // namespace simulator

@@ -4,13 +4,9 @@
 #include <fstream>
 #include <iterator>
 
-#include <nlohmann/json.hpp>
-
 namespace simulator {
 
 namespace {
-
-using nlohmann::json;
 
 /// Held while a file is read, changed and put back. A holder that died leaves a whole file: it is replaced, not edited.
 class MutexHold {
@@ -24,66 +20,22 @@ class MutexHold {
     HANDLE mutex_;
 };
 
-json toJson(const PropertyValue &value) {
-    if (const auto *bytes = std::get_if<Bytes>(&value)) {
-        return json{{"bytes", *bytes}};
-    }
-    if (const auto *number = std::get_if<uint32_t>(&value)) {
-        return *number;
-    }
-    return std::get<std::string>(value);
-}
-
-PropertyValue propertyOf(const json &value) {
-    if (value.is_string()) {
-        return value.get<std::string>();
-    }
-    if (value.is_object()) {
-        return value.at("bytes").get<Bytes>();
-    }
-    return value.get<uint32_t>();
-}
-
 StoredPrinter readFile(const std::filesystem::path &file) {
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
         return {};
     }
-    try {
-        StoredPrinter printer;
-        const auto content = json::parse(stream);
-        for (const auto &[name, value] : content.at("properties").items()) {
-            printer.properties.emplace(name, propertyOf(value));
-        }
-        printer.jobStrings = content.at("jobStrings").get<std::map<std::string, std::string>>();
-        printer.isDiscovered = content.at("discovered").get<bool>();
-        printer.isDeleted = content.at("deleted").get<bool>();
-        printer.printingUntilMs = content.at("printingUntilMs").get<uint64_t>();
-        return printer;
-    } catch (const json::exception &) {
-        return {};
-    }
+    return readStoredPrinter(std::string(std::istreambuf_iterator<char>(stream), {}));
 }
 
 uint32_t writeFile(const std::filesystem::path &file, const StoredPrinter &printer) {
-    json properties = json::object();
-    for (const auto &[name, value] : printer.properties) {
-        properties[name] = toJson(value);
-    }
-    const json content{{"properties", properties},
-                       {"jobStrings", printer.jobStrings},
-                       {"discovered", printer.isDiscovered},
-                       {"deleted", printer.isDeleted},
-                       {"printingUntilMs", printer.printingUntilMs}};
-    const auto text = content.dump(2, ' ', false, json::error_handler_t::replace);
-
     std::error_code failure;
     std::filesystem::create_directories(file.parent_path(), failure);
     auto temporary = file;
     temporary.replace_extension(".new");
     {
         std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
-        stream << text;
+        stream << composeStoredPrinter(printer);
         stream.close();
         if (!stream) {
             return ERROR_WRITE_FAULT;

@@ -1,23 +1,12 @@
 #pragma once
 
 #include "simulator/Handle.h"
-#include "simulator/configuration/Configuration.h"
+#include "simulator/printers/StoredPrinter.h"
 
 #include <filesystem>
 #include <functional>
-#include <map>
-#include <string>
 
 namespace simulator {
-
-/// What a printer remembers beyond the call that told it, the process included.
-struct StoredPrinter {
-    std::map<std::string, PropertyValue> properties;
-    std::map<std::string, std::string> jobStrings;
-    bool isDiscovered = false;
-    bool isDeleted = false;
-    uint64_t printingUntilMs = 0; // system time in milliseconds since 1601
-};
 
 /// One small file a printer beside the spooled jobs, as a client's library is unloaded whenever the client is idle.
 class PrinterStore {

@@ -127,6 +127,35 @@ SEEDS = {
         + b"<Name>Device</Name><Type>String</Type><Access>ReadOnly</Access>",
         b"\1" + text(b"") + text(b"\xA5") + text("idle") + b"\xA5\x00\x03\x50\x04",
     ],
+    # Read in pieces of 4 bytes, and of 256.
+    "event_journal": [
+        bytes([pieces]) + each
+        for pieces in (3, 255)
+        for each in (b"133000000000000 1234 24577 1 8 1 -\n1 2 3 1 8 - A500FE\n", b"1 2 3 1 0 - \nrest\n0 1 3 1 6 - -",
+                     b"18446744073709551616 1 1 1 1 1 -\n1 4294967295 65535 0 0 4294967295 -\n")
+    ],
+    # A file (0), and a memory (1) of a text, a number, bytes and a job string.
+    "printer_store": [
+        b"\0" + b'{"properties":{"a":"b","c":4294967295,"d":{"bytes":[0,255]}},"jobStrings":{"e":"f"},"discovered":true,'
+        + b'"deleted":false,"printingUntilMs":18446744073709551615}',
+        *(b"\0" + b'{"properties":{"a":%s},"jobStrings":{},"discovered":true,"deleted":false,"printingUntilMs":%s}' % each
+          for each in ((b"-1", b"0"), (b"1e30", b"0"), (b'{"bytes":[256]}', b"0"), (b'{"bytes":7}', b"0"), (b"0", b"1e30"))),
+        b"\0{}", b"\0[", b"\0null",
+        b"\1\1\0" + struct.pack("<Q", 7) + b"\0" + text("Device") + text("CpdPrinter") + b"\1" + text("n") + bytes(4)
+        + b"\2" + text("b") + text(b"\0\xff") + b"\3" + text("j") + text("s") + b"\0" + text(b"\xe4") + text(b"\xff"),
+    ],
+    # An entry point, redacted and successful (3), words, and what the service changes: a document of 3 bytes and of two
+    # pieces, texts, an answer and its length, callbacks, and callbacks themselves.
+    "capture": [
+        *(bytes([entry_point, flags]) + words + text(b"\1\2\3") + text(b"\4")
+          for entry_point in (*range(0, 90, 8), 240, 241, 242) for flags in (0, 3)
+          for words in (b"\1" + bytes(8) + b"\1" + struct.pack("<Q", 5) + b"\6" + text(b"\1\2\3\4") + b"\2\6" + text(bytes(4))
+                        + b"\4\0\3",)),
+        *(bytes([entry_point, flags]) + b"\1" + bytes(8) + b"\1" + struct.pack("<Q", 5) + b"\5\7" + bytes(2) + b"\2"
+          + b"\6" + text(b"\1\0\0\0") for entry_point in range(0, 90, 8) for flags in (2, 3)),
+        *(bytes([entry_point, 2]) + b"\4" * 3 + b"\6" + text(word) + b"\1" * 3 + b"\6" + text("t")
+          for entry_point in range(0, 90, 8) for word in (b"B\xfc", b"=\xd8\xa8\xdd\0\0", b"=\xd8x\0\0\0")),
+    ],
     "data_buffer": [
         b"\0" + text("abcdef") + b"\1\0\2\0" + b"\2" + text("xy") + b"\3\4\1\1\3\0\5",
         b"\0" + text("ab") + b"\1\1\1\0" + b"\0" + text("cd") + b"\4\2" + text("abcdefgh"),

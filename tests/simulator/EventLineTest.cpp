@@ -47,4 +47,28 @@ TEST(EventLine, AnythingElseIsNone) {
     }
 }
 
+TEST(EventLineReader, LineIsReadOnceItIsComplete) {
+    EventLineReader reader;
+    EXPECT_TRUE(reader.take("0 1 3 1 6").empty());
+    const auto lines = reader.take(" - -\n0 1 3 1 8 7 -\n0 1");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].event.notification, 6u);
+    EXPECT_EQ(lines[1].event.notification, 8u);
+    EXPECT_EQ(reader.take(" 3 1 4 - -\n").size(), 1u);
+}
+
+TEST(EventLineReader, OtherLinesArePassedOver) {
+    EventLineReader reader;
+    const auto lines = reader.take("nonsense\n\n0 1 3 1 6 - -\n");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].event.notification, 6u);
+}
+
+TEST(EventLineReader, RestartForgetsTheBeginningOfALine) {
+    EventLineReader reader;
+    EXPECT_TRUE(reader.take("0 1 3 1 ").empty());
+    reader.restart();
+    EXPECT_TRUE(reader.take("6 - -\n").empty());
+}
+
 } // namespace
