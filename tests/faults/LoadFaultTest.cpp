@@ -328,6 +328,7 @@ TEST_F(Loading, EachImportThatItCallsFails) {
 TEST_F(Loading, EachImportThatItCallsAtItsEndFails) {
     what_ = "failing imports while being unloaded";
     KAL_NEEDS_WATCH();
+    ASSERT_FALSE(callsOfUnloading_.empty());
     for (const std::string &import : importsOf(callsOfUnloading_))
         for (const bool forGood : {false, true})
             EXPECT_GT(sweepUnloading(import, forGood), 0) << import;

@@ -1,12 +1,29 @@
-// spy_client SIZE: a client that prints a document of so many letters A in two writes. Its exit status is the count of
-// calls that do not answer as they do without a spy.
+// spy_client SIZE [FILE]: a client that prints a document of SIZE bytes in two writes. Its exit status is the count of
+// calls that do not return what they return without a spy. FILE receives the most memory, in bytes, that it ever used.
+#include "tests/spy/ClientDocument.h"
+
 #include <windows.h>
+
+#include <psapi.h>
 
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
-int main(int, char **arguments) {
+namespace {
+
+/// Of this process: Wine reports the peak only of a process that runs.
+void writePeakMemory(const char *file) {
+    PROCESS_MEMORY_COUNTERS memory{};
+    memory.cb = sizeof memory;
+    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
+    std::ofstream(file) << memory.PeakWorkingSetSize;
+}
+
+} // namespace
+
+int main(int count, char **arguments) {
     const auto size = static_cast<uint32_t>(std::strtoul(arguments[1], nullptr, 10));
     std::string path(MAX_PATH, '\0');
     path.resize(GetModuleFileNameA(nullptr, path.data(), MAX_PATH));
@@ -20,7 +37,7 @@ int main(int, char **arguments) {
     using Write = uint32_t(uint32_t, uint32_t, const void *, uint32_t, uint32_t *);
     int wrong = 0;
     const auto expectZero = [&](uint32_t code) { wrong += code == 0 ? 0 : 1; };
-    const std::string document(size, 'A');
+    const std::string document = kal::test::clientDocument(size);
     uint32_t written = 0;
     expectZero(reinterpret_cast<Plain *>(find("OrxInitialize"))());
     for (int half = 0; half < 2; ++half) {
@@ -29,5 +46,8 @@ int main(int, char **arguments) {
     }
     expectZero(reinterpret_cast<Plain *>(find("OrxUninitialize"))());
     FreeLibrary(module);
+    if (count > 2) {
+        writePeakMemory(arguments[2]);
+    }
     return wrong;
 }

@@ -64,7 +64,9 @@ TEST_F(Forwarding, ResultsPass) {
         EXPECT_EQ(static_cast<uint32_t>(exported<uint64_t(uint64_t, uint64_t)>(module, name.c_str())(1, 5)), 4711u)
             << name;
     }
-    for (const auto &each : calls()) {
+    const auto recorded = calls();
+    EXPECT_THAT(recorded, SizeIs(entryPointNames().size()));
+    for (const auto &each : recorded) {
         EXPECT_EQ(each.end.value().result, 4711u) << each.begin.entryPoint;
     }
 }

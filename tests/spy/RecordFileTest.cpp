@@ -1,10 +1,9 @@
 // What needs a recorder of its own: settings, a folder that cannot be written, large documents. Each test runs a small
 // client in a process of its own.
+#include "tests/spy/ClientDocument.h"
 #include "tests/spy/SpyFixture.h"
 
 #include <windows.h>
-
-#include <psapi.h>
 
 using namespace kal::test;
 using testing::SizeIs;
@@ -27,7 +26,7 @@ class RecordFile : public testing::Test {
     }
 
     /// The client's exit status: the count of calls that did not answer as they would without the spy.
-    DWORD runClient(const std::string &arguments, SIZE_T *peakMemory = nullptr) {
+    DWORD runClient(const std::string &arguments) {
         std::string command = "\"" + (folder / "spy_client.exe").string() + "\" " + arguments;
         STARTUPINFOA startup{};
         startup.cb = sizeof startup;
@@ -39,15 +38,18 @@ class RecordFile : public testing::Test {
         WaitForSingleObject(process.hProcess, 120'000);
         DWORD status = 98;
         GetExitCodeProcess(process.hProcess, &status);
-        PROCESS_MEMORY_COUNTERS counters{};
-        counters.cb = sizeof counters;
-        GetProcessMemoryInfo(process.hProcess, &counters, sizeof counters);
-        if (peakMemory != nullptr) {
-            *peakMemory = counters.PeakPagefileUsage;
-        }
         CloseHandle(process.hProcess);
         CloseHandle(process.hThread);
         return status;
+    }
+
+    /// The most memory that the client used for a document of this size; its own copy of the document counts.
+    uint64_t peakMemory(size_t documentSize) {
+        const auto file = folder / "peak-memory";
+        EXPECT_EQ(runClient(std::to_string(documentSize) + " \"" + file.string() + "\""), 0u);
+        const uint64_t peak = std::strtoull(readFile(file).c_str(), nullptr, 10);
+        EXPECT_GT(peak, documentSize) << "what the client reports is not its memory";
+        return peak;
     }
 
     recording::Recording only(const std::filesystem::path &where) {
@@ -85,20 +87,34 @@ TEST_F(RecordFile, RedactedHasNoDocument) {
     EXPECT_TRUE(recording.header.redacted);
     const auto data = recording.calls.at(1).begin.values["data"];
     EXPECT_EQ(data["length"], 100000);
-    // Of 100,000 times the letter A.
-    EXPECT_EQ(data["sha256"], "e6631225e83d23bf67657e85109ad5deb3570e1405d7aaa23a2485ae8582c143");
+    // Of the first half of the document.
+    EXPECT_EQ(data["sha256"], "e24ae9cbcc7500392dfa5d018f63f0bf87232dc30ae5996d8ca6b25c2ae4b665");
     EXPECT_EQ(data.size(), 2u);
-    EXPECT_EQ(readFile(recordingsIn(folder / "recordings").front()).find("4141"), std::string::npos);
+    const auto text = readFile(recordingsIn(folder / "recordings").front());
+    const auto document = clientDocument(200'000);
+    for (size_t at = 0; at < document.size(); at += 8) {
+        ASSERT_EQ(text.find(recording::hexadecimal(document.data() + at, 8)), std::string::npos) << "offset " << at;
+    }
 }
 
 TEST_F(RecordFile, UnredactedLargeDocumentHasEveryByte) {
     EXPECT_EQ(runClient("200000"), 0u);
-    const auto text = readFile(recordingsIn(folder / "recordings").front());
-    size_t bytes = 0;
-    for (size_t at = text.find("4141"); at != std::string::npos; at = text.find("41", at + 2)) {
-        ++bytes;
+    std::string recorded;
+    std::map<uint64_t, size_t> sizes; // by call
+    recording::RecordingParser parser([&](const recording::RecordEvent &event) {
+        if (event.kind == recording::EventKind::bytes && event.argument == "data") {
+            EXPECT_EQ(event.offset, sizes[event.number]);
+            const auto bytes = recording::bytesOf(event.hex);
+            sizes[event.number] += bytes.size();
+            recorded += bytes;
+        }
+    });
+    std::ifstream lines(recordingsIn(folder / "recordings").front(), std::ios::binary);
+    for (std::string line; std::getline(lines, line);) {
+        parser.add(line);
     }
-    EXPECT_GE(bytes, 200000u);
+    EXPECT_THAT(sizes, SizeIs(2));
+    EXPECT_TRUE(recorded == clientDocument(200'000)) << recorded.size() << " bytes";
 }
 
 TEST_F(RecordFile, FolderThatCannotBeMadeChangesNothing) {
@@ -114,15 +130,12 @@ TEST_F(RecordFile, MissingRecorderChangesNothing) {
 }
 
 TEST_F(RecordFile, MemoryDoesNotGrowWithTheDocument) {
-    SIZE_T small = 0;
-    SIZE_T large = 0;
+    constexpr size_t smallSize = 65'536;
+    constexpr size_t largeSize = 67'108'864;
+    constexpr size_t tolerance = 4 * 1024 * 1024;
     SetEnvironmentVariableW(L"KAL_SPY_REDACT", L"1");
-    EXPECT_EQ(runClient("65536", &small), 0u);
-    EXPECT_EQ(runClient("67108864", &large), 0u);
-    // The client itself has the document in memory.
-    EXPECT_LT(large, small + 67108864 + 4 * 1024 * 1024);
-    std::filesystem::remove_all(folder / "recordings");
+    const uint64_t small = peakMemory(smallSize);
+    EXPECT_LT(peakMemory(largeSize), small + largeSize + tolerance);
     SetEnvironmentVariableW(L"KAL_SPY_REDACT", nullptr);
-    EXPECT_EQ(runClient("67108864", &large), 0u);
-    EXPECT_LT(large, small + 67108864 + 4 * 1024 * 1024);
+    EXPECT_LT(peakMemory(largeSize), small + largeSize + tolerance);
 }

@@ -95,13 +95,14 @@ TEST_F(Session, AlertsAreReplayedAtTheirPlace) {
     expectSameAgain("watch 3 --count 2 --seconds 30 --json", field, desk);
     const auto before = field.jsonLines();
     const auto after = desk.jsonLines();
+    ASSERT_THAT(before, SizeIs(2));
     ASSERT_THAT(after, SizeIs(2));
     for (size_t index = 0; index < after.size(); ++index) {
         for (const char *what : {"message", "handle"}) {
-            EXPECT_EQ(after[index][what], before[index][what]);
+            EXPECT_EQ(after[index].at(what), before[index].at(what));
         }
     }
-    EXPECT_EQ(after[0]["bytes"], before[0]["bytes"]);
+    EXPECT_EQ(after[0].at("bytes"), before[0].at("bytes"));
 }
 
 TEST_F(Session, AlertIsReplayedNoLongerThanItsBytes) {

@@ -14,6 +14,11 @@ class LogCommands : public LogToolTest {
   protected:
     /// A log of the test's own, quoted for the command line.
     std::string log(const std::string &lines) { return file("given.log", lines); }
+    /// The library's log, with this line and no other.
+    void writeLog(const std::string &text) {
+        std::filesystem::create_directories(logFile().parent_path());
+        std::ofstream(logFile(), std::ios::binary) << "Bidi            " << text << "\r\n";
+    }
 };
 
 constexpr const char *twoProcesses =
@@ -139,18 +144,22 @@ TEST_F(LogCommands, ShowWithoutALogFails) {
 }
 
 TEST_F(LogCommands, FollowShowsWhatIsAdded) {
+    writeLog("a first line");
     const auto running = start("log show --follow --seconds 60");
-    Sleep(1000);
+    ASSERT_TRUE(running->waitForOutput("a first line"));
+    kal("log on");
+    kal("status 3");
+    EXPECT_TRUE(running->waitForOutput("-KalQueryPrinterStatus() handle=3")) << running->output();
+}
+
+TEST_F(LogCommands, FollowWaitsForALogThatIsMissing) {
+    const auto running = start("log show --follow --seconds 60");
     kal("log on");
     kal("status 3");
     EXPECT_TRUE(running->waitForOutput("-KalQueryPrinterStatus() handle=3")) << running->output();
 }
 
 TEST_F(LogCommands, FollowGoesOnInAFileThatBeganAnew) {
-    std::filesystem::create_directories(logFile().parent_path());
-    const auto writeLog = [&](const std::string &text) {
-        std::ofstream(logFile(), std::ios::binary) << "Bidi            " << text << "\r\n";
-    };
     writeLog("a first line that is longer than the next");
     const auto running = start("log show --follow --seconds 60");
     ASSERT_TRUE(running->waitForOutput("a first line"));
@@ -160,8 +169,9 @@ TEST_F(LogCommands, FollowGoesOnInAFileThatBeganAnew) {
 }
 
 TEST_F(LogCommands, FollowEndsOnInterruption) {
+    writeLog("a first line");
     const auto running = start("log show --follow");
-    Sleep(1500);
+    ASSERT_TRUE(running->waitForOutput("a first line"));
     ASSERT_TRUE(running->interrupt());
     EXPECT_EQ(running->finish().status, 0);
 }

@@ -166,7 +166,7 @@ TEST_F(PrintCommand, WaitOnAPrinterWithoutNotificationsSendsNothing) {
 TEST_F(PrintCommand, InterruptionCancelsTheJob) {
     misbehave(R"("OrxWritePrinter":{"fromCall":1,"accept":10,"delayMs":100})");
     const auto running = start("print --printer 3 " + file("d", documentOf(100'000)));
-    Sleep(1500);
+    ASSERT_TRUE(eventually([&] { return !spoolEntries().empty(); })); // the job has begun
     ASSERT_TRUE(running->interrupt());
     const ToolRun run = running->finish();
     EXPECT_EQ(run.status, 1);

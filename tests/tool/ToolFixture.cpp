@@ -79,13 +79,7 @@ std::string RunningTool::output() const {
 }
 
 bool RunningTool::waitForOutput(const std::string &text) const {
-    for (int tries = 0; tries < 300; ++tries) {
-        if (output().find(text) != std::string::npos) {
-            return true;
-        }
-        Sleep(100);
-    }
-    return false;
+    return eventually([&] { return output().find(text) != std::string::npos; });
 }
 
 bool RunningTool::interrupt() const {

@@ -24,6 +24,18 @@ struct ToolRun {
     [[nodiscard]] std::vector<nlohmann::json> jsonLines() const;
 };
 
+/// Waits until the condition holds; false after half a minute.
+template <class Condition>
+bool eventually(const Condition &condition) {
+    for (int tries = 0; tries < 3000; ++tries) {
+        if (condition()) {
+            return true;
+        }
+        Sleep(10);
+    }
+    return false;
+}
+
 /// kal.exe while it runs; ended by force when the test forgets it.
 class RunningTool {
   public:

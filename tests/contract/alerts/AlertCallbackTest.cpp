@@ -7,6 +7,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 
 constexpr char deviceDescriptor[] = "<Name>Device</Name><Type>String</Type><Access>ReadOnly</Access>";
@@ -158,6 +159,7 @@ TEST_F(AlertCallbackTest, CpdAlertsOfEveryLength) {
         EXPECT_THAT(posted(), SizeIs(length >= 8 ? 1 : 0)) << length;
         EXPECT_EQ(deliver(cpdStatus(length)), length >= 24 ? 0u : 87u) << length;
         EXPECT_EQ(deliver(printResync(length)), length == 12 ? 0u : 87u) << length;
+        EXPECT_THAT(posted(), SizeIs((length >= 8 ? 1 : 0) + (length >= 24 ? 1 : 0))) << length;
         for (const Posted &message : posted())
             EXPECT_EQ(stored(message.high()),
                       storedPart(message.message == 0x5F4 ? powerOnReset(length) : cpdStatus(length)))
@@ -378,8 +380,11 @@ TEST_F(AlertCallbackTest, SameResultsWithTheLogOff) {
 
 TEST_F(AlertCallbackTest, LinesOfTheCallbackAreNotIndented) {
     deliver(powerOnReset());
-    for (const std::string &line : machine.logLines())
+    const auto lines = machine.logLines();
+    EXPECT_THAT(lines, Not(IsEmpty()));
+    for (const std::string &line : lines) {
         EXPECT_NE(line.at(16), ' ') << line;
+    }
 }
 
 // ------------------------------------------------------------------------------------------------ when it fails

@@ -8,7 +8,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::MatchesRegex;
 using testing::StartsWith;
 
 /// One alert with id 0 is stored: 11 bytes.
@@ -74,14 +73,14 @@ TEST_F(KalQueryAlertsTest, NullBufferWithSizeZeroIsToldTheLength) {
 TEST_F(KalQueryAlertsTest, NullBufferThatWouldFitFails) {
     size = 50;
     EXPECT_EQ(query(0, nullptr, &size), KAL_FAIL);
-    EXPECT_THAT(machine.logTexts(), Contains(MatchesRegex("KalQueryAlerts\\(\\) \\w+ = NULL")));
+    EXPECT_THAT(machine.logTexts(), Contains("KalQueryAlerts() buffer = NULL"));
 }
 
 TEST_F(KalQueryAlertsTest, NullSizeFails) {
     GuardedBuffer buffer(50, 0x55);
     EXPECT_EQ(query(0, buffer.data(), nullptr), KAL_FAIL);
     EXPECT_EQ(buffer.bytes(), std::string(50, 0x55));
-    EXPECT_THAT(machine.logTexts(), Contains(MatchesRegex("KalQueryAlerts\\(\\) \\w+ = NULL")));
+    EXPECT_THAT(machine.logTexts(), Contains("KalQueryAlerts() size = NULL"));
 }
 
 TEST_F(KalQueryAlertsTest, IdsNeverIssuedFail) {

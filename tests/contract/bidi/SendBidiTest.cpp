@@ -192,12 +192,10 @@ TEST_P(KalSendBidiRawTest, RawRequestGoesOutAsItStands) {
 
 INSTANTIATE_TEST_SUITE_P(Lengths, KalSendBidiRawTest, testing::Values(1u, 5u, 511u, 512u, 513u, 4096u, 65535u));
 
-TEST_F(KalSendBidiTest, RawRequestWithoutBytesIsNotRead) {
-    const int32_t result = KalSendBidi(0, 5, 0, 170, nullptr, nullptr, nullptr, 5);
-    if (service.count("OrxExchangeBidiPrinter") == 0)
-        EXPECT_EQ(result, KAL_FAIL);
-    else
-        EXPECT_EQ(request, Bytes());
+TEST_F(KalSendBidiTest, RawRequestOfNullDataWithALengthFailsWithoutTheService) {
+    EXPECT_EQ(KalSendBidi(0, 5, 0, 170, nullptr, nullptr, nullptr, 5), KAL_FAIL);
+    EXPECT_THAT(service.sequence(), IsEmpty());
+    EXPECT_THAT(machine.logTexts(), testing::Contains("KalSendBidi() data = NULL"));
 }
 
 // --------------------------------------------------------------------------------------------------- responses

@@ -21,12 +21,18 @@ void onThreads(int count, const std::function<void(int)> &work) {
 } // namespace
 
 TEST_F(Binding, ConcurrentFirstCallersShareOneIdentifier) {
-    service.does("OrxGetClientId", [](const ServiceCall &call) {
-        Sleep(50);
+    std::atomic<int> begun = 0;
+    service.does("OrxGetClientId", [&](const ServiceCall &call) {
+        while (begun < 4)
+            Sleep(1);
+        Sleep(50); // from there to the lock is not far
         *call.pointer<uint32_t>(0) = 7;
         return 0u;
     });
-    onThreads(4, [&](int) { client->acquireBinding(); });
+    onThreads(4, [&](int) {
+        ++begun;
+        client->acquireBinding();
+    });
     EXPECT_EQ(service.count("OrxGetClientId"), 1u);
     EXPECT_EQ(service.loads(), 1);
     expectReferences(4);

@@ -172,6 +172,7 @@ TEST_F(WriteBackOff, PauseComesAfterTheCall) {
         return 122u;
     });
     write();
+    EXPECT_THAT(pauses, ElementsAre(2000));
 }
 
 TEST_F(WriteBackOff, OtherCodesCostNoPause) {

@@ -62,7 +62,9 @@ TEST(ExportList, HoldsTheseNamesAndNoOther) {
 
 TEST_F(LoadedLibrary, ImportsSystemLibrariesOnly) {
     const std::vector<std::string> system = {"advapi32.dll", "kernel32.dll", "msvcrt.dll", "user32.dll"};
-    for (std::string name : importedLibraries(library.module())) {
+    const auto imported = importedLibraries(library.module());
+    EXPECT_THAT(imported, testing::Not(testing::IsEmpty()));
+    for (std::string name : imported) {
         std::ranges::transform(name, name.begin(), [](unsigned char letter) { return std::tolower(letter); });
         EXPECT_TRUE(std::ranges::find(system, name) != system.end() || name.starts_with("api-ms-win-crt-")) << name;
     }

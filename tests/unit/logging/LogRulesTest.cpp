@@ -7,8 +7,13 @@
 #include "tests/support/EveryCore.h"
 #include "tests/unit/platform/VirtualTable.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -231,21 +236,35 @@ TEST(SettingCache, LaterValueReplacesTheEarlier) {
 
 TEST(SettingCache, ValueAndTickBelongTogetherAmongThreads) {
     const EveryCore everyCore;
+    constexpr std::array<uint32_t, 2> stored = {1, 5}; // as value and as tick
+    constexpr uint32_t enough = 20000;
     SettingCache cache;
-    constexpr uint32_t rounds = 20000;
+    std::atomic<bool> isOver = false;
     std::vector<std::thread> writers;
-    for (uint32_t first : {1u, 2u})
-        writers.emplace_back([&cache, first] {
-            for (uint32_t number = first; number < rounds; number += 2)
+    for (const uint32_t number : stored) {
+        writers.emplace_back([&cache, &isOver, number] {
+            while (!isOver) {
                 cache.store("All", number, number);
+            }
         });
-    bool torn = false;
-    for (uint32_t now = 1; now < rounds; ++now)
-        if (const auto value = cache.find("All", now, 2)) // fresh only when stored at the tick before
-            torn = torn || *value != now - 1;
-    for (std::thread &writer : writers)
+    }
+    std::array<uint32_t, stored.size()> compared = {};
+    uint32_t torn = 0;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (std::ranges::min(compared) < enough && std::chrono::steady_clock::now() < deadline) {
+        for (size_t which = 0; which < stored.size(); ++which) {
+            if (const auto value = cache.find("All", stored[which] + 1, 2)) { // fresh only when of that very tick
+                ++compared[which];
+                torn += *value == stored[which] ? 0 : 1;
+            }
+        }
+    }
+    isOver = true;
+    for (std::thread &writer : writers) {
         writer.join();
-    EXPECT_FALSE(torn);
+    }
+    EXPECT_EQ(torn, 0u);
+    EXPECT_THAT(compared, testing::Each(testing::Ge(enough)));
 }
 
 TEST(LogLevel, LevelPassesWhenItSharesABitWithEitherMask) {

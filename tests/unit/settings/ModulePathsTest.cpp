@@ -59,7 +59,7 @@ TEST(ModulePaths, BrandCodeOfANameThatFillsTheBufferIsReadInsideIt) {
     ModuleName name("C:\\" + std::string(254, 'A') + "\\BC"); // cut without a terminator at 260 characters
     PathBuffer buffer;
     EXPECT_TRUE(brandCodeOfModule(someModule, buffer.data()));
-    EXPECT_TRUE(buffer.text() == "bc" || buffer.text() == "b") << buffer.text();
+    EXPECT_EQ(buffer.text(), "bc");
 }
 
 TEST(ModulePaths, ProductRootOfAProductLineIsTrue) {
