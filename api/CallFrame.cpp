@@ -23,10 +23,13 @@ int32_t CallTrace::nullArgument(const char *exportName, const char *argument) {
 bool runWorkerThread(uint32_t (*worker)(void *), void *record, const std::exception_ptr &failure,
                      const char *exceptionMessage) {
     try {
-        RunnableFunction runnable(worker, record);
-        Thread thread(runnable);
-        thread.start();
-        static_cast<void>(thread.join(waitWithoutTimeout));
+        {
+            RunnableFunction runnable(worker, record);
+            Thread thread(runnable);
+            thread.start();
+            static_cast<void>(thread.join(waitWithoutTimeout));
+        }
+        // Read here: a join may fail, but the thread has ended when its object is gone.
         if (failure) {
             std::rethrow_exception(failure);
         }

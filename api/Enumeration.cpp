@@ -30,11 +30,13 @@ struct FailureTexts {
 };
 
 /// Reads what a printer's record needs; what fails is logged.
+/// @param handle    as the service gave it; the record keeps its low half only
 /// @param nameRoom  portNameRoom bytes, where the name is kept
-ReadFailure readPrinter(OrxClient &client, FoundPrinter &printer, char *nameRoom, const FailureTexts &texts) {
+ReadFailure readPrinter(OrxClient &client, uint32_t handle, FoundPrinter &printer, char *nameRoom,
+                        const FailureTexts &texts) {
     if (printer.portType == NETTYPE_RHOA) {
         uint32_t length = 0;
-        const uint32_t code = client.GetByteArrayPrinter(printer.handle, comc::property::macAddress.descriptor,
+        const uint32_t code = client.GetByteArrayPrinter(handle, comc::property::macAddress.descriptor,
                                                          printer.macAddress, sizeof printer.macAddress, &length);
         if (code != 0) {
             logTrace(texts.macAddress, code);
@@ -42,7 +44,7 @@ ReadFailure readPrinter(OrxClient &client, FoundPrinter &printer, char *nameRoom
         }
     }
     const TextProperty name =
-        readTextProperty(client, printer.handle, comc::property::portName.descriptor, nameRoom, portNameRoom);
+        readTextProperty(client, handle, comc::property::portName.descriptor, nameRoom, portNameRoom);
     if (name.code != 0) {
         logTrace(texts.portName, name.code);
         return ReadFailure::portName;
@@ -50,7 +52,7 @@ ReadFailure readPrinter(OrxClient &client, FoundPrinter &printer, char *nameRoom
     printer.name = name.text;
     char deviceRoom[11];
     const TextProperty device =
-        readTextProperty(client, printer.handle, comc::property::device.descriptor, deviceRoom, sizeof deviceRoom);
+        readTextProperty(client, handle, comc::property::device.descriptor, deviceRoom, sizeof deviceRoom);
     printer.isCpdPrinter = device.text == comc::device::cpdPrinter; // one that cannot be read is none
     return ReadFailure::none;
 }
@@ -64,7 +66,7 @@ void report(const void *record, KalPortCallback callback) {
 }
 
 /// Called by the service for each printer of an enumeration. @return the printer's port-type code
-uint32_t KalEnumPrintersCallback(uint32_t reportedHandle) {
+uint32_t KalEnumPrintersCallback(uint32_t handle) {
     logTrace("KalEnumPrintersCallback");
     OrxClient *const client = serviceBinding();
     if (client == nullptr) {
@@ -72,12 +74,11 @@ uint32_t KalEnumPrintersCallback(uint32_t reportedHandle) {
         logTrace("KAL_FAIL");
         return KAL_FAIL;
     }
-    const auto handle = static_cast<uint16_t>(reportedHandle);
-    FoundPrinter printer = {handle, queryPortType(*client, handle), {}, {}, false};
+    FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(*client, handle), {}, {}, false};
     char nameRoom[portNameRoom];
     // The port name's failure deliberately speaks of the byte array, too.
     constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getByteArrayPrinter, errorCode="};
-    switch (readPrinter(*client, printer, nameRoom, texts)) {
+    switch (readPrinter(*client, handle, printer, nameRoom, texts)) {
     case ReadFailure::macAddress:
         logTrace("KAL_OKAY");
         return 0;
@@ -162,7 +163,7 @@ int32_t enumerateSpecificPort(OrxClient &client, uint32_t netTypes, const char *
     }
     char nameRoom[portNameRoom];
     constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getStringPrinter, errorCode="};
-    if (readPrinter(client, printer, nameRoom, texts) != ReadFailure::none) {
+    if (readPrinter(client, handle, printer, nameRoom, texts) != ReadFailure::none) {
         return 0;
     }
     PortInfoRecord usual;

@@ -38,14 +38,14 @@ int32_t KalWrite(uint16_t, uint16_t handle, uint32_t portType, const void *data,
     return inlineCall(Description("KalWrite() handle=", handle, " byteCount=", requested, " totalByteCount=", total),
                       "orxClient=NULL", // deliberately without the full stop that the others have
                       [&](CallTrace &trace, OrxClient &client) {
+                          if (!portTypeFits(portType, handle)) {
+                              return trace.named(DEVERR_PROTOCOL);
+                          }
                           if (byteCount == nullptr) {
                               return trace.nullArgument("KalWrite", "byteCount");
                           }
-                          if (data == nullptr) {
+                          if (data == nullptr && requested != 0) {
                               return trace.nullArgument("KalWrite", "data");
-                          }
-                          if (!portTypeFits(portType, handle)) {
-                              return trace.named(DEVERR_PROTOCOL);
                           }
                           const int32_t result = writeResult(client.WritePrinter(handle, data, requested, byteCount));
                           trace.setResult(result, ", bytesWritten=", *byteCount);

@@ -12,8 +12,9 @@ namespace kal {
 
 namespace {
 
-CriticalSection registrationLock; ///< guards initializeCount, clientName, and making and destroying binding and logger
+CriticalSection registrationLock; ///< guards initializeCount, and making and destroying binding and logger
 uint32_t initializeCount = 0;
+CriticalSection clientNameLock; ///< guards clientName; registration holds its own lock while it asks the network
 constexpr size_t clientNameSize = 260;
 char clientName[clientNameSize];
 
@@ -88,7 +89,7 @@ void KalUnregisterApp(uint16_t) {
 void KalSetClientName(const char *name) {
     logRegistration("KalSetClientName was called");
     if (name != nullptr) {
-        const std::lock_guard guard(registrationLock);
+        const std::lock_guard guard(clientNameLock);
         std::memcpy(clientName, name, strnlen(name, clientNameSize));
     }
 }

@@ -342,7 +342,7 @@ KAL_API int32_t KalStartDoc(uint16_t handle, uint32_t portType, const char *docu
  * @param[in]     first      not read.
  * @param[in]     handle     open printer handle with a started job.
  * @param[in]     portType   as for ::KalStartDoc.
- * @param[in]     data       the bytes, *byteCount of them, not copied by the library; not null.
+ * @param[in]     data       the bytes, *byteCount of them, not copied by the library; not null unless that is 0.
  * @param[in,out] byteCount  in: bytes to send; out: bytes that the service took (may be fewer: send the rest again).
  * @retval KAL_OKAY          *byteCount bytes were taken
  * @retval DEVERR_PROTOCOL   the port type does not fit the handle, or the device refused the write (service code 50)

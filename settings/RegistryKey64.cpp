@@ -238,19 +238,22 @@ void RegistryKey64::recurseDeleteKey(const std::string &subkey, HKEY container) 
         if (code != ERROR_SUCCESS) {
             fail("RegistryKey64::recurseDeleteKey() RegOpenKey()", code, 323);
         }
-        // The child at the same index is read each time, since the previous one is gone; only a child that is never
-        // deleted makes the index rise.
+        // The same index is read each time, since the previous child is gone. Only a child that is still there makes
+        // the index rise: "SOFTWARE", a link without a target, a name that the code page cannot express.
         DWORD index = 0;
+        std::string previous;
         for (;;) {
             char name[256] = {};
             DWORD size = sizeof name;
             if (RegEnumKeyExA(key.get(), index, name, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
                 break;
             }
-            recurseDeleteKey(name, key.get());
-            if (isSoftware(name)) {
+            if (previous == name) {
                 ++index;
+                continue;
             }
+            recurseDeleteKey(name, key.get());
+            previous = name;
         }
     }
     if (isSoftware(subkey)) {

@@ -21,6 +21,7 @@ std::string versionText() {
 }
 
 void addCommands(CLI::App &program, Invocation &invocation) {
+    program.allow_windows_style_options(false); // a file name may begin with a slash; the commands take this over
     program.set_version_flag("--version", versionText());
     program.add_option("--server", invocation.server, "Machine on which the service runs; this one by default");
     program.require_subcommand(1);

@@ -914,7 +914,8 @@ namespace Kal
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle with a started job.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null.</param>
+        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null unless that is
+        /// 0.</param>
         /// <param name="byteCount">in: bytes to send; out: bytes that the service took (may be fewer: send the rest
         /// again).</param>
         /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type does not fit the handle, or
@@ -932,7 +933,8 @@ namespace Kal
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle with a started job.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null.</param>
+        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null unless that is
+        /// 0.</param>
         /// <param name="byteCount">in: bytes to send; out: bytes that the service took (may be fewer: send the rest
         /// again).</param>
         /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type does not fit the handle, or

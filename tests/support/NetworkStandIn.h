@@ -3,6 +3,7 @@
 #include "tests/support/ImportHook.h"
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@ class NetworkStandIn {
     DWORD loadError = 0;
     /// Non-zero: mpr.dll lacks the entry point; resolving it leaves this error.
     DWORD resolveError = 0;
+    /// Runs while the provider is asked.
+    std::function<void()> duringTheQuestion;
     /// Empty: the computer name cannot be read.
     std::string computerName = "PRINTHOST";
 
@@ -47,6 +50,8 @@ class NetworkStandIn {
         current->resource = *question;
         current->output.assign(static_cast<const char *>(buffer), *size);
         current->hasSystemPart = systemPart != nullptr;
+        if (current->duringTheQuestion)
+            current->duringTheQuestion();
         return current->answer;
     }
 

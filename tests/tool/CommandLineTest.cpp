@@ -41,6 +41,12 @@ TEST_F(CommandLine, NumberOutOfRangeIsMisuse) {
     }
 }
 
+TEST_F(CommandLine, FileNameMayBeginWithASlash) {
+    const ToolRun run = kal("print --printer 0x6001 /no-such-folder/document");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.error, HasSubstr("/no-such-folder/document"));
+}
+
 TEST_F(CommandLine, HandleMayBeHexadecimal) {
     EXPECT_EQ(kal("status 0x6001").status, 0);
 }

@@ -48,6 +48,14 @@ class KalEnumPrintersTest : public EnumerationTest {
 
 // ------------------------------------------------------------------------------------ what the service is asked
 
+TEST_F(KalEnumPrintersTest, ServiceIsAskedWithTheHandleThatItGaveAndTheRecordHasItsLowHalf) {
+    property("Transport", "HBN1");
+    const ReportedPrinter &printer = findOne(0xABCD1005);
+    EXPECT_THAT(handlesAskedFor(), ElementsAre(0xABCD1005, 0xABCD1005, 0xABCD1005, 0xABCD1005));
+    EXPECT_EQ(printer.at<uint16_t>(86), 0x1005);
+    EXPECT_EQ(printer.at<uint16_t>(88), 8); // what follows the handle
+}
+
 TEST_F(KalEnumPrintersTest, EmptyMaskAsksNothing) {
     EXPECT_EQ(KalEnumPrinters(0, 0, report), KAL_OKAY);
     EXPECT_THAT(service.sequence(), IsEmpty());

@@ -65,6 +65,19 @@ TEST_F(KalEnumSpecificPortTest, RecordByteByByteWithTheCallersPortAsSecondName) 
     EXPECT_EQ(reported[0].secondName, "\\\\server\\printer");
 }
 
+TEST_F(KalEnumSpecificPortTest, ServiceIsAskedWithTheHandleThatItGaveAndTheRecordHasItsLowHalf) {
+    service.does("OrxEnumSpecificPrinter", [](const ServiceCall &call) {
+        *call.pointer<uint32_t>(2) = 0xABCD0000 | foundHandle;
+        return 0u;
+    });
+    property("Transport", "HBN1");
+    KalEnumSpecificPort(0, 0x200, "HBN1:42", report);
+    EXPECT_THAT(handlesAskedFor(), ElementsAre(0xABCD1005, 0xABCD1005, 0xABCD1005, 0xABCD1005));
+    ASSERT_THAT(reported, SizeIs(1));
+    EXPECT_EQ(reported[0].at<uint16_t>(86), foundHandle);
+    EXPECT_EQ(reported[0].at<uint16_t>(88), 8); // what follows the handle
+}
+
 TEST_F(KalEnumSpecificPortTest, WorksOnAThreadOfItsOwnWhileTheCallerWaits) {
     KalEnumSpecificPort(0, 0x400, "PORT1", report);
     EXPECT_NE(service.lastCall("OrxEnumSpecificPrinter").thread, GetCurrentThreadId());

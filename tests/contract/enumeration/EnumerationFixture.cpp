@@ -27,6 +27,14 @@ void EnumerationTest::propertyIsRaw(const std::string &name, std::string bytes) 
     properties_[name] = {0, std::move(bytes)};
 }
 
+std::vector<uint32_t> EnumerationTest::handlesAskedFor() const {
+    std::vector<uint32_t> handles;
+    for (const ServiceCall &call : service.calls())
+        if (call.entryPoint.starts_with("OrxGetString") || call.entryPoint.starts_with("OrxGetByteArray"))
+            handles.push_back(call.number(1));
+    return handles;
+}
+
 uint32_t EnumerationTest::readProperty(const ServiceCall &call) {
     const std::string &descriptor = call.text(2);
     const auto start = std::strlen("<Name>");

@@ -40,6 +40,9 @@ class EnumerationTest : public RegisteredApplication {
     void property(const std::string &name, const std::string &text) { propertyIsRaw(name, text + '\0'); }
     void macAddress(const std::string &bytes) { propertyIsRaw("MacAddress", bytes); }
 
+    /// The handle of each property that was read, in order.
+    [[nodiscard]] std::vector<uint32_t> handlesAskedFor() const;
+
     /// The client callback under test; what it received is in `reported`.
     static void report(const PortInfoRecord *printer);
     /// Another one, which only counts.

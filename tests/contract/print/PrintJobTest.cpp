@@ -309,6 +309,23 @@ TEST_F(PrintJob, WriteOfNullDataAsksNobody) {
     EXPECT_EQ(requested, 10u);
 }
 
+TEST_F(PrintJob, WriteOfNoBytesNeedsNoData) {
+    uint32_t requested = 0;
+    EXPECT_EQ(kal.KalWrite(0, fitting, 0, nullptr, &requested), KAL_OKAY);
+    ASSERT_THAT(service.operations(), ElementsAre("OrxWritePrinter"));
+    EXPECT_EQ(service.lastCall("OrxWritePrinter").pointer<void>(2), nullptr);
+    EXPECT_EQ(service.lastCall("OrxWritePrinter").number(3), 0u);
+}
+
+TEST_F(PrintJob, PortTypeIsTestedBeforeThePointers) {
+    openPrinter(handle);
+    uint32_t requested = 10;
+    EXPECT_EQ(kal.KalWrite(0, handle, 2, nullptr, &requested), DEVERR_PROTOCOL);
+    EXPECT_EQ(kal.KalWrite(0, handle, 2, "x", nullptr), DEVERR_PROTOCOL);
+    EXPECT_THAT(service.sequence(), IsEmpty());
+    EXPECT_THAT(log(), Not(Contains(testing::HasSubstr("= NULL"))));
+}
+
 TEST_F(PrintJob, WriteOfNullCountAsksNobody) {
     EXPECT_EQ(kal.KalWrite(0, fitting, 0, "x", nullptr), KAL_FAIL);
     EXPECT_THAT(service.sequence(), IsEmpty());
@@ -403,6 +420,7 @@ TEST_F(PrintJob, OverlappedWriteOnAMisfitSendsNothing) {
 
 TEST_F(PrintJob, OverlappedWriteOfNullsAsksNobody) {
     EXPECT_EQ(kal.KalWriteOverlapped(0, fitting, 0, "x", nullptr, 0), KAL_FAIL);
+    count = 1;
     EXPECT_EQ(kal.KalWriteOverlapped(0, fitting, 0, nullptr, &count, 0), KAL_FAIL);
     EXPECT_THAT(service.sequence(), IsEmpty());
 }

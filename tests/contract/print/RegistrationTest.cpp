@@ -3,6 +3,8 @@
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/NetworkStandIn.h"
 
+#include <chrono>
+#include <future>
 #include <thread>
 
 using namespace kal::test;
@@ -277,6 +279,17 @@ TEST_F(ServerRegistration, MissingProviderRefusesTheServer) {
 }
 
 // --------------------------------------------------------------------------------- client name
+
+TEST_F(ServerRegistration, ClientNameIsSetWhileAnotherThreadWaitsForTheNetwork) {
+    std::future<void> setting;
+    network.duringTheQuestion = [&] {
+        setting = std::async(std::launch::async, [&] { kal.KalSetClientName("status window"); });
+        EXPECT_EQ(setting.wait_for(std::chrono::seconds(2)), std::future_status::ready);
+    };
+    EXPECT_EQ(registerWith("elsewhere"), 1);
+    ASSERT_TRUE(setting.valid());
+    setting.get();
+}
 
 TEST_F(RegisteredClient, ClientNameIsLogged) {
     kal.KalSetClientName("status window");

@@ -162,7 +162,7 @@ TEST_P(Threaded, ThreadThatCannotStartKeepsItsRecord) {
 }
 
 TEST_P(Threaded, StartFailureOfARunningThreadKeepsItsRecord) {
-    HANDLE started = nullptr;
+    std::atomic<HANDLE> started = nullptr; // the worker waits for the lock of the log meanwhile
     const ImportHook<"CreateEventA", HANDLE(SECURITY_ATTRIBUTES *, BOOL, BOOL, const char *)> event(
         library.module(), [&](SECURITY_ATTRIBUTES *security, BOOL manual, BOOL isSet, const char *name) {
             return started = event.original(security, manual, isSet, name);
@@ -200,6 +200,24 @@ TEST_P(Threaded, WorksAgainAfterAStartFailure) {
     call();
     EXPECT_THAT(service.operations(), Contains(GetParam().operation));
     EXPECT_THAT(log(), Not(Contains(testing::HasSubstr("exception="))));
+}
+
+TEST_P(Threaded, ForeignExceptionOfAWorkerThatCannotBeJoinedPassesToTheCaller) {
+    std::atomic<uintptr_t> worker = 0; // it waits for the lock of the log, which must not fail
+    const BeginThreadHook begin(library.module(),
+                                [&](auto... arguments) { return worker = begin.original(arguments...); });
+    const ImportHook<"WaitForSingleObject", DWORD(HANDLE, DWORD)> wait(
+        library.module(), [&](HANDLE object, DWORD milliseconds) {
+            if (object != reinterpret_cast<HANDLE>(worker.load()))
+                return wait.original(object, milliseconds);
+            SetLastError(ERROR_INVALID_HANDLE);
+            return DWORD{WAIT_FAILED};
+        });
+    service.does(GetParam().operation, [](const ServiceCall &) -> uint32_t {
+        Sleep(50); // the join has failed by now
+        throw std::runtime_error("of the service");
+    });
+    EXPECT_THROW(call(), std::runtime_error);
 }
 
 TEST_P(Threaded, ForeignExceptionOfTheWorkerPassesToTheCaller) {

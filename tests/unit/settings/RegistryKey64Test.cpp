@@ -583,6 +583,50 @@ TEST(RecursiveDeletion, EnumerationThatFailsEndsTheChildrenOnly) {
     EXPECT_FALSE(scratch.hasKey("top"));
 }
 
+/// Ends an enumeration that would never end.
+class BoundedEnumeration {
+  public:
+    static constexpr int bound = 1000;
+    [[nodiscard]] int calls() const { return enumeration_.calls(); }
+
+  private:
+    ImportHook<"RegEnumKeyExA", EnumKeySignature> enumeration_{
+        GetModuleHandleA(nullptr),
+        [this](HKEY parent, DWORD index, LPSTR name, LPDWORD size, LPDWORD reserved, LPSTR type, LPDWORD typeSize,
+               PFILETIME time) -> LSTATUS {
+            if (calls() > bound)
+                return ERROR_NO_MORE_ITEMS;
+            return enumeration_.original(parent, index, name, size, reserved, type, typeSize, time);
+        }};
+};
+
+/// No code page for narrow names has these letters, so their names cannot be given back to the system.
+TEST(RecursiveDeletion, ChildrenThatCannotBeNamedAreLeftAndTheOthersGo) {
+    ScratchKey scratch;
+    scratch.makeKey("top\\after\\deep");
+    scratch.makeKey("top\\!before");
+    for (const wchar_t *name : {L"top\\\u1200", L"top\\\u1201"}) {
+        HKEY child = nullptr;
+        ASSERT_EQ(RegCreateKeyW(scratch.key(), name, &child), ERROR_SUCCESS);
+        RegCloseKey(child);
+    }
+    const BoundedEnumeration enumeration;
+    EXPECT_EQ(thrownBy([&] { RegistryKey64::recurseDeleteKey("top", scratch.key()); }),
+              (Thrown{"RegistryKey64::recurseDeleteKey() RegDeleteKey()", 5, file, 347}));
+    EXPECT_LT(enumeration.calls(), 100);
+    EXPECT_FALSE(scratch.hasKey("top\\!before"));
+    EXPECT_FALSE(scratch.hasKey("top\\after"));
+    DWORD left = 0;
+    HKEY top = nullptr;
+    ASSERT_EQ(RegOpenKeyA(scratch.key(), "top", &top), ERROR_SUCCESS);
+    RegQueryInfoKeyA(top, nullptr, nullptr, nullptr, &left, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                     nullptr);
+    RegCloseKey(top);
+    EXPECT_EQ(left, 2u);
+    for (const wchar_t *name : {L"top\\\u1200", L"top\\\u1201"})
+        RegDeleteKeyW(scratch.key(), name);
+}
+
 class RecursiveDeletionOfSoftware : public testing::TestWithParam<const char *> {};
 
 TEST_P(RecursiveDeletionOfSoftware, LosesItsChildrenButStays) {
@@ -593,25 +637,16 @@ TEST_P(RecursiveDeletionOfSoftware, LosesItsChildrenButStays) {
     EXPECT_FALSE(scratch.hasKey(std::string(GetParam()) + "\\one"));
 }
 
-/// A child that stays would be the first child for ever.
 TEST_P(RecursiveDeletionOfSoftware, BelowAnotherKeyDoesNotKeepTheDeletionRunning) {
     ScratchKey scratch;
     scratch.makeKey("top\\" + std::string(GetParam()) + "\\deep");
-    int enumerations = 0;
-    ImportHook<"RegEnumKeyExA", EnumKeySignature> enumeration(
-        GetModuleHandleA(nullptr),
-        [&](HKEY parent, DWORD index, LPSTR name, LPDWORD size, LPDWORD reserved, LPSTR type, LPDWORD typeSize,
-            PFILETIME time) -> LSTATUS {
-            if (++enumerations > 1000)
-                return ERROR_NO_MORE_ITEMS;
-            return enumeration.original(parent, index, name, size, reserved, type, typeSize, time);
-        });
+    const BoundedEnumeration enumeration;
     try {
         RegistryKey64::recurseDeleteKey("top", scratch.key());
     } catch (const Win32Exception &) {
         // a parent that still has a child may refuse to go
     }
-    EXPECT_LT(enumerations, 100);
+    EXPECT_LT(enumeration.calls(), 100);
     EXPECT_TRUE(scratch.hasKey("top\\" + std::string(GetParam())));
     EXPECT_FALSE(scratch.hasKey("top\\" + std::string(GetParam()) + "\\deep"));
 }
