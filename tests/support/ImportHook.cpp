@@ -1,5 +1,7 @@
 #include "tests/support/ImportHook.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace kal::test {
@@ -59,6 +61,18 @@ void writeImport(void **place, void *address) {
     VirtualProtect(place, sizeof *place, PAGE_READWRITE, &protection);
     *place = address;
     VirtualProtect(place, sizeof *place, protection, &protection);
+}
+
+void awaitZero(const std::atomic<int> &threadsInside, const char *name) noexcept {
+    constexpr ULONGLONG limitMilliseconds = 30000;
+    const ULONGLONG begin = GetTickCount64();
+    while (threadsInside != 0) {
+        if (GetTickCount64() - begin > limitMilliseconds) {
+            std::fprintf(stderr, "ImportHook: a thread is still inside the replacement of %s\n", name);
+            std::abort();
+        }
+        SwitchToThread();
+    }
 }
 
 } // namespace kal::test

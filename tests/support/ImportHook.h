@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <stdexcept>
@@ -25,6 +26,9 @@ std::vector<std::string> importedFunctions(HMODULE module);
 /// Writes an address into the import table, whose page is normally read-only.
 void writeImport(void **place, void *address);
 
+/// Waits until no thread is inside a replacement. Ends the program with a message when that takes half a minute.
+void awaitZero(const std::atomic<int> &threadsInside, const char *name) noexcept;
+
 /// A function's name as a template argument.
 template <size_t Size>
 struct ImportName {
@@ -38,7 +42,8 @@ class ImportHook;
 /// ImportHook<"Sleep", void(DWORD)> hook(module, [&](DWORD milliseconds) { ... });
 ///
 /// Only calls out of that module are seen. One hook a name and signature at a time; the replacement may run on any
-/// thread and may call hook.original(...).
+/// thread and may call hook.original(...). The hook's end waits until no thread is inside the replacement; a
+/// replacement that does not return ends the program.
 template <ImportName Name, typename Result, typename... Arguments>
 class ImportHook<Name, Result(Arguments...)> {
   public:
@@ -51,12 +56,14 @@ class ImportHook<Name, Result(Arguments...)> {
             throw std::logic_error(std::string("hooked already: ") + Name.text);
         replacement_ = std::move(replacement);
         original_ = reinterpret_cast<Function>(*place_);
+        latestOriginal = original_;
         active = this;
         writeImport(place_, reinterpret_cast<void *>(&ImportHook::enter));
     }
     ~ImportHook() {
         writeImport(place_, reinterpret_cast<void *>(original_));
         active = nullptr;
+        awaitZero(threadsInside, Name.text);
     }
     ImportHook(const ImportHook &) = delete;
     ImportHook &operator=(const ImportHook &) = delete;
@@ -68,17 +75,31 @@ class ImportHook<Name, Result(Arguments...)> {
   private:
     using Function = Result(WINAPI *)(Arguments...);
 
+    class Visit {
+      public:
+        Visit() { ++threadsInside; }
+        Visit(const Visit &) = delete;
+        Visit &operator=(const Visit &) = delete;
+        ~Visit() { --threadsInside; }
+    };
+
     static Result WINAPI enter(Arguments... arguments) {
-        InterlockedIncrement(&active->calls_);
-        return active->replacement_(arguments...);
+        const Visit visit; // first, so that the hook that is found now stays
+        ImportHook *const hook = active;
+        if (hook == nullptr) // taken away since this thread read the address
+            return latestOriginal.load()(arguments...);
+        ++hook->calls_;
+        return hook->replacement_(arguments...);
     }
 
-    static inline ImportHook *active = nullptr;
+    static inline std::atomic<ImportHook *> active = nullptr;
+    static inline std::atomic<Function> latestOriginal = nullptr;
+    static inline std::atomic<int> threadsInside = 0;
 
     void **place_;
     Function original_ = nullptr;
     Replacement replacement_;
-    LONG calls_ = 0;
+    std::atomic<int> calls_ = 0;
 };
 
 } // namespace kal::test

@@ -30,13 +30,14 @@ uint32_t giveBack(void *argument) {
 }
 
 uint32_t waitForSignal(void *event) {
-    return static_cast<Event *>(event)->wait(infinite) ? 1 : 0;
+    return WaitForSingleObjectEx(event, infinite, FALSE);
 }
 
-/// A runnable that blocks its thread until the end of the test.
+/// A runnable that blocks its thread until the end of the test; not through WaitForSingleObject, which tests replace.
 struct Blocked {
-    Event signal{true, false, "", false};
-    RunnableFunction work{waitForSignal, &signal};
+    ScopedHandle signal{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    RunnableFunction work{waitForSignal, signal.get()};
+    void release() const { SetEvent(signal.get()); }
 };
 
 constexpr size_t startRecordOffset = 8, stackSizeOffset = 16, threadIdOffset = 20, priorityOffset = 24,
@@ -133,7 +134,7 @@ TEST(Thread, JoinWithZeroOnARunningThreadIsFalseAtOnce) {
     Thread thread(blocked.work);
     thread.start();
     EXPECT_FALSE(thread.join(0));
-    blocked.signal.set();
+    blocked.release();
 }
 
 TEST(Thread, JoinWithZeroOnAnEndedThreadIsTrue) {
@@ -149,7 +150,7 @@ TEST(Thread, JoinTimesOut) {
     Thread thread(blocked.work);
     thread.start();
     EXPECT_FALSE(thread.join(20));
-    blocked.signal.set();
+    blocked.release();
 }
 
 TEST(Thread, JoinOnAnAbandonedHandleIsTrue) {
@@ -160,7 +161,7 @@ TEST(Thread, JoinOnAnAbandonedHandleIsTrue) {
         FailingWait abandoned(WAIT_ABANDONED, 0);
         EXPECT_TRUE(thread.join(infinite));
     }
-    blocked.signal.set();
+    blocked.release();
 }
 
 TEST(Thread, JoinWhoseWaitFailsIsFalse) {
@@ -171,7 +172,7 @@ TEST(Thread, JoinWhoseWaitFailsIsFalse) {
         FailingWait failed(WAIT_FAILED, ERROR_INVALID_HANDLE);
         EXPECT_FALSE(thread.join(infinite));
     }
-    blocked.signal.set();
+    blocked.release();
 }
 
 TEST(Thread, DestroyingAThreadNeverStartedWaitsForNothing) {

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <future>
+#include <thread>
+
 using kal::test::ImportHook;
 
 namespace {
@@ -35,6 +39,38 @@ TEST(ImportHook, ReplacesAndRestores) {
 TEST(ImportHook, OriginalCanBeCalled) {
     ImportHook<"GetTickCount", DWORD()> hook(thisProgram(), [&] { return hook.original() | 1u; });
     EXPECT_EQ(GetTickCount() & 1u, 1u);
+}
+
+TEST(ImportHook, EndWaitsForAThreadThatIsInside) {
+    std::promise<void> inside;
+    std::atomic<bool> hasLeft = false;
+    std::thread caller;
+    {
+        ImportHook<"GetComputerNameA", BOOL(char *, DWORD *)> hook(thisProgram(), [&](char *, DWORD *) {
+            inside.set_value();
+            Sleep(50);
+            hasLeft = true;
+            return FALSE;
+        });
+        caller = std::thread([] { readComputerName(); });
+        inside.get_future().wait();
+    }
+    EXPECT_TRUE(hasLeft);
+    caller.join();
+}
+
+// A thread may have read the address and not have jumped there yet.
+TEST(ImportHook, AddressOfAnEndedHookLeadsToTheOriginal) {
+    void **const place = kal::test::findImport(thisProgram(), "GetComputerNameA");
+    BOOL(WINAPI * hooked)(char *, DWORD *) = nullptr;
+    {
+        ImportHook<"GetComputerNameA", BOOL(char *, DWORD *)> hook(thisProgram(),
+                                                                   [](char *, DWORD *) { return FALSE; });
+        hooked = reinterpret_cast<decltype(hooked)>(*place);
+    }
+    char name[MAX_COMPUTERNAME_LENGTH + 1] = {};
+    DWORD size = sizeof name;
+    EXPECT_TRUE(hooked(name, &size));
 }
 
 TEST(ImportHook, UnknownImportIsReported) {
