@@ -294,7 +294,7 @@ bool statusWindowAlert(const uint8_t *alert, uint32_t length, uint32_t *message)
     const StatusWindowVerdict verdict = classifyStatusWindowAlert(alert, length);
     logTrace(verdict.text);
     const bool isPosted = verdict.message != 0;
-    if (isPosted && message != nullptr) {
+    if (isPosted) {
         *message = verdict.message;
     }
     logTrace(isPosted ? "true" : "false");

@@ -202,6 +202,11 @@ TEST(Configuration, NamedAlertIsThatOfThePrintersKind) {
               "2:9: a BpdPrinter has no such alert; there a");
 }
 
+TEST(Configuration, AlertIsNamedOrGivenNotBoth) {
+    EXPECT_EQ(errorOf(withTimeline("\n{\"printer\":1,\"alert\":\"tonerLow\",\"alertBytes\":\"0102\"}")),
+              "2:1: one entry has \"alert\" or \"alertBytes\", not both");
+}
+
 TEST(Configuration, AlertIsCutOrFilledToItsLength) {
     EXPECT_EQ(readConfiguration(withTimeline(R"({"printer":1,"alertBytes":"0102","alertLength":4})")).timeline[0].alert,
               (Bytes{1, 2, 0, 0}));

@@ -398,6 +398,34 @@ TEST_F(SimulatorEvents, JournalThatWasBegunAnewIsReadFromItsBeginning) {
     EXPECT_EQ(notifications(Inbox::waitFor(1)), std::vector<uint32_t>{6});
 }
 
+TEST_F(SimulatorEvents, JournalThatIsAwayForAWhileIsReadOnWhereItWasLeft) {
+    const LoadedSimulator simulator;
+    simulator.open(3);
+    appendToJournal(simulator, "0 1 3 1 4 - -");
+    simulator.registerNotifications(3, &onNotification);
+    std::filesystem::rename(simulator.spool() / "events", simulator.spool() / "away");
+    Sleep(150);
+    std::filesystem::rename(simulator.spool() / "away", simulator.spool() / "events");
+    appendToJournal(simulator, "0 1 3 1 6 - -");
+    EXPECT_EQ(notifications(Inbox::waitFor(1)), std::vector<uint32_t>{6});
+}
+
+TEST_F(SimulatorEvents, JournalThatCannotBeReadForAWhileIsReadOnWhereItWasLeft) {
+    const LoadedSimulator simulator;
+    simulator.open(3);
+    appendToJournal(simulator, "0 1 3 1 4 - -");
+    simulator.registerNotifications(3, &onNotification);
+    {
+        const ImportHook<"SetFilePointerEx", BOOL(HANDLE, LARGE_INTEGER, LARGE_INTEGER *, DWORD)> failing(
+            simulator.module(), [](HANDLE, LARGE_INTEGER, LARGE_INTEGER *, DWORD) { return FALSE; });
+        appendToJournal(simulator, "0 1 3 1 6 - -");
+        Sleep(150);
+        EXPECT_GT(failing.calls(), 0);
+        EXPECT_TRUE(Inbox::content().empty());
+    }
+    EXPECT_EQ(notifications(Inbox::waitFor(1)), std::vector<uint32_t>{6});
+}
+
 TEST_F(SimulatorEvents, JournalDoesNotGrowWithoutEnd) {
     const LoadedSimulator simulator;
     appendToJournal(simulator, std::string((1 << 20) + 1, 'x'));

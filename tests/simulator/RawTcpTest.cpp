@@ -12,7 +12,7 @@ namespace {
 /// A printer on loopback that does with a connection what the test wants, on a thread of its own.
 class LoopbackPrinter {
   public:
-    enum class Conduct { takesAll, breaksAfterTheFirstBytes, stalls, neverCloses };
+    enum class Conduct { takesAll, talks, closesAfterTheFirstBytes, breaksAfterTheFirstBytes, stalls, neverCloses };
 
     explicit LoopbackPrinter(Conduct conduct) : conduct_(conduct) {
         WSADATA data;
@@ -69,6 +69,10 @@ class LoopbackPrinter {
             if (received <= 0)
                 break;
             document_.append(buffer, static_cast<size_t>(received));
+            if (conduct_ == Conduct::talks)
+                send(connection, buffer, received, 0);
+            if (conduct_ == Conduct::closesAfterTheFirstBytes)
+                break;
             if (conduct_ == Conduct::breaksAfterTheFirstBytes) {
                 const linger breakAtOnce{1, 0};
                 setsockopt(connection, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char *>(&breakAtOnce),
@@ -76,6 +80,8 @@ class LoopbackPrinter {
                 break;
             }
         }
+        if (conduct_ == Conduct::talks)
+            send(connection, "done", 4, 0); // the document's end has come, the connection's has not
         if (conduct_ == Conduct::neverCloses)
             WaitForSingleObject(done_, 10000);
         closesocket(connection);
@@ -109,6 +115,22 @@ TEST(SimulatorRawTcp, DocumentArrivesWholeAndIsSpooledToo) {
     ASSERT_EQ(simulator.print(1, bytes), 0u);
     EXPECT_EQ(printer.document(), bytes);
     EXPECT_EQ(readFile(simulator.spool() / "job-000001.prn"), bytes);
+}
+
+TEST(SimulatorRawTcp, PrinterMayTalkWhileItTakesTheDocumentAndAfterIt) {
+    LoopbackPrinter printer(Conduct::talks);
+    const LoadedSimulator simulator(boundTo(printer.port()));
+    simulator.open(1);
+    simulator.start(1);
+    std::string bytes;
+    for (int piece = 0; piece < 20; ++piece) {
+        const std::string each(1000, static_cast<char>('a' + piece));
+        ASSERT_EQ(simulator.write(1, each), 0u) << piece;
+        bytes += each;
+        Sleep(5); // what the printer says is there before the next piece
+    }
+    EXPECT_EQ(simulator.end(1), 0u);
+    EXPECT_EQ(printer.document(), bytes);
 }
 
 TEST(SimulatorRawTcp, BytesGoOutAsTheyAreWritten) {
@@ -151,6 +173,23 @@ TEST(SimulatorRawTcp, BrokenConnectionIsBusyAndNothingIsReportedAsDone) {
     EXPECT_EQ(simulator.end(1), 170u);
     EXPECT_TRUE(simulator.spooled(".prn").empty());
     EXPECT_TRUE(simulator.spooled(".part").empty());
+}
+
+TEST(SimulatorRawTcp, ConnectionClosedInOrderBeforeTheEndIsBusy) {
+    for (const bool writesOnceMore : {false, true}) {
+        LoopbackPrinter printer(Conduct::closesAfterTheFirstBytes);
+        const LoadedSimulator simulator(boundTo(printer.port()));
+        simulator.open(1);
+        simulator.start(1);
+        simulator.write(1, "x");
+        EXPECT_EQ(printer.document(), "x");
+        Sleep(50);
+        if (writesOnceMore) {
+            EXPECT_EQ(simulator.write(1, "y"), 170u);
+        }
+        EXPECT_EQ(simulator.end(1), 170u);
+        EXPECT_TRUE(simulator.spooled(".prn").empty());
+    }
 }
 
 TEST(SimulatorRawTcp, ConnectionBrokenBeforeTheEndIsBusyAtTheEnd) {

@@ -141,6 +141,17 @@ TEST(SpyTimeline, CallIsASpan) {
     EXPECT_FALSE(events[2].contains("cname"));
 }
 
+TEST(SpyTimeline, CallHasItsOutputsAndACallbackHasNone) {
+    RecordingText recording;
+    const auto call = recording.call("OrxEnumPrinters", {{"clientId", 100}});
+    recording.callback("enum", 1, {{"handle", 5}}, 512, call);
+    recording.answer(call, "OrxEnumPrinters", 0, {{"length", 3}});
+    const auto events = timelineOf(recording);
+    ASSERT_THAT(events, SizeIs(3));
+    EXPECT_EQ(events[1]["args"], (Json{{"handle", 5}, {"result", 512}}));
+    EXPECT_EQ(events[2]["args"], (Json{{"clientId", 100}, {"result", 0}, {"outputs", {{"length", 3}}}}));
+}
+
 TEST(SpyTimeline, FailureIsColoured) {
     RecordingText recording;
     recording.whole("OrxOpenPrinter", handleOf(6), 1168);

@@ -95,6 +95,15 @@ TEST_F(DoctorCommand, MissingEntryPointsAreNamed) {
     EXPECT_THAT(found["answer"].get<std::string>(), HasSubstr("OrxWritePrinter"));
 }
 
+TEST_F(DoctorCommand, ServiceThatLacksItsEndOnlyIsExaminedToTheLast) {
+    createSettingsKey();
+    configure(R"({"printers":[],"entryPoints":{"OrxUninitialize":{"missing":true}}})");
+    EXPECT_EQ(check("entry points")["answer"], "missing: OrxUninitialize");
+    EXPECT_EQ(check("service")["verdict"], "ok");
+    EXPECT_EQ(check("client id")["verdict"], "ok");
+    EXPECT_EQ(doctor().status, 1);
+}
+
 TEST_F(DoctorCommand, ServiceThatDoesNotStartIsAFailure) {
     createSettingsKey();
     configure(R"({"printers":[],"entryPoints":{"OrxInitialize":{"fromCall":1,"code":1062}}})");

@@ -110,6 +110,13 @@ TEST_F(LogCommands, StatusTellsKeySelectionAndFile) {
     EXPECT_EQ(status["file"], logFile().string());
 }
 
+TEST_F(LogCommands, FolderInTheLogsPlaceIsNoLog) {
+    kal("log on");
+    std::filesystem::create_directories(logFile());
+    EXPECT_EQ(kal("log status --json").json()["fileExists"], false);
+    EXPECT_THAT(kal("log status").output, HasSubstr(logFile().string() + ", not there yet"));
+}
+
 TEST_F(LogCommands, ShowNestsCalls) {
     EXPECT_EQ(kal("log show --file " + log(twoProcesses)).output,
               "--- 2012/03/05\r\n"

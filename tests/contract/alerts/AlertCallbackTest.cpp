@@ -148,6 +148,12 @@ TEST_F(AlertCallbackTest, EmptyCpdAlertIsRefused) {
     EXPECT_EQ(machine.logTexts().front(), "KalAlertCallback() handle=5, Alert=");
 }
 
+TEST_F(AlertCallbackTest, NullAlertWithALengthIsAnEmptyOne) {
+    EXPECT_EQ(onAlert(5, nullptr, 12), 87u);
+    EXPECT_EQ(machine.logTexts().front(), "KalAlertCallback() handle=5, Alert=");
+    EXPECT_THAT(posted(), IsEmpty());
+}
+
 TEST_F(AlertCallbackTest, CpdAlertsOfEveryLength) {
     machine.removeKey();
     std::vector<size_t> lengths = {65535};
