@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 namespace kal {
@@ -115,25 +116,26 @@ int32_t inlineCall(const Description<Pieces...> &description, Body body) {
     return inlineCall(description, missingBindingMessage, std::move(body));
 }
 
-/// Runs worker(record) on a thread of its own and waits for its end. A Win32Exception on the way is logged under the
-/// message with its code. @return whether the worker ran to its end
+/// Runs worker(record) on a thread of its own, waits for its end, and throws what it left in failure. A Win32Exception
+/// is not passed on but logged, the message first, then its code. @return whether there was none
 bool runWorkerThread(uint32_t (*worker)(void *), void *record, const std::exception_ptr &failure,
                      const char *exceptionMessage);
 
-/// What goes to a worker thread: where its result goes, the export's arguments, and back what it raised.
+/// What goes to a worker thread, and back: the place of the result, the export's arguments, what the worker threw.
 template <class... Arguments>
 struct WorkerRecord {
     int32_t *result;
     std::tuple<Arguments...> arguments;
+    const char *workerName;
     std::exception_ptr failure;
 };
 
-/// The worker's side of the threaded frame: trace, binding, then body(client, arguments...).
-template <class Record, class Body>
-uint32_t runWorker(void *argument, const char *name, Body body) noexcept {
-    Record &record = *static_cast<Record *>(argument);
+/// The worker's side of the threaded frame: trace, binding, then Body()(client, arguments...).
+template <class Body, class... Arguments>
+uint32_t runWorker(void *argument) noexcept {
+    auto &record = *static_cast<WorkerRecord<Arguments...> *>(argument);
     try {
-        const CallTrace trace{Description(name)};
+        const CallTrace trace{Description(record.workerName)};
         OrxClient *const client = serviceBinding();
         if (client == nullptr) {
             logError(missingBindingMessage);
@@ -141,22 +143,31 @@ uint32_t runWorker(void *argument, const char *name, Body body) noexcept {
             return 0;
         }
         *record.result =
-            std::apply([&](const auto &...arguments) { return body(*client, arguments...); }, record.arguments);
+            std::apply([&](const auto &...arguments) { return Body()(*client, arguments...); }, record.arguments);
     } catch (...) {
-        record.failure = std::current_exception(); // goes on to the caller of the export, on its thread
+        record.failure = std::current_exception();
     }
     return 0;
 }
 
+/// What the log says of a threaded export.
+struct ThreadedTexts {
+    const char *workerName;
+    const char *exceptionMessage; ///< before the code of a Win32Exception
+};
+
 /// The threaded frame: trace, record, worker, result.
-template <class Record, class... Pieces, class... Arguments>
-int32_t threadedCall(const Description<Pieces...> &description, const char *exceptionMessage,
-                     uint32_t (*worker)(void *), Arguments... arguments) {
+/// @param body  body(client, arguments...), a lambda that captures nothing: it runs on the worker thread
+template <class Body, class... Pieces, class... Arguments>
+int32_t threadedCall(const Description<Pieces...> &description, const ThreadedTexts &texts, Body,
+                     Arguments... arguments) {
+    static_assert(std::is_empty_v<Body>, "all that the body uses goes through the record");
+    using Record = WorkerRecord<Arguments...>;
     CallTrace trace(description);
     int32_t result = 0;
-    auto record = std::make_unique<Record>(Record{&result, {arguments...}, nullptr});
-    if (!runWorkerThread(worker, record.get(), record->failure, exceptionMessage)) {
-        // Deliberately never freed: a thread whose start or join failed may still use it.
+    auto record = std::make_unique<Record>(Record{&result, {arguments...}, texts.workerName, nullptr});
+    if (!runWorkerThread(runWorker<Body, Arguments...>, record.get(), record->failure, texts.exceptionMessage)) {
+        // Deliberately not freed after a failure, although the thread has ended and nothing uses it any more.
         static_cast<void>(record.release());
         result = KAL_FAIL;
     }

@@ -178,16 +178,6 @@ int32_t enumerateSpecificPort(OrxClient &client, uint32_t netTypes, const char *
     return static_cast<int32_t>(printer.portType);
 }
 
-using SpecificPortRecord = WorkerRecord<uint16_t, uint32_t, const char *, KalPortCallback>;
-
-uint32_t specificPortWorker(void *record) {
-    return runWorker<SpecificPortRecord>(
-        record, "KalEnumSpecificPortRunnable()",
-        [](OrxClient &client, uint16_t, uint32_t netTypes, const char *portName, KalPortCallback callback) {
-            return enumerateSpecificPort(client, netTypes, portName, callback);
-        });
-}
-
 int32_t getCache(OrxClient &client, uint16_t handle, void *buffer, uint32_t size, uint32_t *length) {
     if (buffer == nullptr || length == nullptr) {
         logError("KalGetCache() ", buffer == nullptr ? "buffer" : "length", " = NULL");
@@ -200,14 +190,6 @@ int32_t getCache(OrxClient &client, uint16_t handle, void *buffer, uint32_t size
         logTrace(" returns ", HexBytes{{block, *length}});
     }
     return cacheResult(code);
-}
-
-using CacheRecord = WorkerRecord<uint16_t, uint16_t, void *, uint32_t, uint32_t *>;
-
-uint32_t cacheWorker(void *record) {
-    return runWorker<CacheRecord>(record, "KalGetCacheRunnable()",
-                                  [](OrxClient &client, uint16_t, uint16_t handle, void *buffer, uint32_t size,
-                                     uint32_t *length) { return getCache(client, handle, buffer, size, length); });
 }
 
 } // namespace
@@ -227,9 +209,13 @@ int32_t KalEnumPrinters(uint16_t, uint32_t netTypes, KalPortCallback callback) {
 }
 
 int32_t KalEnumSpecificPort(uint16_t first, uint32_t netTypes, const char *portName, KalPortCallback callback) {
-    return threadedCall<SpecificPortRecord>(Description("KalEnumSpecificPort() port=", portName),
-                                            "KalEnumSpecificPort() exception=", specificPortWorker, first, netTypes,
-                                            portName, callback);
+    return threadedCall(
+        Description("KalEnumSpecificPort() port=", portName),
+        {"KalEnumSpecificPortRunnable()", "KalEnumSpecificPort() exception="},
+        [](OrxClient &client, uint16_t, const auto &...arguments) {
+            return enumerateSpecificPort(client, arguments...);
+        },
+        first, netTypes, portName, callback);
 }
 
 int32_t KalEnumByUNC(uint16_t first, uint32_t netTypes, const char *name, KalPortCallback callback) {
@@ -239,8 +225,10 @@ int32_t KalEnumByUNC(uint16_t first, uint32_t netTypes, const char *name, KalPor
 }
 
 int32_t KalGetCache(uint16_t first, uint16_t handle, void *buffer, uint32_t size, uint32_t *length) {
-    return threadedCall<CacheRecord>(Description("KalGetCache() handle =", handle),
-                                     "KalGetCache() exception=", cacheWorker, first, handle, buffer, size, length);
+    return threadedCall(
+        Description("KalGetCache() handle =", handle), {"KalGetCacheRunnable()", "KalGetCache() exception="},
+        [](OrxClient &client, uint16_t, const auto &...arguments) { return getCache(client, arguments...); }, first,
+        handle, buffer, size, length);
 }
 
 } // extern "C"
