@@ -59,7 +59,7 @@ uint32_t OrxClient::loadService() {
         return ERROR_SUCCESS;
     }
     const uint32_t code = failureCode();
-    moduleIsReleased_ = true;
+    module_ = releasedModule(); // before it is freed: other threads look names up without the lock
     FreeLibrary(loaded);
     return code;
 }
@@ -80,16 +80,11 @@ void OrxClient::unloadNow() {
     if (auto *const uninitialize = resolve<>("OrxUninitialize")) {
         uninitialize();
     }
-    if (!moduleIsReleased_) {
-        FreeLibrary(module_);
+    const HMODULE module = module_.exchange(nullptr);
+    if (module != releasedModule()) {
+        FreeLibrary(module);
     }
-    forgetModule();
     loadCount_ = 0;
-}
-
-void OrxClient::forgetModule() noexcept {
-    module_ = nullptr;
-    moduleIsReleased_ = false;
 }
 
 uint32_t OrxClient::acquireClientId() {

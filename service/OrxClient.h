@@ -68,7 +68,11 @@ class OrxClient {
     [[nodiscard]] uint32_t bringUp();
     void giveBack();
     void unloadNow();
-    void forgetModule() noexcept;
+    /// Stands for a module that was freed because OrxInitialize failed: the binding then deliberately counts as loaded,
+    /// but there is nothing to look up, to call or to free. No module has this address.
+    [[nodiscard]] static HMODULE releasedModule() noexcept {
+        return reinterpret_cast<HMODULE>(uintptr_t{1});
+    }
 
     /// The entry point, or null (and last error 127) when it is missing or no usable module is loaded.
     template <class... Arguments>
@@ -105,15 +109,12 @@ class OrxClient {
     OpenHandles openHandles_;
     OpenHandles::node_type spareRecord_; ///< of the latest close: opening and closing in turn allocates nothing
     uint32_t clientIdCount_ = 0;
-    CriticalSection clientIdLock_; ///< guards clientId_ (for writing), clientIdCount_ and the server check
-    CriticalSection handleLock_;   ///< guards openHandles_ and spareRecord_
-    CriticalSection loadLock_;     ///< guards module_ (for writing) and loadCount_
-    std::atomic<HMODULE> module_ = nullptr;
+    CriticalSection clientIdLock_;          ///< guards clientId_ (for writing), clientIdCount_ and the server check
+    CriticalSection handleLock_;            ///< guards openHandles_ and spareRecord_
+    CriticalSection loadLock_;              ///< guards module_ (for writing) and loadCount_
+    std::atomic<HMODULE> module_ = nullptr; ///< may be releasedModule()
     uint32_t loadCount_ = 0;
     bool keepLoaded_;
-    /// Set when module_ was freed because OrxInitialize failed: the binding then deliberately counts as loaded, but
-    /// nothing may be looked up in, called through or freed through that handle.
-    std::atomic<bool> moduleIsReleased_ = false;
 };
 
 } // namespace kal

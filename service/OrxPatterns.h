@@ -14,7 +14,7 @@ namespace kal {
 template <class... Arguments>
 auto OrxClient::resolve(const char *entryPointName) const noexcept -> uint32_t (*)(Arguments...) {
     const HMODULE module = module_;
-    if (module == nullptr || moduleIsReleased_) {
+    if (module == nullptr || module == releasedModule()) {
         SetLastError(ERROR_PROC_NOT_FOUND);
         return nullptr;
     }
@@ -174,14 +174,13 @@ inline uint32_t OrxClient::closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint
 inline uint32_t OrxClient::installService(const char *entryPointName) {
     const HMODULE loaded = LoadLibraryA(libraryPath_.c_str());
     module_ = loaded;
-    moduleIsReleased_ = false;
     if (loaded == nullptr) {
         return GetLastError();
     }
     auto *const function = resolve<>(entryPointName);
     const uint32_t result = function == nullptr ? ERROR_PROC_NOT_FOUND : function();
+    module_ = nullptr;
     FreeLibrary(loaded);
-    forgetModule();
     return result;
 }
 

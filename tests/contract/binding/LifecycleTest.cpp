@@ -229,6 +229,20 @@ TEST_F(Binding, ReleasedModuleIsFreedOnlyOnce) {
     EXPECT_EQ(free.calls(), 0);
 }
 
+TEST_F(Binding, NothingIsLookedUpInAModuleThatIsBeingFreed) {
+    std::vector<uint32_t> meanwhile;
+    const ImportHook<"FreeLibrary", BOOL(HMODULE)> free(thisProgram(), [&](HMODULE module) {
+        meanwhile.push_back(client->UnregisterForReportsHids()); // needs no reference
+        return free.original(module);
+    });
+    client->Resume();
+    client->install();
+    service.answersInTurn("OrxInitialize", {5});
+    client->Resume();
+    EXPECT_THAT(meanwhile, ElementsAre(127u, 127u, 127u));
+    EXPECT_EQ(service.count("OrxUnregisterForReportsHids"), 0u);
+}
+
 TEST_F(Binding, OperationAfterThatLoadsAnew) {
     service.answersInTurn("OrxInitialize", {5});
     EXPECT_EQ(client->Resume(), 126u);
