@@ -21,6 +21,7 @@ struct Scheduled {
 };
 
 constexpr DWORD journalIntervalMs = 50;
+constexpr DWORD intervalWithoutEventMs = 10;
 constexpr uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // whatever a strange clock or line says
 
 /// Finer than the system's tick count, whose steps are as long as the intervals of a fast burst.
@@ -62,6 +63,12 @@ struct DeliveryThread::State {
         item.order = posted++;
         queue.push_back(std::move(item));
         std::push_heap(queue.begin(), queue.end(), comesLater);
+    }
+
+    void sleep(DWORD milliseconds) const noexcept {
+        if (WaitForSingleObject(wake.get(), milliseconds) == WAIT_FAILED) {
+            Sleep(std::min(milliseconds, intervalWithoutEventMs)); // the system had no event to give
+        }
     }
 
     void takeFromJournal() {
@@ -150,7 +157,7 @@ void DeliveryThread::work(State &state) {
         DWORD waitMs = INFINITE;
         auto due = state.popDue(waitMs);
         if (!due) {
-            WaitForSingleObject(state.wake.get(), state.journal ? std::min(waitMs, journalIntervalMs) : waitMs);
+            state.sleep(state.journal ? std::min(waitMs, journalIntervalMs) : waitMs);
             if (state.journal) {
                 state.takeFromJournal();
             }

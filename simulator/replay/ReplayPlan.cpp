@@ -1,6 +1,7 @@
 #include "simulator/replay/ReplayPlan.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace simulator {
 
@@ -19,33 +20,49 @@ std::string keyOf(const std::string &entryPoint, const recording::Json &argument
     return entryPoint + comparable.dump(-1, ' ', false, recording::Json::error_handler_t::replace);
 }
 
+/// When a call began or returned.
+struct Moment {
+    size_t place;
+    int64_t time;
+    const recording::RecordedCall *call;
+    bool isReturn;
+};
+
+/// In the order of the recording.
+std::vector<Moment> momentsOf(const std::vector<recording::RecordedCall> &calls) {
+    std::vector<Moment> moments;
+    moments.reserve(2 * calls.size());
+    for (const auto &call : calls) {
+        moments.push_back({call.beginPlace, call.begin.time, &call, false});
+        if (call.end) {
+            moments.push_back({call.endPlace, call.end->time, &call, true});
+        }
+    }
+    std::ranges::sort(moments, {}, &Moment::place);
+    return moments;
+}
+
 } // namespace
 
 ReplayPlan::ReplayPlan(recording::Recording recording) : recording_(std::move(recording)) {
     for (const auto &call : recording_.calls) {
         calls_[keyOf(call.begin.entryPoint, call.begin.values)].push_back(&call);
     }
+    const auto moments = momentsOf(recording_.calls);
+    auto next = moments.begin(); // the first moment after the callback: callbacks are in their order, too
     for (const auto &callback : recording_.callbacks) {
         if (callback.begin.within) {
             within_.emplace(*callback.begin.within, &callback);
             continue;
         }
+        next = std::find_if(next, moments.end(), [&](const Moment &each) { return each.place > callback.beginPlace; });
         ReplayedCallback replayed;
         replayed.callback = &callback;
-        size_t latest = 0;
-        for (const auto &call : recording_.calls) {
-            const auto consider = [&](size_t place, int64_t time, bool isAfterReturn) {
-                if (place < callback.beginPlace && (replayed.anchor == nullptr || place > latest)) {
-                    latest = place;
-                    replayed.anchor = &call;
-                    replayed.isAfterReturn = isAfterReturn;
-                    replayed.delay = callback.begin.time - time;
-                }
-            };
-            consider(call.beginPlace, call.begin.time, false);
-            if (call.end) {
-                consider(call.endPlace, call.end->time, true);
-            }
+        if (next != moments.begin()) {
+            const Moment &latest = *std::prev(next);
+            replayed.anchor = latest.call;
+            replayed.isAfterReturn = latest.isReturn;
+            replayed.delay = callback.begin.time - latest.time;
         }
         byThemselves_.push_back(replayed);
     }

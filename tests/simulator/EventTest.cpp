@@ -1,6 +1,7 @@
 #include "tests/simulator/LoadedSimulator.h"
 
 #include "simulator/configuration/AlertFormat.h"
+#include "tests/support/ImportHook.h"
 
 #include <fstream>
 #include <mutex>
@@ -335,6 +336,21 @@ TEST_F(SimulatorEvents, BurstWithoutIntervalIsAsFastAsTheClient) {
     simulator.open(1);
     simulator.registerAlerts(1, &onAlert);
     EXPECT_EQ(Inbox::waitFor(5000).size(), 5000u);
+}
+
+TEST_F(SimulatorEvents, EventsComeInTheirTimeWithoutBusyWaitingWhenTheSystemHasNoEventToGive) {
+    const LoadedSimulator simulator(
+        withTimeline(R"({"printer":1,"from":"registration","afterMs":300,"alert":"warning"})"));
+    const ImportHook<"CreateEventW", HANDLE(SECURITY_ATTRIBUTES *, BOOL, BOOL, const wchar_t *)> noEvent(
+        simulator.module(), [](SECURITY_ATTRIBUTES *, BOOL, BOOL, const wchar_t *) { return HANDLE{nullptr}; });
+    EXPECT_EQ(simulator.call<uint32_t()>("OrxInitialize"), 0u); // a service whose threads have no event
+    EXPECT_GT(noEvent.calls(), 0);
+    const ImportHook<"WaitForSingleObject", DWORD(HANDLE, DWORD)> waits(
+        simulator.module(), [&](HANDLE object, DWORD milliseconds) { return waits.original(object, milliseconds); });
+    simulator.open(1);
+    simulator.registerAlerts(1, &onAlert);
+    EXPECT_EQ(Inbox::waitFor(1).size(), 1u);
+    EXPECT_LT(waits.calls(), 100); // 300 ms
 }
 
 TEST_F(SimulatorEvents, MalformedAlertsComeAsTheyAre) {

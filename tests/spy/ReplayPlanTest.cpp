@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <utility>
+
 using namespace kal::test;
 using simulator::ReplayPlan;
 using testing::IsEmpty;
@@ -84,6 +87,37 @@ TEST(ReplayPlan, CallbackByItselfFollowsTheEventBeforeIt) {
     EXPECT_EQ(callbacks[1].delay, 1000);
     EXPECT_EQ(callbacks[2].anchor->begin.entryPoint, "OrxClosePrinter");
     EXPECT_FALSE(callbacks[2].isAfterReturn);
+}
+
+TEST(ReplayPlan, CallbackAfterAReturnFollowsItThoughAnEarlierCallIsStillOpen) {
+    RecordingText recording;
+    const auto slow = recording.call("OrxEnumPrinters", handleOf(5));
+    recording.whole("OrxOpenPrinter", handleOf(6));
+    recording.callback("alert", 1, {{"handle", 6}});
+    recording.answer(slow, "OrxEnumPrinters", 0);
+    recording.callback("alert", 1, {{"handle", 5}});
+    const ReplayPlan plan(recording.read());
+    const auto &callbacks = plan.callbacksByThemselves();
+    ASSERT_THAT(callbacks, SizeIs(2));
+    EXPECT_EQ(callbacks[0].anchor->begin.entryPoint, "OrxOpenPrinter");
+    EXPECT_TRUE(callbacks[0].isAfterReturn);
+    EXPECT_EQ(callbacks[1].anchor->begin.entryPoint, "OrxEnumPrinters");
+    EXPECT_TRUE(callbacks[1].isAfterReturn);
+}
+
+// The plan is made while the simulator is being loaded.
+TEST(ReplayPlan, TimeGrowsWithTheRecordingAndNotWithItsSquare) {
+    RecordingText text;
+    for (int number = 0; number < 40000; ++number) {
+        text.whole("OrxOpenPrinter", handleOf(number % 100));
+        text.callback("alert", 1, {{"handle", 5}});
+    }
+    auto recording = text.read();
+    const auto begin = std::chrono::steady_clock::now();
+    const ReplayPlan plan(std::move(recording));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin,
+              std::chrono::seconds(10)); // half a second; squared, half a minute
+    EXPECT_THAT(plan.callbacksByThemselves(), SizeIs(40000));
 }
 
 TEST(ReplayPlan, MissingEntryPointsAreThoseOfTheFirstLoad) {
