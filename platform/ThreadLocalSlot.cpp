@@ -6,30 +6,40 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 namespace {
 
 DWORD slot = TLS_OUT_OF_INDEXES; ///< that library takes one, once
 DWORD(WINAPI *systemTlsAlloc)() = nullptr;
 
+void giveSlotBack() {
+    if (slot != TLS_OUT_OF_INDEXES) {
+        TlsFree(slot);
+    }
+}
+
+/// What is registered first runs last. A destructor attribute would run before the destructors of static objects, which
+/// may still need the slot.
+void registerEnd() {
+    static bool isRegistered = false;
+    isRegistered = isRegistered || std::atexit(giveSlotBack) == 0;
+}
+
 /// Before every other constructor of the DLL.
 __attribute__((constructor(101))) void findTlsAlloc() {
+    registerEnd();
     systemTlsAlloc = reinterpret_cast<DWORD(WINAPI *)()>(
         reinterpret_cast<void *>(GetProcAddress(GetModuleHandleA("kernel32"), "TlsAlloc")));
 }
 
 DWORD WINAPI takeSlot() {
+    registerEnd(); // unless there was no memory for it while the DLL was loaded
     if (systemTlsAlloc == nullptr) {
         findTlsAlloc(); // it was not to be found while the DLL was loaded
     }
     slot = systemTlsAlloc == nullptr ? TLS_OUT_OF_INDEXES : systemTlsAlloc();
     return slot;
-}
-
-/// Behind every other destructor of the DLL.
-__attribute__((destructor(101))) void giveSlotBack() {
-    if (slot != TLS_OUT_OF_INDEXES) {
-        TlsFree(slot);
-    }
 }
 
 } // namespace

@@ -7,7 +7,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 using namespace kal::test;
 using testing::ElementsAre;
@@ -21,7 +25,34 @@ DWORD nextSlot() {
     return slot;
 }
 
+/// What the library called while it was being freed.
+std::vector<std::string> callsAtTheEnd;
+
+void WINAPI deleteSection(CRITICAL_SECTION *section) {
+    callsAtTheEnd.emplace_back("DeleteCriticalSection");
+    DeleteCriticalSection(section);
+}
+
+BOOL WINAPI freeSlot(DWORD slot) {
+    callsAtTheEnd.emplace_back("TlsFree");
+    return TlsFree(slot);
+}
+
 } // namespace
+
+// The destructors of static objects may still need it.
+TEST(Reload, SlotOfThreadLocalStorageIsFreedAfterEveryStaticObjectIsDestroyed) {
+    std::optional<StagedLibrary> library(std::in_place);
+    EXPECT_ANY_THROW(library->function<decltype(KalClose)>("KalClose")(0, 5)); // takes the slot
+    // No hook that is restored at its end: by then the library is gone.
+    writeImport(findImport(library->module(), "DeleteCriticalSection"), reinterpret_cast<void *>(&deleteSection));
+    writeImport(findImport(library->module(), "TlsFree"), reinterpret_cast<void *>(&freeSlot));
+    callsAtTheEnd.clear();
+    library.reset();
+    EXPECT_THAT(callsAtTheEnd, testing::Contains("DeleteCriticalSection"));
+    EXPECT_THAT(callsAtTheEnd, testing::Contains("TlsFree").Times(1));
+    EXPECT_EQ(callsAtTheEnd.back(), "TlsFree");
+}
 
 TEST(Reload, TakesNoSlotOfThreadLocalStorageWithIt) {
     { const StagedLibrary first; }
