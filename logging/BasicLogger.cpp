@@ -18,6 +18,8 @@ namespace {
 
 std::atomic<bool> created = false;
 std::atomic<BasicLogger *> instance = nullptr;
+std::atomic<uint64_t> lastInstanceNumber = 0;
+std::atomic<uint64_t> currentInstanceNumber = 0;    ///< 0 while there is no instance
 std::atomic<BasicLogger *> instanceToAsk = nullptr; ///< what logEnabled goes by
 std::atomic<bool> loggingBroken = false;            ///< set-up failed once: nothing is logged for the process's life
 std::atomic<uint32_t> lastAllMask = 0;              ///< the last value read for "All"
@@ -78,11 +80,16 @@ bool BasicLogger::isInstance(const BasicLogger *logger) noexcept {
     return instance.load(std::memory_order_acquire) == logger;
 }
 
+uint64_t BasicLogger::instanceNumber() noexcept {
+    return currentInstanceNumber.load(std::memory_order_acquire);
+}
+
 bool BasicLogger::publish(BasicLogger *logger) noexcept {
     BasicLogger *none = nullptr;
     if (!instance.compare_exchange_strong(none, logger)) {
         return false;
     }
+    currentInstanceNumber = ++lastInstanceNumber;
     created = true;
     instanceToAsk = logger;
     return true;
@@ -90,6 +97,7 @@ bool BasicLogger::publish(BasicLogger *logger) noexcept {
 
 void BasicLogger::unpublish() noexcept {
     created = false;
+    currentInstanceNumber = 0;
     instance = nullptr;
     instanceToAsk = nullptr;
 }
@@ -234,6 +242,11 @@ void BasicLogger::indent() {
 void BasicLogger::unindent() {
     const std::lock_guard guard(depthSection_);
     --depths_[GetCurrentThreadId()];
+}
+
+void BasicLogger::forgetDepths() noexcept {
+    const std::lock_guard guard(depthSection_);
+    depths_.clear();
 }
 
 bool logEnabled(const LoggerComponent &component, uint32_t level) {

@@ -45,6 +45,9 @@ class BasicLogger {
     [[nodiscard]] static BasicLogger &getInstance();
     /// Whether this very logger is still the logger of the process; safe to ask for one that is gone.
     [[nodiscard]] static bool isInstance(const BasicLogger *logger) noexcept;
+    /// Which logger of the process this is: 1 for the first, 2 for the second; 0 while there is none. Unlike an
+    /// address, a number is never used again.
+    [[nodiscard]] static uint64_t instanceNumber() noexcept;
 
     /// Whether a line of a component would be written at a level. A setting that cannot be read counts as off.
     [[nodiscard]] bool isEnabled(const LoggerComponent &component, uint32_t level) noexcept;
@@ -58,6 +61,8 @@ class BasicLogger {
     /// Depth of the calling thread: one blank a level before each text.
     void indent();
     void unindent();
+    /// Sets the depth of every thread back to 0.
+    void forgetDepths() noexcept;
 
     [[nodiscard]] const std::string &path() const noexcept { return path_; }
 

@@ -10,7 +10,7 @@ namespace kal {
 FunctionTrace::FunctionTrace(BasicLogger &logger, const LoggerComponent &component, std::string text, uint32_t level,
                              bool check)
     : text_(std::move(text)), component_(component), logger_(logger), level_(level),
-      active_(check && logger.isEnabled(component, level)) {
+      active_(check && logger.isEnabled(component, level)), loggerNumber_(active_ ? BasicLogger::instanceNumber() : 0) {
     if (active_) {
         MessageText line;
         line << '+' << text_;
@@ -20,7 +20,7 @@ FunctionTrace::FunctionTrace(BasicLogger &logger, const LoggerComponent &compone
 }
 
 FunctionTrace::~FunctionTrace() {
-    if (!active_ || !BasicLogger::isInstance(&logger_)) {
+    if (!active_ || BasicLogger::instanceNumber() != loggerNumber_) {
         return;
     }
     try {

@@ -29,6 +29,7 @@ class FunctionTrace {
     BasicLogger &logger_;
     uint32_t level_;
     bool active_;
+    uint64_t loggerNumber_; ///< a later logger may have this one's address
 };
 
 } // namespace kal

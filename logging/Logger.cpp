@@ -3,12 +3,16 @@
 #include "settings/KeyPaths.h"
 #include "settings/Localize.h"
 
+#include <atomic>
+
 namespace kal {
 
 namespace {
 
 constexpr uint32_t widthWhileMade = 25;
 constexpr uint32_t width = 15;
+
+std::atomic<BasicLogger *> kept = nullptr; ///< by keepInstance
 
 /// "%ALLUSERSPROFILE%\" expanded; empty when it cannot be.
 std::string logDirectory() {
@@ -40,6 +44,11 @@ void Logger::createInstance() {
     if (!BasicLogger::isInstance(nullptr)) {
         return;
     }
+    if (BasicLogger *const before = kept.exchange(nullptr)) {
+        before->forgetDepths(); // traces that were open then do not end any more
+        static_cast<void>(publish(before));
+        return;
+    }
     auto logger = std::make_unique<Logger>();
     logger->setComponentWidth(width);
     if (publish(logger.get())) {
@@ -50,6 +59,13 @@ void Logger::createInstance() {
 void Logger::destroyInstance() noexcept {
     if (!BasicLogger::isInstance(nullptr)) {
         const std::unique_ptr<BasicLogger> logger(&getInstance());
+        unpublish();
+    }
+}
+
+void Logger::keepInstance() noexcept {
+    if (!BasicLogger::isInstance(nullptr)) {
+        kept = &getInstance();
         unpublish();
     }
 }

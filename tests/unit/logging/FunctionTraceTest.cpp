@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <memory>
 #include <optional>
 #include <thread>
 
@@ -163,6 +165,29 @@ TEST_F(Trace, WritesNothingAfterItsLoggerIsGone) {
         logger.reset();
     }
     EXPECT_EQ(readFile(file), bidiLine("+Call()"));
+}
+
+TEST_F(Trace, WritesNothingThroughALaterLoggerAtTheSameAddress) {
+    TemporaryFolder folder;
+    const std::string file = (folder / uniqueLogName()).string();
+    alignas(ScriptedLogger) std::byte place[sizeof(ScriptedLogger)];
+    const auto makeLogger = [&] {
+        auto *const logger = new (place) ScriptedLogger(file);
+        logger->settings["startLog"] = 1;
+        logger->publishAsInstance();
+        return logger;
+    };
+    ScriptedLogger *logger = makeLogger();
+    std::optional<FunctionTrace> call(std::in_place, *logger, loggerComponent(ComponentId::Bidi), "Call()", 2, true);
+    std::destroy_at(logger);
+    logger = makeLogger();
+    call.reset();
+    {
+        const FunctionTrace later(*logger, loggerComponent(ComponentId::Bidi), "Later()", 2, true);
+        logger->write(loggerComponent(ComponentId::Bidi), 2, "text");
+    }
+    EXPECT_EQ(readFile(file), bidiLine("+Call()") + bidiLine("+Later()") + bidiLine(" text") + bidiLine("-Later()"));
+    std::destroy_at(logger);
 }
 
 TEST_F(Trace, MembersAreTextComponentResultLoggerLevelFlag) {

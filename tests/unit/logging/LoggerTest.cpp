@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <optional>
 #include <thread>
 
 using namespace kal;
@@ -108,6 +109,51 @@ TEST_F(ProcessLogger, MayBeCreatedAgain) {
     Logger::createInstance();
     log(1, "again");
     EXPECT_THAT(texts(), ElementsAre("again"));
+}
+
+TEST_F(ProcessLogger, KeptLoggerIsNotThatOfTheProcess) {
+    Logger::createInstance();
+    Logger::keepInstance();
+    EXPECT_THROW(static_cast<void>(BasicLogger::getInstance()), Win32Exception);
+    EXPECT_FALSE(logEnabled(legacyClient, 1));
+    EXPECT_EQ(BasicLogger::instanceNumber(), 0u);
+    Logger::createInstance();
+}
+
+TEST_F(ProcessLogger, KeptLoggerMayStillBeWrittenTo) {
+    Logger::createInstance();
+    BasicLogger &logger = BasicLogger::getInstance();
+    Logger::keepInstance();
+    logger.write(legacyClient, 1, "late");
+    EXPECT_THAT(texts(), ElementsAre("late"));
+    Logger::createInstance();
+}
+
+TEST_F(ProcessLogger, NextCreationTakesTheKeptLogger) {
+    Logger::createInstance();
+    BasicLogger &logger = BasicLogger::getInstance();
+    Logger::keepInstance();
+    Logger::createInstance();
+    EXPECT_EQ(&BasicLogger::getInstance(), &logger);
+    Logger::destroyInstance();
+    EXPECT_THROW(static_cast<void>(BasicLogger::getInstance()), Win32Exception);
+}
+
+TEST_F(ProcessLogger, TraceOfAKeptLoggerWritesNoExitWhenItIsTakenAgain) {
+    switchOn();
+    Logger::createInstance();
+    std::optional<FunctionTrace> call(std::in_place, BasicLogger::getInstance(), legacyClient, "Call()", 2, true);
+    Logger::keepInstance();
+    Logger::createInstance();
+    call.reset();
+    { const FunctionTrace later(BasicLogger::getInstance(), legacyClient, "Later()", 2, true); }
+    EXPECT_THAT(machine.logLines(brandCode),
+                ElementsAre("LegacyClient    +Call()", "LegacyClient    +Later()", "LegacyClient    -Later()"));
+}
+
+TEST_F(ProcessLogger, KeepingNoLoggerDoesNothing) {
+    Logger::keepInstance();
+    EXPECT_FALSE(logEnabled(legacyClient, 1));
 }
 
 TEST_F(ProcessLogger, WritesToTheLocalIdsFileInTheAllUsersFolder) {
