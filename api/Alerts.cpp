@@ -175,28 +175,6 @@ void takeNotification(OrxClient &client, uint32_t handle, uint32_t category, uin
     }
 }
 
-/// What a callback does when the library has no binding for it.
-uint32_t withoutBinding() noexcept {
-    logError(missingBindingMessage);
-    logTrace("KAL_FAIL");
-    return ERROR_INVALID_FUNCTION;
-}
-
-/// Runs a callback's work; what it raises must not reach the service.
-template <class Work>
-uint32_t guardCallback(Work work) noexcept {
-    const CallbackEntry entry;
-    if (entry.client() == nullptr) {
-        return entry.isLockedOut() ? ERROR_INVALID_FUNCTION : withoutBinding();
-    }
-    try {
-        return work(*entry.client());
-    } catch (const Exception &) {
-    } catch (const std::exception &) {
-    }
-    return ERROR_INVALID_FUNCTION;
-}
-
 /// Takes one capture off a handle. @return whether there was one
 bool takeCaptureOff(uint16_t handle) {
     const ScopedMutex guard(captureLock.get());
@@ -208,10 +186,12 @@ bool takeCaptureOff(uint16_t handle) {
     return true;
 }
 
+/// Counts a capture and gives the alerts to its window; changes nothing when it throws.
 void countCapture(OrxClient &client, uint16_t handle, HWND window) {
-    alertWindows.set(static_cast<int32_t>(client.clientId()), window);
     const ScopedMutex guard(captureLock.get());
-    ++captureCounts[handle];
+    uint32_t &count = captureCounts[handle]; // may throw, as may the window's entry: both before the count
+    alertWindows.set(static_cast<int32_t>(client.clientId()), window);
+    ++count;
 }
 
 int32_t captureAlerts(CallTrace &trace, OrxClient &client, uint16_t handle, uint32_t clientMask, HWND window) {
@@ -227,7 +207,8 @@ int32_t captureAlerts(CallTrace &trace, OrxClient &client, uint16_t handle, uint
     try {
         countCapture(client, handle, window);
     } catch (const std::bad_alloc &) {
-        client.UnregisterForAlertsPrinter(handle); // no entry yet, so no other capture that this could end
+        // No entry yet of the handle or of the client identifier, so no other capture that this could end.
+        client.UnregisterForAlertsPrinter(handle);
         client.ClosePrinter(handle);
         throw;
     } catch (const Win32Exception &) {
@@ -274,17 +255,23 @@ bool isPrinting(uint32_t state) {
 
 uint32_t KalAlertCallback(uint32_t handle, const uint8_t *alert, uint32_t length) noexcept {
     const uint32_t readable = alert == nullptr ? 0 : length;
-    return guardCallback([&](OrxClient &client) {
+    return callbackFrame([&](OrxClient *client) {
+        if (client == nullptr) {
+            return callbackWithoutBinding();
+        }
         logTrace("KalAlertCallback() handle=", handle, ", Alert=", HexBytes{{alert, readable}});
-        return takeAlert(client, handle, alert, readable);
+        return takeAlert(*client, handle, alert, readable);
     });
 }
 
 uint32_t KalNotificationCallback(uint32_t handle, uint32_t category, uint32_t notification,
                                  const uint32_t *endOfJobFlag, void *, void *) noexcept {
-    return guardCallback([&](OrxClient &client) -> uint32_t {
+    return callbackFrame([&](OrxClient *client) -> uint32_t {
+        if (client == nullptr) {
+            return callbackWithoutBinding();
+        }
         logTrace("KalNotificationCallback() handle=", handle, " notification=", notification, " category=", category);
-        takeNotification(client, handle, category, notification, endOfJobFlag);
+        takeNotification(*client, handle, category, notification, endOfJobFlag);
         return ERROR_SUCCESS;
     });
 }

@@ -4,7 +4,8 @@
 
 namespace kal {
 
-// What the service calls. None of these raises, whatever happens, and each answers 1 once no application is registered.
+// What the service calls. None of these raises, whatever happens, and each returns 1 while no application is
+// registered.
 
 /// One alert of a printer. @return 0 (also when nobody wants it), 1 on failure, 87 for bytes that are no alert
 uint32_t KalAlertCallback(uint32_t handle, const uint8_t *alert, uint32_t length) noexcept;

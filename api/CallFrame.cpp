@@ -20,6 +20,12 @@ int32_t CallTrace::nullArgument(const char *exportName, const char *argument) {
     return named(KAL_FAIL);
 }
 
+uint32_t callbackWithoutBinding() noexcept {
+    logError(missingBindingMessage);
+    logTrace("KAL_FAIL");
+    return ERROR_INVALID_FUNCTION;
+}
+
 bool runWorkerThread(uint32_t (*worker)(void *), void *record, const std::exception_ptr &failure,
                      const char *exceptionMessage) {
     try {

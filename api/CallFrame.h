@@ -1,7 +1,7 @@
 #pragma once
 
-// The two frames on which the exports stand: the inline frame does its work on the caller's thread, the threaded frame
-// on a worker thread while the caller waits.
+// The frames on which the exports and the callbacks stand: the inline frame does its work on the caller's thread, the
+// threaded frame on a worker thread while the caller waits, the callback frame on the service's thread.
 
 #include "api/ResultCodes.h"
 #include "api/ServiceBinding.h"
@@ -114,6 +114,25 @@ int32_t inlineCall(const Description<Pieces...> &description, const char *missin
 template <class Body, class... Pieces>
 int32_t inlineCall(const Description<Pieces...> &description, Body body) {
     return inlineCall(description, missingBindingMessage, std::move(body));
+}
+
+/// What a callback returns when the library has no binding for it.
+uint32_t callbackWithoutBinding() noexcept;
+
+/// The callback frame: enters the library, then body(client); client is null until a registration has succeeded.
+/// Nothing is thrown into the service, neither by the library nor by a callback of the application.
+/// @return what the body returned; 1 when it threw, and when no application is registered any more
+template <class Body>
+uint32_t callbackFrame(Body body) noexcept {
+    const CallbackEntry entry;
+    if (entry.isLockedOut()) {
+        return ERROR_INVALID_FUNCTION;
+    }
+    try {
+        return body(entry.client());
+    } catch (...) {
+        return ERROR_INVALID_FUNCTION; // the application's exceptions may be of any type
+    }
 }
 
 /// Runs worker(record) on a thread of its own, waits for its end, and throws what it left in failure. A Win32Exception

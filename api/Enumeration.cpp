@@ -65,20 +65,13 @@ void report(const void *record, KalPortCallback callback) {
     logTrace("Just after callback");
 }
 
-/// Called by the service for each printer of an enumeration. @return the printer's port-type code
-uint32_t KalEnumPrintersCallback(uint32_t handle) {
-    logTrace("KalEnumPrintersCallback");
-    OrxClient *const client = serviceBinding();
-    if (client == nullptr) {
-        logError(missingBindingMessage);
-        logTrace("KAL_FAIL");
-        return KAL_FAIL;
-    }
-    FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(*client, handle), {}, {}, false};
+/// Reads a found printer and reports it. @return its port-type code; 0 when it was skipped
+uint32_t reportPrinter(OrxClient &client, uint32_t handle) {
+    FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(client, handle), {}, {}, false};
     char nameRoom[portNameRoom];
     // The port name's failure deliberately speaks of the byte array, too.
     constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getByteArrayPrinter, errorCode="};
-    switch (readPrinter(*client, handle, printer, nameRoom, texts)) {
+    switch (readPrinter(client, handle, printer, nameRoom, texts)) {
     case ReadFailure::macAddress:
         logTrace("KAL_OKAY");
         return 0;
@@ -92,6 +85,15 @@ uint32_t KalEnumPrintersCallback(uint32_t handle) {
     composePortInformation(&record, printer, secondName);
     report(&record, enumPrintersCallback);
     return printer.portType;
+}
+
+/// Called by the service for each printer of an enumeration. Throws nothing into the service.
+/// @return the printer's port-type code; 0 when it was skipped, 1 on failure and without a registration
+uint32_t KalEnumPrintersCallback(uint32_t handle) noexcept {
+    return callbackFrame([&](OrxClient *client) {
+        logTrace("KalEnumPrintersCallback");
+        return client == nullptr ? callbackWithoutBinding() : reportPrinter(*client, handle);
+    });
 }
 
 struct TransportBit {

@@ -1,7 +1,7 @@
 #include "api/CallFrame.h"
 #include "api/ServiceBinding.h"
 #include "api/kal.h"
-#include "logging/Logger.h"
+#include "logging/LogMessage.h"
 #include "platform/CriticalSection.h"
 #include "service/OrxClient.h"
 
@@ -25,6 +25,7 @@ void logRegistration(const Pieces &...pieces) noexcept {
 
 /// Under the registration lock. Counts a registration that succeeded.
 uint32_t countRegistration() noexcept {
+    admitCallbacks();
     refuseRegistration(false);
     return ++initializeCount;
 }
@@ -62,9 +63,10 @@ int32_t KalRegisterWithRpcServer(const char *serverName) {
             }
             const uint32_t code = serviceBinding()->checkServer();
             if (code != 0) {
-                destroyBinding();
+                const CallbackLockout lockout;
+                lockout.endBinding();
                 logRegistration("KalRegisterWithRpcServer(", name, ") pingServer() failed, rc=", code);
-                Logger::destroyInstance();
+                lockout.endLogger();
                 refuseRegistration(true);
                 return KAL_REGISTRATION_REFUSED;
             }
@@ -81,8 +83,8 @@ void KalUnregisterApp(uint16_t) {
     logRegistration("KalUnregisterApp() initializeCount=", initializeCount);
     if (initializeCount == 0) {
         const CallbackLockout lockout;
-        Logger::destroyInstance();
-        destroyBinding();
+        lockout.endLogger();
+        lockout.endBinding();
     }
 }
 

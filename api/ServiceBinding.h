@@ -1,8 +1,8 @@
 #pragma once
 
-namespace kal {
+#include "api/CallbackGate.h"
 
-class OrxClient;
+namespace kal {
 
 /// The binding of the process; null while no application is registered. Read without the registration lock: an
 /// unregistration that races with a running export is the application's error.
@@ -12,29 +12,8 @@ class OrxClient;
 /// the application did try.
 [[nodiscard]] bool isRegistrationRefused() noexcept;
 
-// The following are called under the registration lock.
-
-/// What isRegistrationRefused returns from now on.
-void refuseRegistration(bool isRefused) noexcept;
-
-/// While no application is registered. A Win32Exception is logged under the message, if there is one, and leaves
-/// everything as it was. @return whether both were made
-[[nodiscard]] bool makeLoggerAndBinding(const char *serverName, const char *exceptionMessage);
-
-void destroyBinding() noexcept;
-
-/// Closes the library to callbacks and waits for those that are inside. They are short: they ask the service for a
-/// property and post a message.
-class CallbackLockout {
-  public:
-    CallbackLockout() noexcept;
-    CallbackLockout(const CallbackLockout &) = delete;
-    CallbackLockout &operator=(const CallbackLockout &) = delete;
-    ~CallbackLockout();
-};
-
-/// Keeps binding and logger alive while a callback of the service uses them: the last unregistration waits for the
-/// callbacks that are inside and lets no more in. Unlike an export, a callback cannot know that it comes too late.
+/// Keeps binding and logger alive while a callback of the service uses them. Unlike an export, a callback cannot know
+/// that it comes too late.
 class CallbackEntry {
   public:
     CallbackEntry() noexcept;
@@ -42,14 +21,46 @@ class CallbackEntry {
     CallbackEntry &operator=(const CallbackEntry &) = delete;
     ~CallbackEntry();
 
-    /// The binding; null when there is none (any more).
-    [[nodiscard]] OrxClient *client() const noexcept { return client_; }
-    /// Whether binding and logger are being destroyed right now: the callback may use neither.
-    [[nodiscard]] bool isLockedOut() const noexcept { return isLockedOut_; }
+    /// The binding; null until a registration has succeeded.
+    [[nodiscard]] OrxClient *client() const noexcept { return visit_.client; }
+    /// Whether there is neither binding nor logger, or both are being destroyed: the callback may use neither.
+    [[nodiscard]] bool isLockedOut() const noexcept { return visit_.place == nullptr; }
 
   private:
-    OrxClient *client_;
-    bool isLockedOut_;
+    CallbackGate::Visit visit_;
+};
+
+// The following are called under the registration lock.
+
+/// What isRegistrationRefused returns from now on.
+void refuseRegistration(bool isRefused) noexcept;
+
+/// While no application is registered. Callbacks find no binding yet. A Win32Exception is logged under the message, if
+/// there is one, and leaves everything as it was. @return whether both were made
+[[nodiscard]] bool makeLoggerAndBinding(const char *serverName, const char *exceptionMessage);
+
+/// The registration succeeded: callbacks get the binding.
+void admitCallbacks() noexcept;
+
+/// Lets no more callbacks in and waits for those that are inside. The wait is given up after some seconds, since a
+/// callback whose thread was terminated never leaves; at once when a callback on this thread is inside, which cannot
+/// leave before; and at once while the process ends, since the other threads are gone. What a callback may still use
+/// is kept then.
+class CallbackLockout {
+  public:
+    CallbackLockout() noexcept;
+    CallbackLockout(const CallbackLockout &) = delete;
+    CallbackLockout &operator=(const CallbackLockout &) = delete;
+    ~CallbackLockout() = default;
+
+    /// Destroys the logger, or keeps it for the next registration.
+    void endLogger() const noexcept;
+    /// Destroys the binding, or keeps it until the process ends.
+    void endBinding() const noexcept;
+
+  private:
+    bool isEmpty_;        ///< no callback of this registration is inside
+    bool isLoggerUnused_; ///< nor one that was abandoned by an earlier one
 };
 
 } // namespace kal

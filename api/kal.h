@@ -18,7 +18,8 @@
  *
  * **Threads.** Unless its comment says otherwise, an export may be called from any thread, from several at once, and
  * runs on the caller's thread. Only registration is serialised: an export that still runs while another thread makes
- * the last unregistration is the application's error.
+ * the last unregistration is the application's error. The last unregistration waits for callbacks of the service
+ * (::KalUnregisterApp).
  *
  * **Blocking.** An export blocks for as long as the communication service takes to answer; the library adds no
  * time-out of its own.
@@ -215,8 +216,12 @@ KAL_API int32_t KalRegisterWithRpcServer(const char *serverName);
  * against one call too many: the count then wraps and the next ::KalRegisterApp only brings it back to 0.
  * @param[in] first  not read.
  * @par Threads
- * Any. Serialised with the other registration exports. Waits for alerts and notifications that are being posted, not
- * for exports that still run.
+ * Any. Serialised with the other registration exports. The last unregistration waits up to five seconds for callbacks
+ * of the service on other threads: alerts, notifications, enumerations. It does not wait for exports that still run,
+ * for a callback on its own thread, or while the process ends. If a callback is still inside after that, the binding
+ * with its open handles, comc.dll and kalclient.dll stay in memory until the process ends; a new registration makes a
+ * fresh binding. Do not make the last unregistration in a ::KalPortCallback, in DllMain or in the destructor of a DLL's
+ * static object.
  * @par Log line
  * `KalUnregisterApp() initializeCount=0`
  * @par Example
@@ -507,7 +512,8 @@ KAL_API int32_t KalSetJobStringPrinter(uint16_t first, uint16_t handle, const ch
  * @param[in] first     not read.
  * @param[in] netTypes  mask: ::NETTYPE_IP, ::NETTYPEUSB, ::NETTYPE_LOCAL; with ::KAL_DISCOVER_FIRST USB and parallel
  *                      devices are discovered before. Other bits find nothing.
- * @param[in] callback  called for each printer, on a thread of the service; may be null.
+ * @param[in] callback  called for each printer, on a thread of the service; may be null. Must not throw, and
+ *                      must not make the last ::KalUnregisterApp.
  * @retval KAL_OKAY  the service was asked, also when it failed (the log tells)
  * @retval KAL_FAIL  no binding exists
  * @par Threads

@@ -268,7 +268,8 @@ namespace Kal
         /// <param name="first">not read.</param>
         /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST USB and parallel
         /// devices are discovered before. Other bits find nothing.</param>
-        /// <param name="callback">called for each printer, on a thread of the service; may be null.</param>
+        /// <param name="callback">called for each printer, on a thread of the service; may be null. Must not throw, and
+        /// must not make the last KalUnregisterApp.</param>
         /// <returns>KAL_OKAY: the service was asked, also when it failed (the log tells); KAL_FAIL: no binding
         /// exists.</returns>
         /// <remarks>Threads: Any. Blocks until the service has reported every printer.</remarks>
@@ -280,7 +281,8 @@ namespace Kal
         /// <param name="first">not read.</param>
         /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST USB and parallel
         /// devices are discovered before. Other bits find nothing.</param>
-        /// <param name="callback">called for each printer, on a thread of the service; may be null.</param>
+        /// <param name="callback">called for each printer, on a thread of the service; may be null. Must not throw, and
+        /// must not make the last KalUnregisterApp.</param>
         /// <returns>KAL_OKAY: the service was asked, also when it failed (the log tells); KAL_FAIL: no binding
         /// exists.</returns>
         /// <remarks>Threads: Any. Blocks until the service has reported every printer.</remarks>
@@ -895,8 +897,12 @@ namespace Kal
         /// logger. Not guarded against one call too many: the count then wraps and the next KalRegisterApp only brings
         /// it back to 0.</summary>
         /// <param name="first">not read.</param>
-        /// <remarks>Threads: Any. Serialised with the other registration exports. Waits for alerts and notifications
-        /// that are being posted, not for exports that still run.</remarks>
+        /// <remarks>Threads: Any. Serialised with the other registration exports. The last unregistration waits up to
+        /// five seconds for callbacks of the service on other threads: alerts, notifications, enumerations. It does not
+        /// wait for exports that still run, for a callback on its own thread, or while the process ends. If a callback
+        /// is still inside after that, the binding with its open handles, comc.dll and kalclient.dll stay in memory
+        /// until the process ends; a new registration makes a fresh binding. Do not make the last unregistration in a
+        /// KalPortCallback, in DllMain or in the destructor of a DLL's static object.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalUnregisterApp(ushort first);
 
@@ -904,8 +910,12 @@ namespace Kal
         /// does not. Not guarded against one call too many: the count then wraps and the next KalRegisterApp only
         /// brings it back to 0.</summary>
         /// <param name="first">not read.</param>
-        /// <remarks>Threads: Any. Serialised with the other registration exports. Waits for alerts and notifications
-        /// that are being posted, not for exports that still run.</remarks>
+        /// <remarks>Threads: Any. Serialised with the other registration exports. The last unregistration waits up to
+        /// five seconds for callbacks of the service on other threads: alerts, notifications, enumerations. It does not
+        /// wait for exports that still run, for a callback on its own thread, or while the process ends. If a callback
+        /// is still inside after that, the binding with its open handles, comc.dll and kalclient.dll stay in memory
+        /// until the process ends; a new registration makes a fresh binding. Do not make the last unregistration in a
+        /// KalPortCallback, in DllMain or in the destructor of a DLL's static object.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalUnregisterAppLM(ushort first);
 

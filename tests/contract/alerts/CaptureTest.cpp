@@ -1,3 +1,4 @@
+#include "platform/Exception.h"
 #include "tests/contract/alerts/AlertFixture.h"
 
 #include <new>
@@ -125,6 +126,51 @@ TEST_F(KalCaptureAlertsTest, FailedCaptureDoesNotReplaceTheWindow) {
     capture(7, reinterpret_cast<HWND>(0x777));
     deliver(powerOnReset());
     EXPECT_THAT(posted(), ElementsAre(Posted{window, 0x5F4, 5, 0}));
+}
+
+TEST_F(KalCaptureAlertsTest, CaptureThatCannotBeCountedDoesNotReplaceTheWindow) {
+    captureForWindow();
+    {
+        const ImportHook<"WaitForSingleObject", DWORD(HANDLE, DWORD)> lock(library.module(), [](HANDLE, DWORD) {
+            SetLastError(ERROR_INVALID_HANDLE);
+            return WAIT_FAILED;
+        });
+        EXPECT_THROW(capture(6, reinterpret_cast<HWND>(0x777)), Win32Exception);
+        EXPECT_GT(lock.calls(), 0);
+    }
+    deliver(powerOnReset());
+    EXPECT_THAT(posted(), ElementsAre(Posted{window, 0x5F4, 5, 0}));
+}
+
+TEST_F(KalCaptureAlertsTest, WithoutMemoryTheWindowIsNotReplaced) {
+    captureForWindow();
+    int raised = 0;
+    bool hasFailed = true;
+    for (int nth = 0; hasFailed; ++nth) {
+        bool isRaised = false;
+        int left = nth;
+        {
+            const ImportHook<"malloc", void *(size_t)> memory(
+                library.module(), [&](size_t size) { return left-- == 0 ? nullptr : memory.original(size); });
+            try {
+                // A handle captured before needs no memory.
+                capture(static_cast<uint16_t>(100 + nth), reinterpret_cast<HWND>(0x777));
+            } catch (const std::bad_alloc &) {
+                isRaised = true;
+            }
+        }
+        hasFailed = left < 0;
+        raised += isRaised ? 1 : 0;
+        forget();
+        deliver(powerOnReset());
+        ASSERT_EQ(posted().size(), 1u);
+        if (isRaised) {
+            ASSERT_EQ(posted()[0].window, window) << "after the failure of allocation " << nth;
+        } else {
+            ASSERT_EQ(capture(5, window), KAL_OKAY);
+        }
+    }
+    EXPECT_GT(raised, 0);
 }
 
 TEST_F(KalCaptureAlertsTest, LatestWindowReceivesTheAlertsOfAllHandles) {

@@ -3,6 +3,8 @@
 #include "tests/support/EveryCore.h"
 #include "tests/support/ImportHook.h"
 
+#include <atomic>
+#include <stdexcept>
 #include <thread>
 
 namespace kal::test {
@@ -446,6 +448,83 @@ TEST_F(KalEnumPrintersTest, LateCallAfterTheLastUnregistrationAnswersOne) {
     EXPECT_THAT(reported, IsEmpty());
     EXPECT_THAT(service.sequence(), IsEmpty());
     KalRegisterApp(0);
+}
+
+TEST_F(KalEnumPrintersTest, ExceptionsOfTheCallbackDoNotReachTheService) {
+    const KalPortCallback throwing[] = {[](const PortInfoRecord *) { throw std::runtime_error("the application's"); },
+                                        [](const PortInfoRecord *) { throw 7; }};
+    for (const KalPortCallback each : throwing) {
+        callbackResults.clear();
+        finds({1, 2});
+        EXPECT_NO_THROW(EXPECT_EQ(KalEnumPrinters(0, 0x2, each), KAL_OKAY));
+        EXPECT_THAT(callbackResults, ElementsAre(1u, 1u));
+    }
+}
+
+TEST_F(KalEnumPrintersTest, CallWhileTheServiceIsBeingUnloadedAnswersOneAndAsksNothing) {
+    ServiceCallback *late = nullptr;
+    service.does("OrxEnumPrinters", [&](const ServiceCall &call) {
+        late = call.callback<ServiceCallback>(3);
+        return 0u;
+    });
+    KalEnumPrinters(0, 0x2, report);
+    ASSERT_EQ(KalOpen(0, 5, 0), KAL_OKAY); // keeps the service loaded until the unregistration
+    forget();
+    uint32_t answer = 7;
+    service.does("OrxUninitialize", [&](const ServiceCall &) {
+        std::thread([&] { answer = late(5); }).join();
+        return 0u;
+    });
+    KalUnregisterApp(0);
+    EXPECT_EQ(answer, 1u);
+    EXPECT_THAT(reported, IsEmpty());
+    EXPECT_THAT(service.sequence(), ElementsAre("OrxUninitialize"));
+    service.answers("OrxUninitialize", 0);
+    KalRegisterApp(0);
+}
+
+TEST_F(KalEnumPrintersTest, LastUnregistrationWaitsForTheCallback) {
+    static std::atomic<bool> isInside, isUnregistered, isEarly;
+    isInside = isUnregistered = isEarly = false;
+    ServiceCallback *callback = nullptr;
+    service.does("OrxEnumPrinters", [&](const ServiceCall &call) {
+        callback = call.callback<ServiceCallback>(3);
+        return 0u;
+    });
+    KalEnumPrinters(0, 0x2, [](const PortInfoRecord *) {
+        isInside = true;
+        Sleep(200);
+        isEarly = isUnregistered.load();
+    });
+    std::thread late([&] { EXPECT_EQ(callback(5), 1024u); });
+    while (!isInside)
+        Sleep(1);
+    KalUnregisterApp(0);
+    isUnregistered = true;
+    late.join();
+    EXPECT_FALSE(isEarly);
+    KalRegisterApp(0);
+}
+
+TEST_F(KalEnumPrintersTest, CallbackMayMakeTheLastUnregistration) {
+    finds({5});
+    ASSERT_EQ(KalOpen(0, 5, 0), KAL_OKAY);
+    const int unloads = service.unloads();
+    const ImportHook<"Sleep", void(DWORD)> wait(GetModuleHandleA("kalclient.dll"),
+                                                [&](DWORD time) { wait.original(time); });
+    EXPECT_EQ(KalEnumPrinters(0, 0x402, [](const PortInfoRecord *) { KalUnregisterApp(0); }), KAL_OKAY);
+    EXPECT_EQ(wait.calls(), 0);
+    // The service goes on after the callback, so it is not unloaded, and is asked for the other kind of printers, too.
+    EXPECT_EQ(service.unloads(), unloads);
+    EXPECT_EQ(service.count("OrxEnumPrinters"), 2u);
+    EXPECT_THAT(callbackResults, ElementsAre(1024u, 1u));
+    KalRegisterApp(0);
+    finds({6});
+    forget();
+    EXPECT_EQ(KalEnumPrinters(0, 0x2, report), KAL_OKAY);
+    EXPECT_THAT(machine.logTexts(), ElementsAre("+KalEnumPrinters", "KalEnumPrintersCallback", "Just before callback",
+                                                "Just after callback", "-KalEnumPrinters rc=KAL_OKAY"));
+    EXPECT_EQ(KalClose(0, 5), DEVERR_INVHANDLE) << "the binding is a fresh one";
 }
 
 TEST_F(KalEnumPrintersTest, NothingIsRaisedIntoTheServiceWhenThereIsNoMemory) {
