@@ -35,7 +35,7 @@ uint32_t reportPrinters(std::string_view entryPoint, const char *transport, OrxE
         if (!callback) {
             return ERROR_INVALID_PARAMETER;
         }
-        for (const auto handle : service.find(transport)) {
+        for (const auto handle : service.printers().find(transport)) {
             callback(handle);
         }
         return ERROR_SUCCESS;
@@ -122,19 +122,19 @@ uint32_t OrxEnumWindowsPrinters(uint32_t, const char *, const char *, OrxEnumCal
 
 uint32_t OrxEnumSpecificPrinter(uint32_t, const char *portName, uint32_t *handle) {
     return answer("OrxEnumSpecificPrinter", [&](Service &service) -> uint32_t {
-        return portName && handle ? service.findPort(portName, *handle) : ERROR_INVALID_PARAMETER;
+        return portName && handle ? service.printers().findPort(portName, *handle) : ERROR_INVALID_PARAMETER;
     });
 }
 
 uint32_t OrxValidatePortName(uint32_t, const char *portName) {
     return answer("OrxValidatePortName", [&](Service &service) -> uint32_t {
         uint32_t ignored = 0;
-        return portName ? service.findPort(portName, ignored) : ERROR_INVALID_PARAMETER;
+        return portName ? service.printers().findPort(portName, ignored) : ERROR_INVALID_PARAMETER;
     });
 }
 
 uint32_t OrxDiscovery(uint32_t, const char *transport, const char *) {
-    return answer("OrxDiscovery", [&](Service &service) { return service.discover(transport); });
+    return answer("OrxDiscovery", [&](Service &service) { return service.printers().discover(transport); });
 }
 
 uint32_t OrxCancelDiscovery(uint32_t, const char *, const char *) {
@@ -153,7 +153,7 @@ uint32_t OrxGetStringPrinter(uint32_t, uint32_t handle, const char *descriptor, 
                              uint32_t *length) {
     return answer("OrxGetStringPrinter", [&](Service &service) -> uint32_t {
         PropertyValue value;
-        if (const auto code = service.property(handle, descriptor, "String", value); code != 0) {
+        if (const auto code = service.printers().property(handle, descriptor, "String", value); code != 0) {
             return code;
         }
         const auto &text = std::get<std::string>(value);
@@ -165,7 +165,7 @@ uint32_t OrxGetByteArrayPrinter(uint32_t, uint32_t handle, const char *descripto
                                 uint32_t *length) {
     return answer("OrxGetByteArrayPrinter", [&](Service &service) -> uint32_t {
         PropertyValue value;
-        if (const auto code = service.property(handle, descriptor, "ByteArray", value); code != 0) {
+        if (const auto code = service.printers().property(handle, descriptor, "ByteArray", value); code != 0) {
             return code;
         }
         const auto &bytes = std::get<Bytes>(value);
@@ -179,7 +179,7 @@ uint32_t OrxGetLongPrinter(uint32_t, uint32_t handle, const char *descriptor, ui
         if (!target) {
             return ERROR_INVALID_PARAMETER;
         }
-        const auto code = service.property(handle, descriptor, "Long", value);
+        const auto code = service.printers().property(handle, descriptor, "Long", value);
         if (code == 0) {
             *target = std::get<uint32_t>(value);
         }
@@ -192,7 +192,7 @@ uint32_t OrxSetStringPrinter(uint32_t, uint32_t handle, const char *descriptor, 
         if (!value) {
             return ERROR_INVALID_PARAMETER;
         }
-        return service.setProperty(handle, descriptor, "String", std::string(value, strnlen(value, length)));
+        return service.printers().setProperty(handle, descriptor, "String", std::string(value, strnlen(value, length)));
     });
 }
 
@@ -202,23 +202,24 @@ uint32_t OrxSetByteArrayPrinter(uint32_t, uint32_t handle, const char *descripto
             return ERROR_INVALID_PARAMETER;
         }
         const auto *begin = static_cast<const uint8_t *>(bytes);
-        return service.setProperty(handle, descriptor, "ByteArray", Bytes(begin, begin + length));
+        return service.printers().setProperty(handle, descriptor, "ByteArray", Bytes(begin, begin + length));
     });
 }
 
 uint32_t OrxSetLongPrinter(uint32_t, uint32_t handle, const char *descriptor, uint32_t value) {
     return answer("OrxSetLongPrinter",
-                  [&](Service &service) { return service.setProperty(handle, descriptor, "Long", value); });
+                  [&](Service &service) { return service.printers().setProperty(handle, descriptor, "Long", value); });
 }
 
 uint32_t OrxSetJobStringPrinter(uint32_t, uint32_t handle, const char *key, const char *value) {
-    return answer("OrxSetJobStringPrinter", [&](Service &service) { return service.setJobString(handle, key, value); });
+    return answer("OrxSetJobStringPrinter",
+                  [&](Service &service) { return service.printers().setJobString(handle, key, value); });
 }
 
 uint32_t OrxGetCachePrinter(uint32_t, uint32_t handle, void *buffer, uint32_t size, uint32_t *length) {
     return answer("OrxGetCachePrinter", [&](Service &service) -> uint32_t {
         Bytes block;
-        const auto code = service.cache(handle, block);
+        const auto code = service.printers().cache(handle, block);
         return code != 0 ? code : handOver(block.data(), block.size(), buffer, size, length);
     });
 }
