@@ -21,9 +21,9 @@ struct LoadedConfiguration {
     uint64_t identity = 0;                       // differs when text or spool differ
 };
 
-/// KAL_SIMULATOR_CONFIG names the file, else comc.json beside the module counts, else the built-in configuration.
-/// KAL_SIMULATOR_SPOOL names the spool folder, else the configuration does (relative to its own folder), else it is
-/// "spool" beside the module. KAL_SIMULATOR_REPLAY names a recording to be replayed, else the configuration may.
+/// Reads the file that locateConfiguration found; without one, the built-in configuration. Paths in the file are
+/// relative to its folder. The environment takes precedence over the file, and the default spool is "spool" in the
+/// module's folder.
 [[nodiscard]] LoadedConfiguration loadConfiguration(HMODULE module);
 
 } // namespace simulator
