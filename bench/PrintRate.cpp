@@ -28,7 +28,8 @@ struct Run {
 };
 
 /// Runs a program to its end, which must be a good one.
-Run run(std::string commandLine) {
+Run run(const std::string &program) {
+    std::string commandLine = program; // the system may write into it
     STARTUPINFOA start = {};
     start.cb = sizeof start;
     PROCESS_INFORMATION process = {};
@@ -102,14 +103,16 @@ nlohmann::json measure(uint64_t size, const std::filesystem::path &folder) {
     uint64_t peak = 0;
     uint64_t floorPeak = 0;
     for (int round = 0; round < rounds; ++round) {
+        double seconds[2] = {}; // baseline, subject
         for (const bool isSubject : {round % 2 == 0, round % 2 != 0}) {
             const Run measured = run(isSubject ? kal : direct);
             takeAway(spool, size);
             (isSubject ? subjects : floors).push_back(measured.seconds);
+            seconds[isSubject ? 1 : 0] = measured.seconds;
             uint64_t &most = isSubject ? peak : floorPeak;
             most = std::max(most, measured.peakBytes);
         }
-        ratios.push_back(floors.back() / subjects.back());
+        ratios.push_back(seconds[0] / seconds[1]);
     }
     std::filesystem::remove(document);
     // The quickest of each: whatever else the machine does, handing out memory for the spool above all, only adds.

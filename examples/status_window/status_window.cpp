@@ -199,7 +199,7 @@ std::unique_ptr<Content> takeContent(LPARAM lParam) {
 std::string testPage(const Printer &printer) {
     std::string port;
     for (const wchar_t character : printer.port) {
-        const bool isPlain = character >= L' ' && character <= L'~' && !std::wcschr(L"()\\", character);
+        const bool isPlain = character >= L' ' && character <= L'~' && std::wcschr(L"()\\", character) == nullptr;
         port += isPlain ? static_cast<char>(character) : '?';
     }
     std::string page = "%!PS-Adobe-3.0\n"
@@ -461,7 +461,7 @@ constexpr SIZE leastSize = {560, 420};
 class StatusWindow {
   public:
     /// @return the exit code of the program
-    static int show(HINSTANCE instance, int showCommand) {
+    static int show(HINSTANCE instance, int showCmd) {
         const INITCOMMONCONTROLSEX classes = {sizeof classes,
                                               ICC_LISTVIEW_CLASSES | ICC_PROGRESS_CLASS | ICC_BAR_CLASSES};
         InitCommonControlsEx(&classes);
@@ -479,7 +479,7 @@ class StatusWindow {
                             CW_USEDEFAULT, 0, 0, nullptr, nullptr, instance, &self) == nullptr) {
             return 1;
         }
-        ShowWindow(self.window_, showCommand);
+        ShowWindow(self.window_, showCmd);
         return self.pumpMessages();
     }
 
@@ -538,7 +538,7 @@ class StatusWindow {
         case WM_NEXTDLGCTL: // from IsDialogMessage, for an underlined letter of a label; only dialogs know it by
                             // themselves
             SetFocus(LOWORD(lParam) != 0 ? reinterpret_cast<HWND>(wParam)
-                                         : GetNextDlgTabItem(window_, GetFocus(), wParam != 0));
+                                         : GetNextDlgTabItem(window_, GetFocus(), wParam != 0 ? TRUE : FALSE));
             return 0;
         case WM_COMMAND:
             onCommand(LOWORD(wParam));
@@ -823,7 +823,7 @@ class StatusWindow {
     // ------------------------------------------------------------------------------------------ controls and layout
 
     void onCreate() {
-        const auto instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(window_, GWLP_HINSTANCE));
+        auto *const instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(window_, GWLP_HINSTANCE));
         const auto create = [&](const wchar_t *className, const wchar_t *text, DWORD style, int id,
                                 DWORD extended = 0) {
             return CreateWindowExW(extended, className, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, window_,
@@ -1036,7 +1036,7 @@ class StatusWindow {
     void enableControls() {
         const HWND focused = GetFocus();
         for (const HWND button : {printButton_, cancelButton_, refreshButton_}) {
-            EnableWindow(button, isCommandEnabled(GetDlgCtrlID(button)));
+            EnableWindow(button, isCommandEnabled(GetDlgCtrlID(button)) ? TRUE : FALSE);
         }
         if (focused == printButton_ || focused == cancelButton_ || focused == refreshButton_) {
             for (const HWND next : {focused, focused == printButton_ ? cancelButton_ : printButton_, printerList_}) {
@@ -1080,6 +1080,6 @@ class StatusWindow {
 
 } // namespace
 
-int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int showCommand) {
-    return StatusWindow::show(instance, showCommand);
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int showCmd) {
+    return StatusWindow::show(instance, showCmd);
 }

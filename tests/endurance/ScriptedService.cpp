@@ -89,7 +89,7 @@ ServiceThreads::~ServiceThreads() {
 void ServiceThreads::runAndWait(const std::function<void()> &work) {
     Task task = {&work, CallContext::current(), false};
     std::unique_lock guard(lock_);
-    tasks_.push_back(&task);
+    tasks_.push_back(&task); // cppcheck-suppress danglingLifetime ; a thread takes it out before this function returns
     if (idle_ < tasks_.size()) {
         ++idle_;
         threads_.emplace_back([this] { serve(); });

@@ -55,6 +55,9 @@ class FaultyLoad {
         exported<LONG NTAPI(void *)>(GetModuleHandleA("ntdll.dll"), "LdrUnregisterDllNotification")(cookie_);
     }
 
+    FaultyLoad(const FaultyLoad &) = delete;
+    FaultyLoad &operator=(const FaultyLoad &) = delete;
+
     void unload(const Fault &fault = {}) {
         if (module_ == nullptr)
             return;

@@ -29,6 +29,7 @@ BOOL stall(HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED) {
     const HANDLE holding = OpenEventA(EVENT_MODIFY_STATE, FALSE, sharedName("holding", parentProcessId()).c_str());
     SetEvent(holding);
     Sleep(INFINITE);
+    CloseHandle(holding); // not reached: the test kills the process
     return FALSE;
 }
 

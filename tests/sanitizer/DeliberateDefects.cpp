@@ -14,7 +14,7 @@ int main(int argumentCount, char **arguments) {
     if (defect == "overflow")
         number = number + 1;
     else if (defect == "index")
-        number = numbers[index];
+        number = numbers[index]; // cppcheck-suppress containerOutOfBounds ; the defect
     else if (defect == "iterator") {
         const auto first = numbers.begin();
         numbers.push_back(static_cast<int>(index));

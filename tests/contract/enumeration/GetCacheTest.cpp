@@ -11,7 +11,7 @@ using testing::IsEmpty;
 class KalGetCacheTest : public RegisteredApplication {
   protected:
     /// The service's next block: the bytes it writes, and the length it reports for them.
-    void blockIs(std::string bytes, uint32_t reportedLength, uint32_t code = 0) {
+    void blockIs(const std::string &bytes, uint32_t reportedLength, uint32_t code = 0) {
         service.does("OrxGetCachePrinter", [=](const ServiceCall &call) {
             std::memcpy(call.pointer<char>(2), bytes.data(), std::min<size_t>(bytes.size(), call.number(3)));
             *call.pointer<uint32_t>(4) = reportedLength;
