@@ -9,7 +9,7 @@ namespace tool {
 
 namespace {
 
-constexpr size_t outputBufferSize = 256 * 1024;
+constexpr size_t outputBufferSize = size_t{256} * 1024;
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 HANDLE openForReading(const std::string &path) {
@@ -67,7 +67,7 @@ bool InputFile::isStillAt(const std::string &path) const {
     }
     BY_HANDLE_FILE_INFORMATION here{};
     BY_HANDLE_FILE_INFORMATION there{};
-    const bool known = GetFileInformationByHandle(file_, &here) && GetFileInformationByHandle(other, &there);
+    const bool known = GetFileInformationByHandle(file_, &here) != 0 && GetFileInformationByHandle(other, &there) != 0;
     CloseHandle(other);
     return known && here.dwVolumeSerialNumber == there.dwVolumeSerialNumber &&
            here.nFileIndexHigh == there.nFileIndexHigh && here.nFileIndexLow == there.nFileIndexLow;
@@ -99,7 +99,7 @@ void OutputFile::write(std::string_view bytes) {
 void OutputFile::commit() {
     flush();
     CloseHandle(std::exchange(file_, INVALID_HANDLE_VALUE));
-    if (!MoveFileExW(toWide(temporaryName(path_)).c_str(), toWide(path_).c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    if (MoveFileExW(toWide(temporaryName(path_)).c_str(), toWide(path_).c_str(), MOVEFILE_REPLACE_EXISTING) == 0) {
         const std::string message = reason(path_, " cannot be replaced: ");
         DeleteFileW(toWide(temporaryName(path_)).c_str());
         throw CommandFailure(message);
@@ -108,7 +108,7 @@ void OutputFile::commit() {
 
 void OutputFile::flush() {
     DWORD count = 0;
-    if (!WriteFile(file_, buffer_.data(), static_cast<DWORD>(buffer_.size()), &count, nullptr) ||
+    if (WriteFile(file_, buffer_.data(), static_cast<DWORD>(buffer_.size()), &count, nullptr) == 0 ||
         count != buffer_.size()) {
         throw CommandFailure(reason(path_, " cannot be written: "));
     }
@@ -121,7 +121,7 @@ bool fileExists(const std::string &path) {
 
 std::optional<uint64_t> fileSize(const std::string &path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(toWide(path).c_str(), GetFileExInfoStandard, &data) ||
+    if (GetFileAttributesExW(toWide(path).c_str(), GetFileExInfoStandard, &data) == 0 ||
         (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return std::nullopt;
     }

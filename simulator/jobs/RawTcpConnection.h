@@ -3,6 +3,7 @@
 #include "simulator/configuration/Configuration.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace simulator {
 
@@ -10,7 +11,7 @@ namespace simulator {
 /// when the printer cannot be reached, 170 when it breaks the connection, 1460 when it stops taking data.
 class RawTcpConnection {
   public:
-    explicit RawTcpConnection(const RawTcpTarget &target) : target_(target) {}
+    explicit RawTcpConnection(RawTcpTarget target) : target_(std::move(target)) {}
     ~RawTcpConnection() { abort(); }
     RawTcpConnection(const RawTcpConnection &) = delete;
     RawTcpConnection &operator=(const RawTcpConnection &) = delete;

@@ -35,7 +35,7 @@ LogSetting readComponent(const std::string &text) {
     const size_t equals = text.find('=');
     const auto name = findComponent(text.substr(0, equals));
     const auto mask =
-        equals == text.npos ? std::nullopt : parseNumber(std::string_view(text).substr(equals + 1), 0xFFFFFFFF);
+        equals == std::string::npos ? std::nullopt : parseNumber(std::string_view(text).substr(equals + 1), 0xFFFFFFFF);
     if (!name) {
         throw CLI::ValidationError("--component", "'" + text.substr(0, equals) + "' is no component of the log");
     }

@@ -35,9 +35,9 @@ std::string fullKeyName(const std::string &path);
 unsigned long tryKey(const std::string &path, REGSAM access);
 
 /// Reads the DWORD values of a key; a key or value that is missing or has another type reads as not stored.
-SettingReader settingReader(const std::string &key);
+SettingReader settingReader(const std::string &path);
 
 /// Stores DWORD values, creating the key when it is missing. Ends the command when this user may not.
-void storeSettings(const std::string &key, const std::vector<LogSetting> &settings);
+void storeSettings(const std::string &path, const std::vector<LogSetting> &settings);
 
 } // namespace tool

@@ -11,7 +11,7 @@ namespace tool {
 
 namespace {
 
-constexpr size_t blockSize = 1024 * 1024;
+constexpr size_t blockSize = size_t{1024} * 1024;
 constexpr DWORD pollInterval = 200;
 
 LineSplitter::Sink decoding(const LineSplitter::Sink &sink) {

@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// Large enough that a call's own cost does not show, small enough for a lively progress bar.
-constexpr size_t chunkSize = 4 * 1024 * 1024;
+constexpr size_t chunkSize = size_t{4} * 1024 * 1024;
 /// A service that takes nothing so often, at the pause below, is not going to.
 constexpr int mostEmptyWrites = 100;
 constexpr DWORD pauseAfterEmptyWrite = 50;
@@ -58,7 +58,7 @@ class PrintJob {
     PrintJob &operator=(const PrintJob &) = delete;
 
     /// Sends all of the data, what was left over again.
-    void write(std::span<const char> data, const Interruption &interruption) {
+    void write(std::span<const char> data, const Interruption &interruption) const {
         int emptyWrites = 0;
         while (!data.empty()) {
             if (interruption.requested()) {

@@ -20,7 +20,7 @@ namespace {
 /// Hands out the lines of a recording. What is wrong with it ends the command, with the file's name before it.
 template <class Take>
 void readLines(const std::string &path, Take take) {
-    constexpr size_t blockSize = 1024 * 1024;
+    constexpr size_t blockSize = size_t{1024} * 1024;
     InputFile file(path);
     LineSplitter lines(take);
     std::vector<char> block(blockSize);

@@ -14,7 +14,7 @@ class LineSplitter {
     using Sink = std::function<void(std::string_view line)>;
 
     /// A line that grows beyond this is handed out in pieces: a file without line ends must not fill the memory.
-    static constexpr size_t longestLine = 1024 * 1024;
+    static constexpr size_t longestLine = size_t{1024} * 1024;
 
     explicit LineSplitter(Sink sink) : sink_(std::move(sink)) {}
 
