@@ -25,7 +25,7 @@ Json addressOnly(uint64_t address) {
     return {{"address", hexadecimal(big.data(), big.size())}};
 }
 
-/// Whether JSON can carry the text as it is.
+/// Whether JSON can carry the string unchanged.
 bool isUtf8(const std::string &text) {
     try {
         static_cast<void>(Json(text).dump());

@@ -39,7 +39,7 @@ class Sha256 : public Digest {
     }
 
   private:
-    /// Opened once and kept: opening it costs far more than a hash.
+    /// Opened once and never closed: opening it takes far longer than computing a hash.
     static BCRYPT_ALG_HANDLE algorithm() {
         static const BCRYPT_ALG_HANDLE opened = [] {
             BCRYPT_ALG_HANDLE handle = nullptr;

@@ -1,17 +1,17 @@
-/// Capturing in this process: what can be read of its memory, and the system's hash.
+/// Parts of capturing that need the system: readable memory of this process, and SHA-256.
 #pragma once
 
 #include "recording/Capture.h"
 
 namespace recording {
 
-/// How many bytes from the address on can be read now, at most so many as are wanted.
+/// Number of bytes at the address that can be read now, at most `wanted`.
 [[nodiscard]] size_t readableBytes(const void *address, size_t wanted) noexcept;
 
-/// Whether a function may stand there.
+/// Whether the address is in executable memory.
 [[nodiscard]] bool isExecutable(const void *address) noexcept;
 
-/// SHA-256. A system that cannot compute it gives an empty hash.
+/// SHA-256. The hash is empty if the system cannot compute it.
 [[nodiscard]] std::unique_ptr<Digest> newSha256();
 
 } // namespace recording

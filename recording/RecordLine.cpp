@@ -13,13 +13,13 @@ namespace {
 constexpr std::string_view recordingName = "comc.dll";
 constexpr int recordingFormat = 1;
 
-/// A century in microseconds: no recording is as long, and times can be subtracted and converted without overflow.
+/// A century in microseconds. Recordings are shorter, and such times can be subtracted and converted without overflow.
 constexpr uint64_t latestTime = 100ull * 365 * 24 * 3600 * 1'000'000;
 
 struct KindRow {
     EventKind kind;
     std::string_view name;
-    std::string_view values; // the key under which its values stand
+    std::string_view values; // the key of its values
 };
 
 constexpr KindRow kinds[] = {
@@ -55,7 +55,7 @@ bool isNumber(const Json &json, uint64_t most = std::numeric_limits<uint32_t>::m
     return json.is_number_unsigned() && json.get<uint64_t>() <= most;
 }
 
-/// Arguments and buffers have names like variables; lines are shown with them as they are.
+/// Whether the string looks like a variable name. Names of arguments and buffers are shown without quoting.
 bool isName(const std::string &text) {
     constexpr std::string_view characters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
     return !text.empty() && text.find_first_not_of(characters) == std::string::npos;
@@ -72,7 +72,7 @@ bool isHexadecimalOf(const Json &json, const Json &byteCount) {
            json.get_ref<const std::string &>().size() == byteCount.get<uint64_t>() * 2;
 }
 
-/// Whether a value is one of those that Capture composes, so that who shows or replays it need not look again.
+/// Whether the value has a form that Capture writes, so that readers need no further checks.
 bool isValue(const Json &value) {
     if (!value.is_object()) {
         return value.is_null() || value.is_string() || isNumber(value);
@@ -93,7 +93,7 @@ bool isValue(const Json &value) {
     });
 }
 
-/// A member that must be there and of its type.
+/// A required member of the given type.
 template <class Type>
 Type require(const Json &json, const char *key) {
     const auto found = json.find(key);

@@ -1,4 +1,4 @@
-/// The lines of a recording: a header, then one JSON object a line for everything that happened.
+/// The lines of a recording: a header, then one JSON object per line for each event.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -14,19 +14,19 @@ namespace recording {
 
 using Json = nlohmann::ordered_json;
 
-/// A text that is no recording, or not one that can be used; the message tells where and why.
+/// The text is not a recording, or cannot be used. The message names the place and the reason.
 class RecordingError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// A line that is not even JSON: the last one of a recording may be cut off.
+/// The line is not even JSON. A recording may end with such a line, cut off.
 class BrokenLine : public RecordingError {
   public:
     using RecordingError::RecordingError;
 };
 
-/// The first line: whose recording it is.
+/// The first line: the process and the library that were recorded.
 struct RecordingHeader {
     uint32_t process = 0;
     std::string program; ///< the application's file
@@ -37,12 +37,12 @@ struct RecordingHeader {
 
 enum class EventKind {
     load,          ///< the service's library was loaded; says which entry points it lacks
-    unload,        ///< it is about to be given back
-    bytes,         ///< a piece of a large buffer of a call, before the line that tells of the buffer
+    unload,        ///< it is about to be freed
+    bytes,         ///< a chunk of a large buffer; written before the line that describes the buffer
     call,          ///< an entry point was called
-    callReturn,    ///< and answered
+    callReturn,    ///< it returned
     callback,      ///< the service called the client
-    callbackReturn ///< and the client answered
+    callbackReturn ///< the client returned
 };
 
 struct RecordEvent {
@@ -51,32 +51,32 @@ struct RecordEvent {
     int64_t time = 0;    ///< microseconds since the recording began
     uint32_t thread = 0;
     std::string entryPoint;            ///< call, callReturn
-    std::optional<uint64_t> within;    ///< callback, call: the call or callback on the same thread that it happened in
+    std::optional<uint64_t> within;    ///< callback, call: number of the enclosing call or callback on the same thread
     uint32_t callback = 0;             ///< callback: which of the client's functions, as the call's argument names it
     std::string callbackKind;          ///< callback: as callbackName
     Json values = Json::object();      ///< call, callback: arguments; callReturn: outputs; load: names that are missing
     uint32_t result = 0;               ///< callReturn, callbackReturn
     std::optional<uint32_t> lastError; ///< callReturn: after a failure
-    bool raised = false;               ///< callReturn, callbackReturn: left by an exception, there is no result
+    bool raised = false;               ///< callReturn, callbackReturn: ended by an exception, so there is no result
     std::string argument;              ///< bytes: the buffer's name
-    bool isOutput = false;             ///< bytes: of the buffer after the call
+    bool isOutput = false;             ///< bytes: the buffer's content after the call
     uint64_t offset = 0;               ///< bytes
     std::string hex;                   ///< bytes
 };
 
-/// One line without its end.
+/// Both return one line without a line end.
 [[nodiscard]] std::string composeHeader(const RecordingHeader &header);
 [[nodiscard]] std::string composeLine(const RecordEvent &event);
 
-/// @throws RecordingError  when the line is no header
+/// @throws RecordingError  if the line is not a header
 [[nodiscard]] RecordingHeader parseHeader(std::string_view line);
-/// @throws BrokenLine      when the line is no JSON
-/// @throws RecordingError  when it is none of a recording, or names an entry point that comc.dll does not have
+/// @throws BrokenLine      if the line is not JSON
+/// @throws RecordingError  if it is not a line of a recording, or names an entry point that comc.dll does not have
 [[nodiscard]] RecordEvent parseLine(std::string_view line);
 
-/// Two lower-case digits a byte.
+/// Two lower-case digits per byte.
 [[nodiscard]] std::string hexadecimal(const void *bytes, size_t count);
-/// @throws RecordingError  when the text is not made of pairs of digits
+/// @throws RecordingError  if the text does not consist of pairs of digits
 [[nodiscard]] std::string bytesOf(std::string_view hex);
 
 } // namespace recording

@@ -21,7 +21,7 @@ bool isOutput(const std::string &entryPoint, const std::string &argument) {
 void RecordingParser::add(std::string_view line) {
     ++lineNumber_;
     if (broken_) {
-        throw RecordingError(*broken_); // it was not the last one
+        throw RecordingError(*broken_); // the broken line was not the last one
     }
     const auto place = "line " + std::to_string(lineNumber_) + ": ";
     try {
@@ -45,7 +45,7 @@ void RecordingParser::finish() const {
 
 void RecordingReader::take(const RecordEvent &event) {
     if (event.kind == EventKind::bytes) {
-        // The pieces of an argument come before the call is known: those of callbacks and answers alone are kept.
+        // The chunks precede the line of their call. Only those of callbacks and outputs are kept.
         auto &bytes = pieces_[event.number][event.argument];
         if (event.argument == "alert" || event.isOutput) {
             if (bytes.size() != event.offset) {

@@ -1,4 +1,4 @@
-/// A recording read back: event by event, or whole with its calls put together.
+/// Reads a recording, either event by event or complete with its calls and callbacks.
 #pragma once
 
 #include "recording/RecordLine.h"
@@ -14,8 +14,8 @@
 
 namespace recording {
 
-/// Takes the lines of a recording in order. What is wrong with a line is raised with the line's number before it, but
-/// for a last line that is cut off: a process that is ended by force leaves one, and everything before it counts.
+/// Takes the lines of a recording in order. Errors name the number of the line. A last line that is not JSON is not an
+/// error: a killed process leaves one, and all lines before it are used.
 class RecordingParser {
   public:
     using Sink = std::function<void(const RecordEvent &event)>;
@@ -24,11 +24,11 @@ class RecordingParser {
 
     /// @throws RecordingError
     void add(std::string_view line);
-    /// After the last line. @throws RecordingError when there was not even a header
+    /// To be called after the last line. @throws RecordingError if there was no line
     void finish() const;
 
     [[nodiscard]] const RecordingHeader &header() const noexcept { return header_; }
-    /// "line 12: the line is cut off or damaged", when the last line is.
+    /// "line 12: the line is cut off or damaged", if the last line is.
     [[nodiscard]] const std::optional<std::string> &cutOff() const noexcept { return broken_; }
 
   private:
@@ -40,9 +40,9 @@ class RecordingParser {
 
 struct RecordedCall {
     RecordEvent begin;
-    std::optional<RecordEvent> end;             ///< none: the recording ends within the call
-    std::map<std::string, std::string> outputs; ///< large outputs by name, put together from their pieces
-    size_t beginPlace = 0;                      ///< among all events of the recording
+    std::optional<RecordEvent> end;             ///< nothing: the recording ends during the call
+    std::map<std::string, std::string> outputs; ///< large outputs by name, assembled from their chunks
+    size_t beginPlace = 0;                      ///< index among all events of the recording
     size_t endPlace = 0;
 };
 
@@ -58,11 +58,11 @@ struct Recording {
     RecordingHeader header;
     std::vector<RecordEvent> loads;
     std::vector<RecordedCall> calls;         ///< in the order in which they were made
-    std::vector<RecordedCallback> callbacks; ///< likewise
+    std::vector<RecordedCallback> callbacks; ///< in the order in which they were made
     std::optional<std::string> cutOff;       ///< as RecordingParser
 };
 
-/// Puts a whole recording together. Of large buffers that are not answers only length and hash are kept.
+/// Assembles a complete recording. Contents of large input buffers are not kept, only their length and hash.
 class RecordingReader {
   public:
     RecordingReader() : parser_([this](const RecordEvent &event) { take(event); }) {}
