@@ -10,7 +10,7 @@ namespace spy {
 
 namespace {
 
-/// A client has one function a kind; the tests' copies of it have some more.
+/// A client has one function per kind. Tests load several copies of the library and so need more.
 constexpr size_t mostRelays = 256;
 
 struct Relayed {
@@ -18,10 +18,10 @@ struct Relayed {
     comc::ArgumentKind kind;
 };
 
-// Written once each, before the relay is handed out, and never taken back: a service may call late.
+// Each element is written once, before its relay is returned, and stays valid: a service may call late.
 Relayed relayed[mostRelays];
 size_t relayedCount = 0;
-SRWLOCK lock = SRWLOCK_INIT; // guards the two for writing
+SRWLOCK lock = SRWLOCK_INIT; // guards writing to both
 
 template <size_t Index>
 uint64_t relay(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5, uint64_t a6, uint64_t a7) {

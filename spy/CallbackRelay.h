@@ -1,4 +1,4 @@
-/// Stands between the service and the client's functions that the service calls back.
+/// Replaces the client's callbacks with functions that record and forward.
 #pragma once
 
 #include "comc/EntryPoints.h"
@@ -8,17 +8,17 @@
 
 namespace spy {
 
-/// A client's function and the number by which the recording knows it.
+/// A replacement for one of the client's functions, and the function's number in the recording.
 struct RelayedCallback {
-    AnyFunction *relay = nullptr; ///< to be handed to the service instead; null when there is none for it
-    uint32_t number = 0;          ///< from 1; 0 when there is no relay
+    AnyFunction *relay = nullptr; ///< to be passed to the service instead; null: pass the function itself
+    uint32_t number = 0;          ///< from 1; 0 without a relay
 };
 
-/// The relay of a function, the same one whenever it is asked for. There is none for what is no function, and for more
-/// functions than the recorder has room for: those are handed to the service as they are.
+/// The relay of a function; always the same one for the same function and kind. Addresses that are not executable have
+/// none, and neither do functions after the first 256. The service receives those unchanged.
 [[nodiscard]] RelayedCallback relayFor(uint64_t function, comc::ArgumentKind kind) noexcept;
 
-/// What a relay does; the recorder's own. @param function  the client's, with the words that the service handed over
+/// Called by each relay; defined by the recorder. @param function  the client's function, to be called with the words
 uint64_t relayCallback(uint32_t number, comc::ArgumentKind kind, AnyFunction *function,
                        const uint64_t (&words)[comc::mostWords]);
 

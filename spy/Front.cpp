@@ -1,8 +1,8 @@
-// comc.dll in front of the real one. It has every entry point that the real one has and no other, and hands each call
-// to the recorder, which calls the real one. Without a recorder the calls go straight through.
+// A comc.dll that stands in for the real one. It exports the entry points that the real one exports. Each call goes to
+// the recorder, which calls the real library; without a recorder, directly to the real library.
 //
-// Clients load and free comc.dll thousands of times in a process, and what the C++ library sets up a module (storage
-// for each thread, above all) is not given back with it. So nothing of that library is used here.
+// Clients load and free comc.dll thousands of times per process. What the C++ runtime allocates per module (above all
+// thread-local storage) is not released when the module is freed, so this file does not use the runtime.
 #include "comc/EntryPointIndex.h"
 #include "platform/ExportTable.h"
 #include "spy/RecorderInterface.h"
@@ -31,11 +31,11 @@ Function *find(HMODULE module, const char *name) noexcept {
     return reinterpret_cast<Function *>(reinterpret_cast<void *>(GetProcAddress(module, name)));
 }
 
-/// A path. One at a time is made, while the loader lets nobody else in.
+/// One buffer for paths is enough: it is used only under the loader lock.
 constexpr DWORD longestPath = 32768;
 wchar_t path[longestPath];
 
-/// The path of a file beside this library.
+/// The path of a file in the same folder as this library.
 const wchar_t *beside(HMODULE self, const wchar_t *fileName) noexcept {
     DWORD length = GetModuleFileNameW(self, path, longestPath);
     while (length > 0 && path[length - 1] != L'\\') {
@@ -48,19 +48,19 @@ const wchar_t *beside(HMODULE self, const wchar_t *fileName) noexcept {
     return path;
 }
 
-/// KAL_SPY_REAL names the real library, else it is comc-real.dll beside this one.
+/// Loads the library named by KAL_SPY_REAL; otherwise comc-real.dll in the same folder.
 HMODULE loadService(HMODULE self) noexcept {
     const DWORD length = GetEnvironmentVariableW(L"KAL_SPY_REAL", path, longestPath);
     const bool isNamed = length > 0 && length < longestPath;
     const HMODULE loaded = LoadLibraryW(isNamed ? path : beside(self, L"comc-real.dll"));
     if (loaded == self && loaded != nullptr) {
-        FreeLibrary(loaded); // it would call itself for ever
+        FreeLibrary(loaded); // it would call itself forever
         return nullptr;
     }
     return loaded;
 }
 
-/// A process has one recorder, and so one recording, however many copies of the spy it loads.
+/// All copies of the spy in a process share one recorder, and so one recording.
 const spy::RecorderInterface *loadRecorder(HMODULE self) noexcept {
     constexpr const wchar_t *name = L"comc-recorder.dll";
     HMODULE module = GetModuleHandleW(name);
@@ -109,7 +109,7 @@ uint64_t forward(comc::EntryPointIndex index, const uint64_t (&words)[comc::most
 
 } // namespace
 
-// The words behind an entry point's last argument are the caller's stack and are handed on as they are.
+// The words after an entry point's last argument come from the caller's stack; they are forwarded unchanged.
 #define ORX_ENTRY_POINT(name, ...)                                                                                     \
     extern "C" __declspec(dllexport) uint64_t name(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,    \
                                                    uint64_t a5, uint64_t a6, uint64_t a7) {                            \
@@ -118,8 +118,8 @@ uint64_t forward(comc::EntryPointIndex index, const uint64_t (&words)[comc::most
 #include "comc/EntryPoints.inc"
 #undef ORX_ENTRY_POINT
 
-/// Loading libraries from here is what makes the spy look like the real library from the first moment on: whoever
-/// loaded it may look names up as soon as this returns.
+/// Loads the libraries here because a client may look up names as soon as LoadLibrary returns: the missing entry points
+/// must be removed by then.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {
         return attach(module) ? TRUE : FALSE;

@@ -25,7 +25,7 @@ std::wstring stemOf(const std::wstring &path) {
     return name.substr(0, name.rfind(L'.'));
 }
 
-/// "-20120305-140709-0a3c": local time, and the process.
+/// "-20120305-140709-0a3c": local time and process id.
 std::wstring stampOf(const FILETIME &time) {
     FILETIME local;
     SYSTEMTIME parts;
@@ -40,7 +40,7 @@ std::wstring stampOf(const FILETIME &time) {
 void createFolders(const std::wstring &folder) {
     for (auto end = folder.find_first_of(L"\\/"); end != std::wstring::npos;
          end = folder.find_first_of(L"\\/", end + 1)) {
-        CreateDirectoryW(folder.substr(0, end).c_str(), nullptr); // the file tells whether the last one is there
+        CreateDirectoryW(folder.substr(0, end).c_str(), nullptr); // if this fails, opening the file fails
     }
 }
 
@@ -107,7 +107,7 @@ bool RecordFile::open(const std::wstring &service) {
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
     const auto name = settings_.folder + stemOf(program) + stampOf(now);
-    // A process id may come again within the second.
+    // Process ids can be reused within a second.
     for (int attempt = 0; file_ == INVALID_HANDLE_VALUE && attempt < 100; ++attempt) {
         const auto path = name + (attempt == 0 ? L"" : L"-" + std::to_wstring(attempt)) + L".jsonl";
         file_ = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
@@ -126,7 +126,7 @@ bool RecordFile::open(const std::wstring &service) {
         fail("the recording cannot be made");
         return false;
     }
-    static_cast<void>(recordingTime()); // from here on it counts
+    static_cast<void>(recordingTime()); // the first call sets the time to 0
     return true;
 }
 

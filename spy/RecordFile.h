@@ -1,4 +1,4 @@
-/// The file that this process's recording goes to.
+/// The recording of this process.
 #pragma once
 
 #include "recording/RecordLine.h"
@@ -12,18 +12,18 @@
 
 namespace spy {
 
-/// Opened with the first line, as PROGRAM-DATE-TIME-PROCESS.jsonl. Each line is one write at the end of the file, so
-/// that it is whole and there even when the process is ended by force right behind it. A file that cannot be opened or
-/// written is told of once, to the debugger, and ends the recording.
+/// Created with the first line, as PROGRAM-DATE-TIME-PROCESS.jsonl. Each line is appended with a single write, so that
+/// it is complete even if the process is killed immediately afterwards. A failure to open or write is reported once, to
+/// the debugger, and ends the recording.
 ///
-/// It is never closed: it belongs to the process, which calls the service until its very end.
+/// The file is never closed, because the process may call the service until it exits.
 class RecordFile {
   public:
     explicit RecordFile(SpySettings settings) : settings_(std::move(settings)) {}
     RecordFile(const RecordFile &) = delete;
     RecordFile &operator=(const RecordFile &) = delete;
 
-    /// Under the recorder's lock.
+    /// To be called with the recorder's lock held.
     void write(std::string line, const std::wstring &service);
     [[nodiscard]] bool hasFailed() const noexcept { return hasFailed_; }
     void fail(const char *what) noexcept;
@@ -37,13 +37,13 @@ class RecordFile {
     bool hasFailed_ = false;
 };
 
-/// Microseconds since the recording began.
+/// Microseconds since the first call, which is made when the file is created.
 [[nodiscard]] int64_t recordingTime() noexcept;
 
-/// UTF-8.
+/// Converts to UTF-8.
 [[nodiscard]] std::string narrowText(std::wstring_view text);
 
-/// The file of a module; the program's for null.
+/// The path of a module; the program's for null.
 [[nodiscard]] std::wstring moduleFile(HMODULE module);
 
 } // namespace spy

@@ -1,6 +1,6 @@
-// comc-recorder.dll: calls the real library and the client's functions on behalf of the spy and records that. Nothing
-// here may be noticed by either side: results, buffers and the thread's last error pass as they are, an exception too,
-// and a recording that fails ends in silence.
+// comc-recorder.dll: calls the real library and the client's functions for the spy, and records the calls. Neither side
+// may notice it: results, buffers, exceptions and the thread's last error are passed unchanged, and a failure of the
+// recording is reported to the debugger only.
 #include "recording/ProcessCapture.h"
 #include "spy/CallbackRelay.h"
 #include "spy/RecordFile.h"
@@ -16,13 +16,13 @@ namespace {
 
 using namespace spy;
 
-/// A call or callback that a thread is in; they nest.
+/// A call or callback that the thread is in; they can be nested.
 struct Active {
     uint64_t number;
     const Active *outer;
 };
 
-/// Last errors are the caller's: what is done in between must not show.
+/// Restores the thread's last error, which belongs to the caller.
 class KeptLastError {
   public:
     KeptLastError() noexcept : code_(GetLastError()) {}
@@ -35,8 +35,8 @@ class KeptLastError {
     DWORD code_;
 };
 
-/// At the end of a process its other threads are gone, whatever they held: then a lock is taken or left, never waited
-/// for.
+/// While the process exits, a terminated thread may still own the lock. acquire() then returns false instead of
+/// waiting.
 class ProcessLock {
   public:
     [[nodiscard]] bool acquire() noexcept {
@@ -74,7 +74,7 @@ class Recorder {
 
     void setService(HMODULE service) { serviceFile_ = moduleFile(service); }
 
-    /// Time and thread are filled in: lines stand in the order of their times.
+    /// Sets time and thread under the lock, so that lines are in the order of their times.
     void write(recording::RecordEvent event) {
         if (!lock_.acquire()) {
             return;
@@ -110,7 +110,7 @@ class Recorder {
 
     const SpySettings settings_;
     RecordFile file_;          // guarded by the lock
-    std::wstring serviceFile_; // written while the loader holds its lock
+    std::wstring serviceFile_; // written under the loader lock
     ProcessLock lock_;
     volatile LONG64 lastNumber_ = 0;
     const DWORD active_ = TlsAlloc();
@@ -120,10 +120,10 @@ class Recorder {
     const recording::Capture capture;
 };
 
-/// Null when there is none: no memory for it. Never destroyed: the service is called until the process's last moment.
+/// Null if there was no memory for it. Never destroyed, because the service may be called until the process exits.
 Recorder *recorder = nullptr;
 
-/// Runs a step of the recording; one that fails leaves its line out.
+/// Runs one step of the recording and keeps the last error. If there is no memory, the step's line is missing.
 template <class Step>
 void quietly(Step step) noexcept {
     const KeptLastError lastError;
@@ -137,14 +137,14 @@ void quietly(Step step) noexcept {
     }
 }
 
-/// One call through the spy, in either direction: its two lines, and what the thread is in between them.
+/// One call through the spy, in either direction. Writes its two lines, and is the thread's active call between them.
 class Exchange {
   public:
     Exchange(const Exchange &) = delete;
     Exchange &operator=(const Exchange &) = delete;
 
     ~Exchange() {
-        if (isBegun_) { // left by an exception, or there was no memory for the outputs
+        if (isBegun_) { // an exception passed, or there was no memory for the outputs
             quietly([&](Recorder &) { finish(); });
         }
     }
@@ -167,7 +167,7 @@ class Exchange {
         end_.kind = endKind;
         end_.number = event.number;
         end_.entryPoint = event.entryPoint;
-        end_.raised = true; // until there is an answer
+        end_.raised = true; // until the function has returned
         recorder->setActive(&active_);
         isBegun_ = true;
         recorder->write(std::move(event));
@@ -239,7 +239,7 @@ uint64_t callWith(AnyFunction *function, const recording::Words &words) {
     return function(words[0], words[1], words[2], words[3], words[4], words[5], words[6], words[7]);
 }
 
-/// Lets the service call the client through relays.
+/// Replaces the client's callbacks with relays.
 void putRelays(const comc::EntryPoint &entryPoint, recording::Words &words) noexcept {
     const auto arguments = entryPoint.arguments();
     for (size_t index = 0; index < arguments.size(); ++index) {
@@ -311,14 +311,14 @@ uint64_t spy::relayCallback(uint32_t number, comc::ArgumentKind kind, AnyFunctio
     return result;
 }
 
-/// Asked for by each load of the spy, one at a time. From the first time on this library stays.
+/// Called by each load of the spy, under the loader lock. The first call pins this library.
 extern "C" __declspec(dllexport) const RecorderInterface *spyRecorder() {
     if (recorder == nullptr) {
         HMODULE pinned = nullptr;
         GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                            reinterpret_cast<LPCWSTR>(&spyRecorder), &pinned);
         try {
-            recorder = std::make_unique<Recorder>(pinned).release(); // the process's own from here on
+            recorder = std::make_unique<Recorder>(pinned).release(); // never freed
         } catch (const std::exception &) {
             return nullptr;
         }

@@ -1,4 +1,5 @@
-/// What comc.dll, the spy that comes and goes with the client's need of it, asks of the recorder, which stays.
+/// The functions that the spy calls in the recorder. The client loads and frees the spy often; the recorder stays
+/// loaded.
 #pragma once
 
 #include <windows.h>
@@ -7,18 +8,18 @@
 
 namespace spy {
 
-/// An entry point of the real library, or one of the client's functions: so many words are handed on whatever the
-/// function takes.
+/// An entry point of the real library, or one of the client's functions. All eight words are passed, whatever the
+/// function's number of arguments.
 using AnyFunction = uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t);
 
 struct RecorderInterface {
-    /// Both must be of one build.
+    /// Differs if spy and recorder are not of the same build.
     uint32_t size;
-    /// The real library is loaded.
-    /// @param functions  its entry points in the order of EntryPointIndex, null where it lacks one
+    /// Reports that the real library was loaded.
+    /// @param functions  its entry points in the order of EntryPointIndex, null for those it lacks
     void (*loaded)(HMODULE service, AnyFunction *const *functions) noexcept;
     void (*unloading)() noexcept;
-    /// Calls the function with the words and records that. @param index  as EntryPointIndex
+    /// Calls the function with the words and records the call. @param index  as EntryPointIndex
     uint64_t (*forward)(uint32_t index, AnyFunction *function, const uint64_t *words);
 };
 

@@ -16,7 +16,7 @@ std::optional<std::wstring> environment(const wchar_t *name) {
     return value.empty() ? std::nullopt : std::optional(value);
 }
 
-/// The key belongs to no brand: one spy stands before whatever libraries use the service.
+/// The key is not brand-specific, because one spy serves libraries of all brands.
 std::wstring settingsKey() {
     const std::string key = kal::serviceRootOf("") + "Spy";
     return {key.begin(), key.end()};

@@ -1,4 +1,4 @@
-/// Where recordings go and what they leave out.
+/// The folder of the recordings, and whether documents are redacted.
 #pragma once
 
 #include <windows.h>
@@ -8,11 +8,11 @@
 namespace spy {
 
 struct SpySettings {
-    std::wstring folder; ///< with a backslash at its end
+    std::wstring folder; ///< ends with a backslash or slash
     bool redacts = false;
 };
 
-/// Environment first, then the registry, then "recordings" beside the spy and nothing left out.
+/// Reads the environment, then the registry. Defaults: "recordings" in the spy's folder, nothing redacted.
 [[nodiscard]] SpySettings readSpySettings(HMODULE self);
 
 } // namespace spy
