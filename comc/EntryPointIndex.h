@@ -1,5 +1,5 @@
-/// The entry points of comc.dll by number. Only their names are used here: the spy's front declares the functions with
-/// types of its own and must not see the prototypes.
+/// The entry points of comc.dll by number. Only their names are used here: the spy defines the functions with types of
+/// its own, so the prototypes must not be visible.
 #pragma once
 
 #include <cstddef>

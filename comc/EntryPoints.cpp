@@ -34,7 +34,7 @@ consteval Argument document(Argument bytes) {
     return bytes;
 }
 
-/// Whether an argument of a prototype's type may be of the kind.
+/// Whether an argument of the kind can have the type Parameter in the prototype.
 template <class Parameter>
 consteval bool matches(ArgumentKind kind) {
     if constexpr (std::is_same_v<Parameter, uint32_t>) {
@@ -58,7 +58,7 @@ consteval bool matches(ArgumentKind kind) {
     }
 }
 
-/// A row of the table; does not compile when it differs from the prototype.
+/// Makes a row of the table; does not compile if the row differs from the prototype.
 template <class... Parameters, class... Arguments>
 consteval EntryPoint entryPoint(std::string_view name, uint32_t (*)(Parameters...), Arguments... arguments) {
     static_assert(sizeof...(Parameters) == sizeof...(Arguments), "a row has as many arguments as the prototype");

@@ -1,4 +1,4 @@
-/// What is known of the entry points of comc.dll: their arguments, and which of the caller's memory belongs to them.
+/// The arguments of each entry point of comc.dll, and the caller's memory that they refer to.
 #pragma once
 
 #include "comc/EntryPointIndex.h"
@@ -13,7 +13,7 @@
 namespace comc {
 
 enum class ArgumentKind : uint8_t {
-    number,               ///< 32 bits; the client identifier and handles, too
+    number,               ///< 32 bits; also the client identifier and handles
     text,                 ///< null-terminated
     wideText,             ///< null-terminated UTF-16
     inputBytes,           ///< the next argument is their number
@@ -22,7 +22,7 @@ enum class ArgumentKind : uint8_t {
     enumCallback,         ///< OrxEnumCallback
     alertCallback,        ///< OrxAlertCallback
     notificationCallback, ///< OrxNotificationCallback
-    opaque                ///< an address; nothing is known of the memory there
+    opaque                ///< an address of memory with unknown content
 };
 
 struct Argument {
@@ -57,10 +57,10 @@ class EntryPoint {
 /// "enum", "alert" or "notification".
 [[nodiscard]] std::string_view callbackName(ArgumentKind kind) noexcept;
 
-/// All of them, in the order of EntryPointIndex.
+/// All entry points, in the order of EntryPointIndex.
 [[nodiscard]] std::span<const EntryPoint> entryPoints() noexcept;
 
-/// Null for a name that is not an entry point's.
+/// Null if there is no entry point of that name.
 [[nodiscard]] const EntryPoint *findEntryPoint(std::string_view name) noexcept;
 
 } // namespace comc

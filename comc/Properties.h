@@ -1,4 +1,4 @@
-/// The properties of a device: how the service is asked for them, and the values that have a meaning.
+/// The properties of a device: the descriptors that request them, and the values that have a meaning.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 
 namespace comc {
 
-/// A property and the text that asks for it. A descriptor that does not begin with the name does not compile.
+/// A property's name and descriptor. Does not compile if the descriptor names another property.
 struct Property {
     consteval Property(const char *propertyName, const char *propertyDescriptor)
         : name(propertyName), descriptor(propertyDescriptor) {
@@ -40,7 +40,7 @@ inline constexpr std::string_view cpdPrinter = "CpdPrinter";
 inline constexpr std::string_view bpdPrinter = "BpdPrinter";
 } // namespace device
 
-/// Values of the property "Transport", and the names by which the service finds devices.
+/// Values of the property "Transport", which are also the transports of a search.
 namespace transport {
 inline constexpr const char *hostBased1 = "HBN1";
 inline constexpr const char *hostBased3 = "HBN3";
@@ -49,8 +49,8 @@ inline constexpr const char *parallel = "PAR1";
 inline constexpr const char *ipv4 = "IPv4";
 } // namespace transport
 
-/// The value of a string property in the buffer that the service filled. It ends at the terminator, or with the buffer:
-/// the length that the service reports may or may not count a terminator.
+/// The string in a buffer that the service filled. It ends at the terminator or at the end of the buffer: the length
+/// that the service reports may or may not include a terminator.
 [[nodiscard]] constexpr std::string_view propertyText(std::span<const char> buffer) noexcept {
     return {buffer.begin(), std::find(buffer.begin(), buffer.end(), '\0')};
 }
@@ -62,7 +62,7 @@ struct PropertyDescriptor {
     std::string access; ///< ReadOnly or Writeable; empty without the element
 };
 
-/// Returns nothing for a text that names no property.
+/// Returns nothing for a string without a name element.
 [[nodiscard]] std::optional<PropertyDescriptor> readDescriptor(std::string_view text);
 
 } // namespace comc
