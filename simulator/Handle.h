@@ -6,7 +6,7 @@
 
 namespace simulator {
 
-/// Owns a kernel handle; CreateFile's INVALID_HANDLE_VALUE counts as none.
+/// Owns a kernel handle. CreateFile's INVALID_HANDLE_VALUE counts as empty.
 class Handle {
   public:
     Handle() = default;

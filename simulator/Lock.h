@@ -4,7 +4,7 @@
 
 namespace simulator {
 
-/// A lock without a destructor: it may be held by a thread that the end of the process has already taken away.
+/// A lock without a destructor, since a thread that was terminated at process exit may still own it.
 class Lock {
   public:
     Lock() = default;

@@ -24,7 +24,7 @@ void Log::write(std::string_view line) noexcept {
     try {
         const auto text = timeStamp().append(line).append("\r\n");
         std::error_code ignored;
-        // Append access alone makes every line one atomic write at the end, also with several processes.
+        // With append access alone, each write goes to the end of the file in one step, also from several processes.
         Handle file(CreateFileW(file_.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                 nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!file && std::filesystem::create_directories(file_.parent_path(), ignored)) {
@@ -37,7 +37,7 @@ void Log::write(std::string_view line) noexcept {
             WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
         }
     } catch (const std::exception &) {
-        // Nobody is served by a simulator that fails because it could not tell something.
+        // The line is lost. The simulator must not fail because its log does.
     }
 }
 

@@ -7,7 +7,7 @@
 
 namespace simulator {
 
-/// Tells in simulator.log what the simulator received and did, one line each. A log that cannot be written is no error.
+/// Writes what the simulator received and did to simulator.log, one line each. Failures to write are ignored.
 class Log {
   public:
     explicit Log(std::filesystem::path file) : file_(std::move(file)) {}
@@ -20,7 +20,7 @@ class Log {
     std::filesystem::path file_;
 };
 
-/// For what the author of a configuration must see even when no file can be written: debugger and error output.
+/// Reports to the debugger and to standard error, so that users see the message even if no file can be written.
 void reportLoudly(std::string_view line) noexcept;
 
 } // namespace simulator

@@ -21,7 +21,7 @@ ProcessMemory::ProcessMemory(uint64_t identity) {
     const bool isNew = section && GetLastError() != ERROR_ALREADY_EXISTS;
     content_ =
         section ? static_cast<Content *>(MapViewOfFile(section, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(Content))) : nullptr;
-    // The first handle stays open on purpose: it keeps the section until the process ends.
+    // The first handle is never closed, so that the section exists until the process exits.
     if (section && !isNew) {
         CloseHandle(section);
     }

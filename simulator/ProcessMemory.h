@@ -7,11 +7,11 @@
 
 namespace simulator {
 
-/// What must be counted over the life of the process although the library comes and goes with every idle moment of the
-/// client: how often each entry point was called. A section of memory under a name of the process outlives the library.
+/// Counts the calls of each entry point over the life of the process. The counts are in a named section of memory,
+/// because clients unload and reload the library whenever they are idle.
 class ProcessMemory {
   public:
-    /// Counting begins again when the identity (configuration and spool) is another one than at the last load.
+    /// Counting restarts if the identity (configuration and spool) differs from that of the last load.
     explicit ProcessMemory(uint64_t identity);
     ~ProcessMemory();
     ProcessMemory(const ProcessMemory &) = delete;
@@ -20,7 +20,7 @@ class ProcessMemory {
     /// @return the number of this call, from 1.
     uint32_t countCall(std::string_view entryPoint) noexcept;
 
-    /// @return true for the first caller of this identity: a broken configuration is told once and not at each load.
+    /// Whether this is the first call for this identity. A broken configuration is reported once, not at each load.
     bool isFirstReport() noexcept;
 
   private:

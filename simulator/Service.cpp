@@ -137,7 +137,7 @@ uint32_t Service::startJob(uint32_t clientId, uint32_t handle, const JobRequest 
         if (opened->second.job) {
             return ERROR_BUSY;
         }
-        opened->second.job = job; // the place is taken; the job is started without the lock
+        opened->second.job = job; // reserves the handle; the job starts without the lock
     }
     const auto &configuration = loaded_.configuration;
     if (const auto code = job->start(loaded_.spool, configuration.spoolCapacity, found->rawTcp); code != 0) {
@@ -206,8 +206,8 @@ uint32_t Service::cancelJob(uint32_t handle) {
     return ERROR_SUCCESS;
 }
 
-/// A printer prints for a while after the last byte. A client that waits less long gets the end of the job without the
-/// flag.
+/// The printer goes on printing for printingMs after the last byte. If the property TeojDuration is shorter, the true
+/// end of job is reported after that time, with the flag 0.
 void Service::reportEnd(const PrinterConfiguration &found) {
     PropertyValue limit;
     uint32_t waitMs = found.printingMs;

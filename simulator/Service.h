@@ -26,8 +26,8 @@ struct JobRequest {
 };
 
 /// The simulated service during one load of the library: open handles and their jobs. Operations return 0 or a Win32
-/// error code; handles are those of the configuration. Safe to use from any thread. No lock is held while a callback
-/// runs, while a document is written or while a real printer is waited for.
+/// error code; handles are those of the configuration. Safe to use from any thread. No lock is held during a callback,
+/// while a document is written, or while waiting for a real printer.
 class Service {
   public:
     explicit Service(LoadedConfiguration loaded);
@@ -35,14 +35,14 @@ class Service {
     Service(const Service &) = delete;
     Service &operator=(const Service &) = delete;
 
-    /// Ends the threads as far as they can be ended now, and cancels unfinished jobs.
+    /// Stops the threads, without waiting for a running callback, and cancels unfinished jobs.
     void stop() noexcept;
 
     [[nodiscard]] bool isUsable() const noexcept { return !loaded_.error; }
     [[nodiscard]] MisbehaviourDecision decideCall(std::string_view entryPoint);
     [[nodiscard]] bool logsCalls() const noexcept { return loaded_.configuration.logsCalls; }
     [[nodiscard]] Log &log() noexcept { return log_; }
-    /// What needs no open handle.
+    /// For operations that do not need an open handle.
     [[nodiscard]] Printers &printers() noexcept { return printers_; }
 
     [[nodiscard]] uint32_t open(uint32_t handle);
@@ -69,9 +69,9 @@ class Service {
     };
 
     [[nodiscard]] bool isOpen(uint32_t handle);
-    /// @return 6 for a handle that is not open, 50 for one without a job.
+    /// @return 6 if the handle is not open, 50 if it has no job.
     [[nodiscard]] uint32_t findJob(uint32_t handle, std::shared_ptr<PrintJob> &job);
-    /// Forgets the handle's job unless it is another one by now.
+    /// Removes the job from the handle, unless the handle has another job by now.
     void dropJob(uint32_t handle, const std::shared_ptr<PrintJob> &job);
     void reportEnd(const PrinterConfiguration &printer);
 

@@ -7,15 +7,15 @@ namespace {
 struct AlertRow {
     std::string_view name;
     DeviceKind kind;
-    std::initializer_list<uint8_t> fromCommandByte; // what stands from offset 4 on
-    size_t length;                                  // of the whole alert; the rest is zero
+    std::initializer_list<uint8_t> fromCommandByte; // the bytes from offset 4
+    size_t length;                                  // of the complete alert; the remaining bytes are 0
 };
 
 constexpr auto cpd = DeviceKind::cpdPrinter;
 constexpr auto bpd = DeviceKind::bpdPrinter;
 
-// A CpdPrinter tells every change of state with one status alert, whose detail stands at offset 12. A BpdPrinter's
-// extended alerts (73) have their type at offset 10 (1 job, 2 warning, 4 configuration) and their detail at offset 11.
+// A CpdPrinter reports every change of state with the same status alert; the state is at offset 12. A BpdPrinter's
+// extended alerts (73) have their type at offset 10 (1 job, 2 warning, 4 configuration) and the detail at offset 11.
 constexpr AlertRow rows[] = {
     {"powerOnReset", cpd, {0xFF, 0x01, 0x00, 0x00}, 8},
     {"printResync", cpd, {0xF0, 0x73, 0x01, 0x01, 0x08, 0x01, 0x08, 0x00}, 12},

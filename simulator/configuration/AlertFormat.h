@@ -8,13 +8,14 @@
 
 namespace simulator {
 
-/// Readable bytes behind every alert handed over, however short it is: readers look at byte 10 without asking.
+/// At least this many bytes of every delivered alert are readable, since clients read byte 10 without checking the
+/// length.
 constexpr size_t readableAlertBytes = 12;
 
-/// The bytes of an alert by its name in a configuration; none when this kind of device has no such alert.
+/// The bytes of an alert by its name in a configuration; nothing if this kind of device does not have the alert.
 [[nodiscard]] std::optional<Bytes> alertByName(std::string_view name, DeviceKind kind);
 
-/// All names of a kind of device, for messages to the author of a configuration.
+/// All names for a kind of device, for error messages.
 [[nodiscard]] std::string alertNames(DeviceKind kind);
 
 } // namespace simulator

@@ -198,7 +198,7 @@ const PrinterConfiguration &findPrinter(const Reader &reader, const JsonValue &v
     return *found;
 }
 
-/// The named alert or the given bytes, cut or filled up to the length that is asked for.
+/// The named alert or the given bytes, truncated or zero-filled to "alertLength".
 std::optional<Bytes> readAlert(const Reader &reader, Members &members, const PrinterConfiguration &printer) {
     const auto *name = members.find("alert");
     const auto *bytes = members.find("alertBytes");

@@ -17,16 +17,16 @@ using Bytes = std::vector<uint8_t>;
 
 enum class DeviceKind { cpdPrinter, bpdPrinter };
 
-/// What a printer answers to the requests that begin with certain bytes.
+/// The response of a printer to requests that begin with certain bytes.
 struct BidiRule {
     Bytes requestPrefix;
     Bytes answer;
-    bool isWhole = false; // the answer is the response as it stands; else the five-byte head is put before it
+    bool isWhole = false; // the answer is the complete response; otherwise a five-byte header precedes it
     uint32_t code = 0;
     uint32_t delayMs = 0;
 };
 
-/// A real printer that takes the jobs of a virtual one.
+/// A real printer that receives the jobs of a virtual one.
 struct RawTcpTarget {
     std::string host;
     uint16_t port = 9100;
@@ -40,9 +40,9 @@ using PropertyValue = std::variant<std::string, uint32_t, Bytes>;
 struct PrinterConfiguration {
     uint16_t handle = 0;
     std::string name;
-    std::optional<std::string> transport; // none: the property cannot be read
+    std::optional<std::string> transport; // nothing: the property cannot be read
     std::string port;
-    std::string device; // as the property Device reads; anything but the two known kinds is neither of them
+    std::string device; // value of the property Device; may be another than the two known kinds
     std::optional<std::array<uint8_t, 6>> macAddress;
     uint32_t state = 3;
     bool isReachable = true;
@@ -54,13 +54,13 @@ struct PrinterConfiguration {
     std::optional<RawTcpTarget> rawTcp;
     bool reportsJobs = true;
     uint32_t printingMs = 100;
-    std::optional<uint32_t> endOfJobFlag = 1; // none: the true end of job comes without a flag
+    std::optional<uint32_t> endOfJobFlag = 1; // nothing: the true end of job has no flag
 };
 
-/// One way in which an entry point misbehaves, and at which of its calls.
+/// One kind of misbehaviour of an entry point, and the calls that it affects.
 struct Misbehaviour {
     uint32_t firstCall = 1;
-    std::optional<uint32_t> lastCall; // none: for good
+    std::optional<uint32_t> lastCall; // nothing: all further calls
     std::optional<uint32_t> code;
     uint32_t delayMs = 0;
     std::optional<uint32_t> accept;
@@ -69,7 +69,7 @@ struct Misbehaviour {
 
 enum class TimelineStart { load, registration };
 
-/// Something that happens to a printer by itself.
+/// An unsolicited event of a printer.
 struct TimelineEntry {
     uint16_t handle = 0;
     TimelineStart start = TimelineStart::load;
@@ -84,15 +84,15 @@ struct TimelineEntry {
 
 struct Configuration {
     std::optional<std::string> spool;
-    std::optional<uint64_t> spoolCapacity; // bytes that one job may have before the spool counts as full
-    std::optional<std::string> replay;     // a recording; there need not be printers then
+    std::optional<uint64_t> spoolCapacity; // limit of one job in bytes; a longer job gets the code for a full disk
+    std::optional<std::string> replay;     // a recording; "printers" is then optional
     bool logsCalls = false;
     std::vector<PrinterConfiguration> printers;
     std::map<std::string, std::vector<Misbehaviour>> entryPoints;
     std::vector<TimelineEntry> timeline;
 };
 
-/// @throws ConfigurationError with the place of what cannot be used.
+/// @throws ConfigurationError  with the place of the error.
 [[nodiscard]] Configuration readConfiguration(std::string_view text);
 
 } // namespace simulator

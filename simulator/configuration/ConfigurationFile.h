@@ -11,14 +11,14 @@
 
 namespace simulator {
 
-/// The configuration in force, or why there is none.
+/// The configuration in use, or the reason why there is none.
 struct LoadedConfiguration {
     Configuration configuration;
     std::filesystem::path spool;
-    std::optional<std::filesystem::path> replay; // a recording that answers instead of the printers
+    std::optional<std::filesystem::path> replay; // a recording to use instead of the printers
     std::string source;                          // for the log
-    std::optional<std::string> error;            // set: the configuration cannot be used
-    uint64_t identity = 0;                       // differs when text or spool differ
+    std::optional<std::string> error;            // set if the configuration cannot be used
+    uint64_t identity = 0;                       // hash of the file's text and the spool folder
 };
 
 /// Reads the file that locateConfiguration found; without one, the built-in configuration. Paths in the file are

@@ -29,7 +29,7 @@ fs::path folderOf(HMODULE module) {
     return fs::path(name).parent_path();
 }
 
-/// The path that a variable names, if it is set.
+/// The path in an environment variable, if the variable is set.
 std::optional<fs::path> pathFrom(const wchar_t *variable) {
     const auto value = environment(variable);
     return value ? std::optional(fs::absolute(fs::path(*value))) : std::nullopt;

@@ -7,10 +7,10 @@
 
 namespace simulator {
 
-/// Where the configuration, the spool and the recording are, as far as the environment and the module's folder say.
+/// The paths that follow from the environment and from the module's folder.
 struct ConfigurationLocation {
     std::filesystem::path file;                  ///< KAL_SIMULATOR_CONFIG; otherwise comc.json in the module's folder
-    bool isNamed = false;                        ///< by KAL_SIMULATOR_CONFIG, so that it must be readable
+    bool isNamed = false;                        ///< by KAL_SIMULATOR_CONFIG; the file must then be readable
     std::filesystem::path moduleFolder;          ///< of comc.dll
     std::optional<std::filesystem::path> spool;  ///< KAL_SIMULATOR_SPOOL
     std::optional<std::filesystem::path> replay; ///< KAL_SIMULATOR_REPLAY

@@ -13,8 +13,8 @@
 
 namespace simulator {
 
-/// Reads JSON values of the types that a configuration needs. A value of another type is a ConfigurationError with its
-/// place.
+/// Reads JSON values of the types that a configuration has. A value of another type throws a ConfigurationError with
+/// its place.
 class Reader {
   public:
     explicit Reader(std::string_view text) : text_(text) {}
@@ -45,7 +45,7 @@ class Reader {
         fail(value, what + " must be a whole number from 0 to " + std::to_string(largest));
     }
 
-    /// A number, or a string such as "0x6001", which is easier to read.
+    /// A number, or a hexadecimal string such as "0x6001".
     uint16_t handle(const JsonValue &value, const std::string &what) const;
 
     /// Pairs of hexadecimal digits; spaces, colons and hyphens are allowed between pairs.
@@ -63,8 +63,7 @@ class Reader {
     std::string_view text_;
 };
 
-/// Members of one object by name. Keys that no caller read are reported as errors by finish(): a misspelt key must not
-/// pass silently.
+/// The members of one object by name. finish() reports keys that no caller read, so that misspelt keys are noticed.
 class Members {
   public:
     Members(const Reader &reader, const JsonValue &value, const std::string &what)

@@ -2,8 +2,8 @@
 
 namespace simulator {
 
-// Bits 11 to 14 of a handle carry the kind of its connection: 0x6000 fits the network port type, 0x4000 the host-based
-// network, 0x1000 the parallel port; USB fits any.
+// Bits 11 to 14 of a handle are the kind of connection: 0x6000 is valid for the network port type, 0x4000 for the
+// host-based network, 0x1000 for the parallel port. USB accepts any.
 std::string_view defaultConfiguration() noexcept {
     return R"({
   "printers": [

@@ -4,7 +4,7 @@
 
 namespace simulator {
 
-/// What the simulator offers without a file of its own: one printer a transport, both kinds of device.
+/// The built-in configuration: one printer per transport, with both kinds of device.
 [[nodiscard]] std::string_view defaultConfiguration() noexcept;
 
 } // namespace simulator

@@ -23,7 +23,7 @@ size_t columnOf(std::string_view text, size_t offset) {
     return newline == std::string_view::npos ? before.size() + 1 : before.size() - newline;
 }
 
-/// Walks over the text and tells how far the parser has read.
+/// Iterates over the text and counts the characters that the parser has read.
 class CountingIterator {
   public:
     using iterator_category = std::input_iterator_tag;
@@ -52,7 +52,7 @@ class CountingIterator {
     size_t *read_;
 };
 
-/// Receives the parser's events and builds the tree. Members are public because the parser's interface asks for it.
+/// Receives the parser's events and builds the tree. The parser's interface requires the public members.
 class TreeBuilder {
   public:
     TreeBuilder(std::string_view text, const size_t *read) : text_(text), read_(read) {}
@@ -86,7 +86,7 @@ class TreeBuilder {
     template <class Exception>
     bool parse_error(size_t position, const std::string &, const Exception &exception) {
         std::string message = exception.what();
-        // The library's own text begins with its error number and place; the place is told by us.
+        // The parser's message begins with its error number and the place. ConfigurationError adds the place itself.
         if (const auto colon = message.find(": "); colon != std::string::npos) {
             message.erase(0, colon + 2);
         }
@@ -101,7 +101,8 @@ class TreeBuilder {
         std::string key;
     };
 
-    /// Events come when their token was read; it began at the first character of note since the token before.
+    /// The parser reports a token after reading it. The token starts at the first significant character after the
+    /// previous one.
     size_t startOfToken() const {
         const auto start = text_.find_first_not_of(" \t\r\n,:", tokenEnd_);
         return std::min(start, text_.size());

@@ -10,12 +10,12 @@
 
 namespace simulator {
 
-/// A configuration that cannot be used: what is wrong and where, so that its author finds the place.
+/// An error in the configuration and its place.
 class ConfigurationError : public std::runtime_error {
   public:
     ConfigurationError(std::string_view text, size_t offset, const std::string &message);
 
-    /// Both count from 1; the column counts bytes.
+    /// Both start at 1; the column counts bytes.
     [[nodiscard]] size_t line() const noexcept { return line_; }
     [[nodiscard]] size_t column() const noexcept { return column_; }
 
@@ -26,7 +26,7 @@ class ConfigurationError : public std::runtime_error {
 
 struct JsonMember;
 
-/// A JSON value that remembers where it stood: a value of the wrong type is reported as exactly as a missing comma.
+/// A JSON value with its offset in the text, so that a wrong type can be reported with its place.
 struct JsonValue {
     using Array = std::vector<JsonValue>;
     using Object = std::vector<JsonMember>;
@@ -40,7 +40,7 @@ struct JsonMember {
     JsonValue value;
 };
 
-/// Reads strict JSON. @throws ConfigurationError for text that is no JSON, repeats a key or nests deeper than 64.
+/// Reads strict JSON. @throws ConfigurationError  if the text is not JSON, repeats a key or is nested deeper than 64.
 [[nodiscard]] JsonValue readJson(std::string_view text);
 
 } // namespace simulator

@@ -6,14 +6,14 @@
 
 namespace simulator {
 
-/// What one call of an entry point has to suffer.
+/// The misbehaviour of one call.
 struct MisbehaviourDecision {
-    std::optional<uint32_t> code;   // answered instead of doing the work
-    uint32_t delayMs = 0;           // before anything else
-    std::optional<uint32_t> accept; // bytes taken of a write at most
+    std::optional<uint32_t> code;   // returned instead of doing the work
+    uint32_t delayMs = 0;           // before the work
+    std::optional<uint32_t> accept; // maximum number of bytes taken from a write
 };
 
-/// What the rules say about the call of this number, counted from 1: delays add up, of codes the first one counts.
+/// Applies the rules to the call with this number, counted from 1. Delays are added; otherwise the first rule wins.
 [[nodiscard]] MisbehaviourDecision decide(std::span<const Misbehaviour> rules, uint32_t call) noexcept;
 
 [[nodiscard]] bool isMissing(std::span<const Misbehaviour> rules) noexcept;

@@ -7,13 +7,13 @@
 
 namespace simulator {
 
-/// The id of a notification by the name that a configuration uses.
+/// The id of a notification by its name in a configuration.
 [[nodiscard]] std::optional<uint32_t> notificationByName(std::string_view name) noexcept;
 
-/// All names, for messages to the author of a configuration.
+/// All names, for error messages.
 [[nodiscard]] std::string notificationNames();
 
-/// The state code of a printer by the name that a configuration uses.
+/// The state code of a printer by its name in a configuration.
 [[nodiscard]] std::optional<uint32_t> stateByName(std::string_view name) noexcept;
 
 /// The name of a notification's id, for the log.

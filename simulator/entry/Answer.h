@@ -11,11 +11,11 @@
 
 namespace simulator {
 
-/// Answers without a configuration that can be used.
+/// Returned by all entry points while the configuration cannot be used.
 constexpr uint32_t brokenConfiguration = ERROR_INVALID_DATA;
 
-/// What every entry point does: finds the service, suffers what the configuration wants, does its work and lets no
-/// exception out. The work takes the service and the decision and returns a code.
+/// The frame of every entry point: finds the service, applies the configured misbehaviour, does the work and converts
+/// exceptions to codes. The work takes the service and the decision and returns a code.
 template <class Work>
 uint32_t answerCall(std::string_view entryPoint, Work work) noexcept {
     try {
@@ -47,18 +47,18 @@ uint32_t answer(std::string_view entryPoint, Operation operation) noexcept {
     return answerCall(entryPoint, [&](Service &service, const MisbehaviourDecision &) { return operation(service); });
 }
 
-/// An operation on a device of a kind of which none is attached.
+/// For operations on kinds of devices that the simulator does not have.
 inline uint32_t answerNoDevice(std::string_view entryPoint) noexcept {
     return answer(entryPoint, [](Service &) -> uint32_t { return ERROR_NOT_FOUND; });
 }
 
-/// An operation that has nothing to do here and succeeds.
+/// For operations that do nothing and succeed.
 inline uint32_t answerDone(std::string_view entryPoint) noexcept {
     return answer(entryPoint, [](Service &) -> uint32_t { return ERROR_SUCCESS; });
 }
 
-/// Hands bytes to a caller's buffer. @return 0, or 122 when they do not fit: then nothing is written but the length
-/// that is needed.
+/// Copies bytes to the caller's buffer and sets the length. @return 0, or 122 if the buffer is too small; the buffer is
+/// then unchanged.
 inline uint32_t handOver(const void *bytes, size_t count, void *buffer, uint32_t size, uint32_t *length) noexcept {
     if (length) {
         *length = static_cast<uint32_t>(count);

@@ -8,7 +8,7 @@ namespace {
 
 HMODULE thisModule = nullptr;
 
-/// Entry points that the configuration wants to be missing are not found by name for as long as this copy is loaded.
+/// Removes the entry points that the configuration declares missing from this copy's export table.
 void removeMissingEntryPoints() noexcept {
     try {
         const auto entryPoints = loadConfiguration(thisModule).configuration.entryPoints;
@@ -21,7 +21,7 @@ void removeMissingEntryPoints() noexcept {
             });
         }
     } catch (const std::exception &) {
-        // A configuration that cannot be loaded is told by OrxInitialize, where more can be done than here.
+        // OrxInitialize loads the configuration again and returns a code.
     }
 }
 
@@ -47,7 +47,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void *) {
     return TRUE;
 }
 
-/// Succeeds with a broken configuration too: a client takes a failure here for a missing library and hides the cause.
+/// Succeeds even if the configuration is broken: clients treat a failure as a missing library, which hides the cause.
 uint32_t OrxInitialize() {
     try {
         auto service = std::make_shared<Service>(loadConfiguration(thisModule));
@@ -56,7 +56,7 @@ uint32_t OrxInitialize() {
             Sleep(decision.delayMs);
         }
         if (decision.code.value_or(0) != 0) {
-            SetLastError(*decision.code); // which is where a client looks for the cause
+            SetLastError(*decision.code); // clients look for the cause there
             return *decision.code;
         }
         if (const auto before = exchangeService(std::move(service))) {
@@ -88,7 +88,8 @@ uint32_t OrxGetClientId(uint32_t *clientId, const char *) {
     });
 }
 
-/// Asked for in a library that was loaded for this alone: what OrxInitialize would have set up does not exist then.
+/// Clients load the library for this call alone and do not call OrxInitialize before it. The call then makes a service
+/// of its own.
 uint32_t OrxInstall() {
     if (currentService()) {
         return answerDone("OrxInstall");

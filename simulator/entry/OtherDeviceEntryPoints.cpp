@@ -1,5 +1,5 @@
-// Scanners, card readers and HID devices: none is attached. What enumerates finds nothing, what names a device gets
-// 1168, what listens to all of them succeeds and never hears anything. The argument lists are those of the operations.
+// Scanners, card readers and HID devices, of which the simulator has none. Enumerations find nothing; functions that
+// name a device return 1168. Registrations for all devices succeed, but nothing is ever reported.
 #include "comc/comc.h"
 #include "simulator/entry/Answer.h"
 

@@ -5,7 +5,7 @@ using namespace simulator;
 
 namespace {
 
-/// The operating system's wide texts end up in UTF-8 beside the spooled job.
+/// Converts to UTF-8 for the job's description.
 std::string narrow(const wchar_t *text) {
     if (!text) {
         return {};
@@ -29,7 +29,7 @@ uint32_t startJob(std::string_view entryPoint, uint32_t clientId, uint32_t handl
     });
 }
 
-/// Reports each printer; what the client's callback answers does not matter.
+/// Reports each printer. The callback's result is ignored.
 uint32_t reportPrinters(std::string_view entryPoint, const char *transport, OrxEnumCallback callback) {
     return answer(entryPoint, [&](Service &service) -> uint32_t {
         if (!callback) {
@@ -117,7 +117,7 @@ uint32_t OrxEnumPrinters(uint32_t, const char *transport, const char *, OrxEnumC
 }
 
 uint32_t OrxEnumWindowsPrinters(uint32_t, const char *, const char *, OrxEnumCallback) {
-    return answerDone("OrxEnumWindowsPrinters"); // none of the virtual printers is installed in the system
+    return answerDone("OrxEnumWindowsPrinters"); // no virtual printer is installed in Windows
 }
 
 uint32_t OrxEnumSpecificPrinter(uint32_t, const char *portName, uint32_t *handle) {
@@ -138,7 +138,7 @@ uint32_t OrxDiscovery(uint32_t, const char *transport, const char *) {
 }
 
 uint32_t OrxCancelDiscovery(uint32_t, const char *, const char *) {
-    return answerDone("OrxCancelDiscovery"); // a discovery is over before anybody can cancel it
+    return answerDone("OrxCancelDiscovery"); // a discovery has ended when it returns
 }
 
 uint32_t OrxGetDiscoveryDefaults(uint32_t, const char *, void *, uint32_t, uint32_t *) {

@@ -8,7 +8,7 @@ namespace {
 
 Lock lock; // guards the service
 
-/// Has no destructor to run: at the end of the process the service's threads are gone and its locks may be orphaned.
+/// Never destroyed: at process exit the service's threads no longer run and may have left its locks held.
 union Holder {
     Holder() noexcept : service() {}
     ~Holder() {}

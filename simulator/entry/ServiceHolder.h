@@ -9,7 +9,7 @@ namespace simulator {
 /// The service of this load of the library: null before OrxInitialize and after OrxUninitialize.
 [[nodiscard]] std::shared_ptr<Service> currentService() noexcept;
 
-/// Puts another service, or none, in its place. @return the one that was there.
+/// Replaces the service, possibly by null. @return the previous one.
 std::shared_ptr<Service> exchangeService(std::shared_ptr<Service> next) noexcept;
 
 } // namespace simulator

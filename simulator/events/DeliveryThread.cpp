@@ -22,9 +22,9 @@ struct Scheduled {
 
 constexpr DWORD journalIntervalMs = 50;
 constexpr DWORD intervalWithoutEventMs = 10;
-constexpr uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // whatever a strange clock or line says
+constexpr uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // limits what a wrong clock or line can cause
 
-/// Finer than the system's tick count, whose steps are as long as the intervals of a fast burst.
+/// The system's tick count is too coarse: its steps are as long as the intervals of a fast burst.
 uint64_t steadyMs() noexcept {
     using namespace std::chrono;
     return static_cast<uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
@@ -67,7 +67,7 @@ struct DeliveryThread::State {
 
     void sleep(DWORD milliseconds) const noexcept {
         if (WaitForSingleObject(wake.get(), milliseconds) == WAIT_FAILED) {
-            Sleep(std::min(milliseconds, intervalWithoutEventMs)); // the system had no event to give
+            Sleep(std::min(milliseconds, intervalWithoutEventMs)); // the event could not be created
         }
     }
 
@@ -79,7 +79,7 @@ struct DeliveryThread::State {
         }
     }
 
-    /// The next event when it is due, else how long that takes.
+    /// Removes and returns the next event if it is due; otherwise sets the time to wait.
     std::optional<Scheduled> popDue(DWORD &waitMs) {
         const std::lock_guard hold(lock);
         if (queue.empty()) {
@@ -117,7 +117,7 @@ void DeliveryThread::start() {
         auto argument = std::make_unique<std::shared_ptr<State>>(state_);
         thread_ = Handle(CreateThread(nullptr, 0, &DeliveryThread::run, argument.get(), 0, nullptr));
         if (thread_) {
-            static_cast<void>(argument.release()); // the thread's own from here on
+            static_cast<void>(argument.release()); // the thread deletes it
         } else {
             FreeLibrary(module);
         }
@@ -149,7 +149,7 @@ DWORD WINAPI DeliveryThread::run(void *argument) {
     HMODULE module = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                        reinterpret_cast<LPCWSTR>(&DeliveryThread::run), &module);
-    FreeLibraryAndExitThread(module, 0); // gives back the reference that was taken for this thread
+    FreeLibraryAndExitThread(module, 0); // releases the reference that start() took
 }
 
 void DeliveryThread::work(State &state) {
@@ -168,7 +168,7 @@ void DeliveryThread::work(State &state) {
             try {
                 state.listeners->deliver(due->event);
             } catch (const std::exception &) {
-                // No memory for a copy of the alert: it is lost, as alerts of a busy device are.
+                // There was no memory to copy the alert, so it is lost. Busy devices lose alerts as well.
             }
         }
         state.isInCallback = false;
@@ -177,7 +177,7 @@ void DeliveryThread::work(State &state) {
             try {
                 state.push(std::move(*due));
             } catch (const std::bad_alloc &) {
-                // The rest of the burst is lost.
+                // There was no memory; the rest of the burst is lost.
             }
         }
     }

@@ -8,24 +8,24 @@
 
 namespace simulator {
 
-/// Delivers events when they are due, in the order in which they are due. The thread keeps this library mapped until
-/// it ends, so the library may be given up while a client still works in a callback.
+/// Delivers events at their due times, on a thread of its own. The thread keeps this library mapped until it ends, so
+/// that a client may free the library while a callback runs.
 class DeliveryThread {
   public:
-    /// @param journal  what other processes tell is delivered too; may be null.
+    /// @param journal  also delivers the events of other processes; may be null.
     explicit DeliveryThread(std::shared_ptr<Listeners> listeners, std::shared_ptr<EventJournal> journal = nullptr);
     ~DeliveryThread() { stop(); }
     DeliveryThread(const DeliveryThread &) = delete;
     DeliveryThread &operator=(const DeliveryThread &) = delete;
 
-    /// Starts the thread when it does not run yet, for the journal's sake.
+    /// Starts the thread unless it runs; needed if it shall only read the journal.
     void start();
 
-    /// Starts the thread when it does not run yet. Events that are due together keep the order of their posting.
+    /// Starts the thread unless it runs. Events that are due at the same time keep their order.
     void post(PrinterEvent event, uint32_t afterMs, uint32_t count = 1, uint32_t intervalMs = 0);
 
-    /// Drops what is not delivered yet and waits for the thread to end, but not for a callback that it is in: the
-    /// client may be stopping us with a lock held that its callback waits for.
+    /// Drops pending events and waits up to a second for the thread to end. It does not wait for a running callback:
+    /// the client may hold a lock that the callback waits for.
     void stop() noexcept;
 
   private:

@@ -32,7 +32,7 @@ void EventJournal::append(const PrinterEvent &event, uint32_t afterMs) noexcept 
                                 nullptr));
         if (file && sizeOf(file.get()) > largestJournal) {
             file.close();
-            // Begun anew: who listens finds it shorter than before and reads it from its beginning.
+            // Start again with an empty file. Readers notice that it is shorter and read it from the start.
             Handle(CreateFileW(file_.c_str(), GENERIC_WRITE, shareAll, nullptr, TRUNCATE_EXISTING,
                                FILE_ATTRIBUTE_NORMAL, nullptr));
             file = Handle(CreateFileW(file_.c_str(), FILE_APPEND_DATA, shareAll, nullptr, OPEN_ALWAYS,
@@ -43,7 +43,7 @@ void EventJournal::append(const PrinterEvent &event, uint32_t afterMs) noexcept 
             WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
         }
     } catch (const std::exception &) {
-        // Other processes do not hear of it.
+        // The event is not reported to other processes.
     }
 }
 

@@ -8,17 +8,17 @@
 
 namespace simulator {
 
-/// How a client hears of the jobs that other processes print: a file in the spool folder to which all append. A journal
-/// that cannot be written or read is no error: then each process hears of its own jobs alone.
+/// A file in the spool folder to which all processes append events, so that each can report the jobs of the others. If
+/// it cannot be written or read, each process reports its own jobs only.
 class EventJournal {
   public:
     explicit EventJournal(std::filesystem::path file) : file_(std::move(file)) {}
 
     void append(const PrinterEvent &event, uint32_t afterMs) noexcept;
 
-    /// What is in the journal now is old news.
+    /// Ignores all lines that the journal has now.
     void skipToEnd() noexcept;
-    /// What other processes appended since.
+    /// The events that other processes appended since the last call.
     [[nodiscard]] std::vector<EventLine> takeNew();
 
   private:

@@ -34,8 +34,8 @@ bool readAlert(std::string_view word, Bytes &alert) {
 
 } // namespace
 
-// "due process handle category notification flag alert": the flag is - when there is none, the alert is - for a
-// notification and hexadecimal for an alert, whose notification is 0.
+// "due process handle category notification flag alert". A missing flag is "-". The alert is hexadecimal and its
+// notification 0; for a notification, the alert is "-".
 std::string composeEventLine(const EventLine &line) {
     const auto &event = line.event;
     std::string text = std::to_string(line.dueMs) + ' ' + std::to_string(line.process) + ' ' +

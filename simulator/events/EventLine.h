@@ -10,25 +10,25 @@
 
 namespace simulator {
 
-/// An event as processes tell it to each other.
+/// An event in the form that processes exchange.
 struct EventLine {
     uint64_t dueMs = 0; // system time in milliseconds since 1601
     uint32_t process = 0;
     PrinterEvent event;
 };
 
-/// One line of text, its end included.
+/// Returns the line with its line end.
 [[nodiscard]] std::string composeEventLine(const EventLine &line);
 
-/// @return none for a text that is no such line.
+/// @return nothing if the text is not such a line.
 [[nodiscard]] std::optional<EventLine> readEventLine(std::string_view text);
 
-/// Puts lines together from a text that arrives in pieces.
+/// Assembles lines from text that arrives in chunks.
 class EventLineReader {
   public:
-    /// The lines that the piece completes; what is not an event is passed over.
+    /// The lines that the chunk completes. Lines that are not events are skipped.
     [[nodiscard]] std::vector<EventLine> take(std::string_view piece);
-    /// Forgets the line that is not complete yet.
+    /// Drops the incomplete line.
     void restart() noexcept { unfinished_.clear(); }
 
   private:

@@ -9,7 +9,7 @@
 
 namespace simulator {
 
-/// Who wants to hear of which printer, and what each printer was last heard to do.
+/// The registrations per printer, and the last reported state of each printer.
 class Listeners {
   public:
     void setAlerts(uint16_t handle, uint32_t mask, OrxAlertCallback callback);
@@ -20,11 +20,12 @@ class Listeners {
     void clearAll();
     [[nodiscard]] bool hasAny(uint16_t handle) const;
 
-    /// The state that the last notification of a state told; none when there was none.
+    /// The last reported state; nothing if no state was reported.
     [[nodiscard]] std::optional<uint32_t> state(uint16_t handle) const;
     void setState(uint16_t handle, uint32_t state);
 
-    /// Keeps the state and calls who listens, on this thread and with no lock held. @return whether somebody did.
+    /// Stores the state and calls the registered callback on this thread, without a lock. @return whether there was
+    /// one.
     bool deliver(const PrinterEvent &event);
 
   private:

@@ -57,7 +57,7 @@ void PrinterEvents::alert(const PrinterConfiguration &printer, std::string_view 
     }
 }
 
-/// To the listeners of this process directly, to those of other processes through the journal.
+/// Posts to the listeners of this process, and appends to the journal for those of other processes.
 void PrinterEvents::report(PrinterEvent event, uint32_t afterMs) {
     journal_->append(event, afterMs);
     if (listeners_->hasAny(event.handle)) {
@@ -65,7 +65,7 @@ void PrinterEvents::report(PrinterEvent event, uint32_t afterMs) {
     }
 }
 
-/// After a registration: from now on the journal is read, and what the timeline has for this moment is scheduled.
+/// After a registration: starts reading the journal, and schedules the part of the timeline that begins now.
 void PrinterEvents::listen(uint16_t handle) {
     {
         const std::lock_guard hold(lock_);

@@ -14,16 +14,16 @@
 
 namespace simulator {
 
-/// Alerts and notifications: the registrations of clients, the events of jobs here and in other processes, and the
-/// configuration's timeline. Safe to use from any thread; no lock is held while a callback runs.
+/// Alerts and notifications: the clients' registrations, the events of jobs in this and other processes, and the
+/// configured timeline. Safe to use from any thread; no lock is held during a callback.
 class PrinterEvents {
   public:
     /// The configuration must outlive the object.
     PrinterEvents(const Configuration &configuration, std::filesystem::path journal);
 
-    /// Schedules what the timeline has for the loading of the library.
+    /// Schedules the entries of the timeline that start when the library is loaded.
     void begin() { scheduleTimeline(TimelineStart::load, std::nullopt); }
-    /// Forgets all registrations and ends the threads, but does not wait for a callback that runs.
+    /// Drops all registrations and stops the threads, without waiting for a running callback.
     void stop() noexcept;
 
     /// The callback must not be null.
@@ -34,11 +34,11 @@ class PrinterEvents {
     [[nodiscard]] bool unregisterNotifications(uint16_t handle) { return listeners_->clearNotifications(handle); }
     void unregisterAll(uint16_t handle);
 
-    /// The state that was reported last; nothing if none was.
+    /// The last reported state; nothing if no state was reported.
     [[nodiscard]] std::optional<uint32_t> state(uint16_t handle) const { return listeners_->state(handle); }
     void setState(uint16_t handle, uint32_t state) { listeners_->setState(handle, state); }
 
-    /// Both do nothing for a printer that does not report jobs.
+    /// Both do nothing for a printer whose jobs are not reported.
     void notify(const PrinterConfiguration &printer, uint32_t notification, uint32_t afterMs = 0,
                 std::optional<uint32_t> flag = std::nullopt);
     void alert(const PrinterConfiguration &printer, std::string_view cpdAlert, std::string_view bpdAlert,

@@ -22,7 +22,7 @@ uint32_t PrintJob::write(const void *data, uint32_t count, bool &isFirst) {
     const std::lock_guard hold(lock_);
     isFirst = false;
     if (isClosed_) {
-        return ERROR_NOT_SUPPORTED; // ended or cancelled by another thread meanwhile
+        return ERROR_NOT_SUPPORTED; // another thread ended or cancelled the job
     }
     if (failure_ != 0) {
         return failure_;

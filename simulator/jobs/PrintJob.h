@@ -8,8 +8,8 @@
 
 namespace simulator {
 
-/// One job on its way to the spool and, for a bound printer, to the real one. After a failure it answers that failure
-/// for good: a document with a hole in it is never reported as done.
+/// One job that is written to the spool and, if the printer is bound, to the real printer. After a failure it returns
+/// the same code for every further call, so that an incomplete document is never reported as done.
 class PrintJob {
   public:
     explicit PrintJob(JobDescription description) : description_(std::move(description)) {}
@@ -30,7 +30,7 @@ class PrintJob {
     [[nodiscard]] uint32_t fail(uint32_t code) noexcept;
 
     const JobDescription description_;
-    Lock lock_; // guards the rest: two threads may write on one handle
+    Lock lock_; // guards the rest: two threads may write to one handle
     SpoolFile spool_;
     std::unique_ptr<RawTcpConnection> connection_;
     uint32_t failure_ = 0;

@@ -18,7 +18,7 @@ constexpr uint32_t stalled = ERROR_TIMEOUT;
 
 enum class Wait { readable, writable };
 
-/// @return whether the socket became ready in time; a failed connect counts as ready, its cause is asked for.
+/// @return whether the socket became ready in time. A failed connection counts as ready.
 bool waitFor(SOCKET socket, Wait wait, uint32_t timeoutMs) noexcept {
     fd_set ready;
     FD_ZERO(&ready);
@@ -81,7 +81,7 @@ uint32_t RawTcpConnection::connect() {
     return ERROR_SUCCESS;
 }
 
-/// Takes what the printer says meanwhile. @return whether it still listens: none ends before the document does.
+/// Reads and ignores what the printer sends. @return whether the connection is still open.
 bool RawTcpConnection::isTaken() noexcept {
     for (;;) {
         char ignored[512];
@@ -123,7 +123,7 @@ uint32_t RawTcpConnection::finish() noexcept {
         if (!waitFor(socket_, Wait::readable, target_.endTimeoutMs)) {
             return stalled;
         }
-        char ignored[512]; // what a printer says back meanwhile
+        char ignored[512]; // data that the printer sends
         const int received = recv(socket_, ignored, sizeof ignored, 0);
         if (received == 0) {
             close();

@@ -7,8 +7,8 @@
 
 namespace simulator {
 
-/// A connection to a printer that takes documents over raw TCP. Its codes are those that the real situation has: 1168
-/// when the printer cannot be reached, 170 when it breaks the connection, 1460 when it stops taking data.
+/// A connection to a printer that takes documents over raw TCP. Its codes are: 1168 if the printer cannot be reached,
+/// 170 if it closes the connection, 1460 if it stops taking data.
 class RawTcpConnection {
   public:
     explicit RawTcpConnection(RawTcpTarget target) : target_(std::move(target)) {}
@@ -17,12 +17,12 @@ class RawTcpConnection {
     RawTcpConnection &operator=(const RawTcpConnection &) = delete;
 
     [[nodiscard]] uint32_t connect();
-    /// Blocks until all is handed over or nothing could be sent for the target's send time-out.
+    /// Blocks until all data is passed to the system, or until nothing could be sent for the target's send timeout.
     [[nodiscard]] uint32_t send(const void *data, uint32_t count) noexcept;
-    /// Says that the document is complete and waits until the printer has taken it all and closed its side.
+    /// Ends the document and waits until the printer has read it and closed the connection.
     [[nodiscard]] uint32_t finish() noexcept;
-    /// Breaks the connection, so that the printer does not take what it has for a whole document. (Wine ends it in the
-    /// ordinary way all the same.)
+    /// Resets the connection, so that the printer does not take the data for a complete document. (Wine closes it
+    /// normally.)
     void abort() noexcept;
 
   private:

@@ -30,7 +30,7 @@ std::string baseName(uint32_t number) {
     return text;
 }
 
-/// The next job number of the folder, counted in a file that only one process at a time can hold open.
+/// Takes the next job number from a file in the folder, which only one process at a time can open.
 uint32_t takeNumber(const fs::path &folder) {
     constexpr int attempts = 2000;
     for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -38,7 +38,7 @@ uint32_t takeNumber(const fs::path &folder) {
                                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!counter) {
             if (GetLastError() != ERROR_SHARING_VIOLATION) {
-                return 1; // a folder that takes no counter still tells by its files which numbers are taken
+                return 1; // without a counter, create() tries numbers from 1 until one is free
             }
             Sleep(1);
             continue;
@@ -98,7 +98,7 @@ uint32_t SpoolFile::create(const fs::path &folder, std::optional<uint64_t> capac
         if (!isThere(final_)) {
             return ERROR_SUCCESS;
         }
-        discard(); // another process finished a job of this number between the two looks
+        discard(); // between the two checks, another process finished a job with this number
     }
 }
 
@@ -130,7 +130,7 @@ uint32_t SpoolFile::finish(const JobDescription &description) {
     json["host"] = description.host;
     json["options"] = description.options;
     json["jobStrings"] = nlohmann::ordered_json::parse(description.jobStringsJson, nullptr, false);
-    // Document names come in the application's code page: bytes that are no UTF-8 are replaced.
+    // Document names are in the application's code page; bytes that are not UTF-8 are replaced.
     const auto text = json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 
     const auto companion = folder_ / (baseName(number_) + ".json");

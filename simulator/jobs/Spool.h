@@ -9,7 +9,7 @@
 
 namespace simulator {
 
-/// What the file beside a job's data tells of the job.
+/// The content of the JSON file of a finished job.
 struct JobDescription {
     std::string documentName;
     std::string user;
@@ -22,14 +22,14 @@ struct JobDescription {
     std::string jobStringsJson; // an object
 };
 
-/// The data of one job on its way into the spool folder: under a temporary name until it is complete. Every failure of
-/// the disk is told as one of two codes: 112 for no room, 29 for anything else.
+/// The data of one job in the spool folder. The file has a temporary name until it is complete. Failures have one of
+/// two codes: 112 for a full disk, 29 for anything else.
 class SpoolFile {
   public:
     /// @return 0 or the code of the failure. @throws std::bad_alloc
     [[nodiscard]] uint32_t create(const std::filesystem::path &folder, std::optional<uint64_t> capacity);
     [[nodiscard]] uint32_t write(const void *data, uint32_t count);
-    /// Gives the job its final name, its description before it.
+    /// Writes the description and gives the job its final name.
     [[nodiscard]] uint32_t finish(const JobDescription &description);
     void discard() noexcept;
 

@@ -12,9 +12,9 @@ struct BidiAnswer {
     Bytes response;
 };
 
-/// The answer to a request: that of the longest configured prefix, else the request's own command bytes, so that an
-/// author sees that something arrived. The response begins with five bytes: A5, the length of what follows offset 2
-/// (two bytes, high byte first) and the request's first two command bytes.
+/// The response of the rule with the longest matching prefix; without one, the request from its command bytes on, so
+/// that users see that it arrived. Unless the rule is complete, five bytes precede it: A5, the length of what follows
+/// offset 2 (two bytes, high byte first) and the request's first two command bytes.
 [[nodiscard]] BidiAnswer answerBidi(std::span<const BidiRule> rules, std::span<const uint8_t> request);
 
 } // namespace simulator

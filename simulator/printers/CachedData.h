@@ -4,7 +4,7 @@
 
 namespace simulator {
 
-/// A printer's cached data, behind a head of eight bytes (A5, length of the data in two bytes, zeros) when it has one.
+/// A printer's cached data; if configured, after a header of eight bytes (A5, length of the data in two bytes, zeros).
 [[nodiscard]] Bytes composeCache(const PrinterConfiguration &printer);
 
 } // namespace simulator

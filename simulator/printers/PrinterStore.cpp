@@ -8,7 +8,8 @@ namespace simulator {
 
 namespace {
 
-/// Held while a file is read, changed and put back. A holder that died leaves a whole file: it is replaced, not edited.
+/// Held while a file is read, changed and replaced. If the owner died, the file is still complete: only a complete file
+/// replaces it.
 class MutexHold {
   public:
     explicit MutexHold(HANDLE mutex) : mutex_(mutex) { WaitForSingleObject(mutex_, INFINITE); }

@@ -8,14 +8,14 @@
 
 namespace simulator {
 
-/// One small file a printer beside the spooled jobs, as a client's library is unloaded whenever the client is idle.
+/// One small file per printer in the spool folder, because clients unload the library whenever they are idle.
 class PrinterStore {
   public:
     explicit PrinterStore(std::filesystem::path folder);
 
-    /// A file that is missing or not readable counts as a printer that remembers nothing.
+    /// Returns an empty printer if the file is missing or unreadable.
     [[nodiscard]] StoredPrinter read(uint16_t handle) const;
-    /// @return 0, or 29 when it could not be written. Other processes wait meanwhile.
+    /// Other processes wait until it is done. @return 0, or 29 if the file could not be written.
     [[nodiscard]] uint32_t update(uint16_t handle, const std::function<void(StoredPrinter &)> &change);
 
   private:

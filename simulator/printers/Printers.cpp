@@ -12,14 +12,14 @@ namespace simulator {
 
 namespace {
 
-/// Host-based network printers are found on the network like the others.
+/// Searching the network finds host-based network printers too.
 bool isOnTransport(const PrinterConfiguration &printer, const char *transport) {
     if (!transport) {
         return true;
     }
     const std::string_view wanted(transport);
     if (!printer.transport) {
-        return wanted == comc::transport::usb; // what cannot name its transport is a USB device
+        return wanted == comc::transport::usb; // a device without the property Transport is a USB device
     }
     const bool isHostBased =
         *printer.transport == comc::transport::hostBased1 || *printer.transport == comc::transport::hostBased3;
@@ -202,7 +202,7 @@ uint32_t Printers::cache(uint32_t handle, Bytes &block) const {
 
 void Printers::keepPrinting(const PrinterConfiguration &printer, uint32_t milliseconds) {
     const auto until = systemTimeMs() + milliseconds;
-    // That a printer still looks busy to other processes is no reason to fail a complete document.
+    // If this fails, other processes see the printer as idle too early. The document is complete all the same.
     static_cast<void>(
         store_.update(printer.handle, [until](StoredPrinter &stored) { stored.printingUntilMs = until; }));
 }

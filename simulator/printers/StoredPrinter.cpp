@@ -21,7 +21,7 @@ json toJson(const PropertyValue &value) {
     return std::get<std::string>(value);
 }
 
-/// The JSON library would convert any number, also where the result is undefined.
+/// The JSON library would also convert numbers that do not fit, with an undefined result.
 template <class Number>
 Number numberOf(const json &value) {
     if (!value.is_number_unsigned() || value.get<uint64_t>() > std::numeric_limits<Number>::max()) {

@@ -9,7 +9,7 @@
 
 namespace simulator {
 
-/// What a printer remembers beyond the call that told it, the process included.
+/// The values of a printer that outlive the process.
 struct StoredPrinter {
     std::map<std::string, PropertyValue> properties;
     std::map<std::string, std::string> jobStrings;
@@ -20,10 +20,10 @@ struct StoredPrinter {
     bool operator==(const StoredPrinter &) const = default;
 };
 
-/// JSON. Bytes of a string that are not UTF-8 are replaced.
+/// Writes JSON. Bytes of a string that are not UTF-8 are replaced.
 [[nodiscard]] std::string composeStoredPrinter(const StoredPrinter &printer);
 
-/// @return a printer that remembers nothing for a text that does not describe one.
+/// Returns an empty printer if the text does not describe one.
 [[nodiscard]] StoredPrinter readStoredPrinter(std::string_view text);
 
 } // namespace simulator

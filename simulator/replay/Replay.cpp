@@ -31,10 +31,10 @@ using recording::RecordedCallback;
 using recording::Words;
 using Clock = std::chrono::steady_clock;
 
-/// For a call that the recording does not know: no code that a service gives for anything else.
+/// Returned for calls that are not in the recording. Services do not return this code.
 constexpr uint32_t noMatch = ERROR_NO_MATCH;
 
-/// A client may hold a lock in a call that its callback waits for.
+/// Limits the wait for callbacks: the client may hold a lock that its callback needs.
 constexpr auto longestWait = std::chrono::seconds(2);
 
 std::string shortened(std::string text) {
@@ -46,7 +46,7 @@ std::string shortened(std::string text) {
     return text;
 }
 
-/// The recorded number of this name; 0 when there is none.
+/// The recorded number with this name; 0 if there is none.
 uint32_t numberOf(const Json &values, const std::string &name) {
     const auto found = values.find(name);
     return found != values.end() && found->is_number_unsigned() ? found->get<uint32_t>() : 0;
@@ -85,7 +85,7 @@ class Replay {
         hold.lock();
         happened_[{call, true}] = Clock::now();
         if (name == "OrxUninitialize") {
-            functions_.clear(); // as a service forgets who registered
+            functions_.clear(); // the service drops its registrations as well
         }
         changed_.notify_all();
         hold.unlock();
@@ -107,7 +107,7 @@ class Replay {
                    std::to_string(noMatch));
     }
 
-    /// Under the lock: which of the client's functions the recording means by its numbers.
+    /// To be called with the lock held. Stores the client's functions under their recorded numbers.
     void noteFunctions(const EntryPoint &entryPoint, const RecordedCall &call, const Words &words) {
         const auto arguments = entryPoint.arguments();
         for (size_t index = 0; index < arguments.size(); ++index) {
@@ -119,7 +119,7 @@ class Replay {
         }
     }
 
-    /// Under the lock: what had been called by itself before this place is called now, and waited for.
+    /// To be called with the lock held. Delivers the unsolicited callbacks that were made before this place, and waits.
     void waitForCallbacks(std::unique_lock<std::mutex> &hold, size_t place) {
         reached_ = std::max(reached_, place);
         changed_.notify_all();
@@ -133,7 +133,7 @@ class Replay {
         changed_.wait_for(hold, longestWait, isDone);
     }
 
-    /// Under the lock.
+    /// To be called with the lock held.
     void startThread() {
         if (deliveryThread_ == 0 && !plan_.callbacksByThemselves().empty()) {
             CloseHandle(CreateThread(nullptr, 0, &Replay::run, this, 0, &deliveryThread_));
@@ -164,7 +164,7 @@ class Replay {
         }
     }
 
-    /// Calls the client as it was called.
+    /// Calls the client with the recorded arguments.
     void deliver(const RecordedCallback &callback) {
         uint64_t address = 0;
         {
@@ -187,7 +187,7 @@ class Replay {
             const auto length = numberOf(values, "length");
             reinterpret_cast<OrxAlertCallback>(function)(
                 handle, alert ? reinterpret_cast<const uint8_t *>(alert->data()) : nullptr,
-                alert ? std::min(length, static_cast<uint32_t>(alert->size())) : length); // pieces may be missing
+                alert ? std::min(length, static_cast<uint32_t>(alert->size())) : length); // chunks may be missing
         } else {
             const auto flag = numberOf(values, "endOfJobFlag");
             const bool hasFlag = values.contains("endOfJobFlag") && values["endOfJobFlag"].is_number();
@@ -197,7 +197,7 @@ class Replay {
         }
     }
 
-    /// Bytes of a recorded buffer; zeros where they were redacted; nothing for a null pointer.
+    /// Bytes of a recorded buffer; zeros if they were redacted; nothing for a null pointer.
     static std::optional<std::string> bytesOf(const Json &values, const std::string &name,
                                               const std::map<std::string, std::string> &pieces) {
         const auto found = values.find(name);
@@ -237,22 +237,22 @@ class Replay {
     const recording::CaptureHost host_;
     const recording::Capture capture_;
 
-    std::mutex lock_; // guards the plan's taking and the rest
+    std::mutex lock_; // guards taking calls from the plan, and the rest
     std::condition_variable changed_;
-    std::map<std::pair<const RecordedCall *, bool>, Clock::time_point> happened_; // begun, and returned
+    std::map<std::pair<const RecordedCall *, bool>, Clock::time_point> happened_; // false: begun, true: returned
     std::map<uint32_t, uint64_t> functions_;                                      // by their recorded number
-    size_t reached_ = 0;                                                          // the recording was played up to here
-    size_t delivered_ = 0;                                                        // of the callbacks by themselves
+    size_t reached_ = 0;                                                          // place of the last call begun
+    size_t delivered_ = 0;                                                        // number of unsolicited callbacks
     DWORD deliveryThread_ = 0;
 };
 
-/// Both stay until the process ends.
+/// Both are kept until the process exits.
 Replay *replay = nullptr;
 bool isBroken = false;
 
 uint64_t answerFromRecording(comc::EntryPointIndex index, const Words &words) noexcept {
     if (isBroken) {
-        // As with any configuration that cannot be used: a failure of the first call would hide the cause.
+        // As with any unusable configuration: if the first call failed, clients would hide the cause.
         return index == comc::EntryPointIndex::OrxInitialize ? ERROR_SUCCESS : ERROR_INVALID_DATA;
     }
     try {

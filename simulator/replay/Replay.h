@@ -4,10 +4,10 @@
 
 namespace simulator {
 
-/// When a recording is configured as the simulator's behaviour: lets every entry point of this library lead to what
-/// answers from the recording, and takes out those that the recorded service lacked. The library then stays loaded: how
-/// far the recording is played outlives the client's idle moments.
-/// @return whether that is so
+/// If a recording is configured: redirects every entry point of this library to code that replays it, removes those
+/// that the recorded service lacked, and pins the library. The position in the recording is thus kept while clients are
+/// idle.
+/// @return whether a recording is configured
 bool startReplay(HMODULE module);
 
 } // namespace simulator

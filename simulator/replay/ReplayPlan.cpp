@@ -7,7 +7,7 @@ namespace simulator {
 
 namespace {
 
-/// Addresses and functions are other ones in each run.
+/// Ignores addresses and callbacks, which differ between runs.
 std::string keyOf(const std::string &entryPoint, const recording::Json &arguments) {
     auto comparable = arguments;
     for (auto &value : comparable) {
@@ -49,7 +49,7 @@ ReplayPlan::ReplayPlan(recording::Recording recording) : recording_(std::move(re
         calls_[keyOf(call.begin.entryPoint, call.begin.values)].push_back(&call);
     }
     const auto moments = momentsOf(recording_.calls);
-    auto next = moments.begin(); // the first moment after the callback: callbacks are in their order, too
+    auto next = moments.begin(); // the first moment after the callback; callbacks are in order as well
     for (const auto &callback : recording_.callbacks) {
         if (callback.begin.within) {
             within_.emplace(*callback.begin.within, &callback);

@@ -11,15 +11,15 @@
 
 namespace simulator {
 
-/// A callback that came by itself: when it is due, told by the call before it.
+/// An unsolicited callback and its due time, relative to the preceding call.
 struct ReplayedCallback {
     const recording::RecordedCallback *callback = nullptr;
-    const recording::RecordedCall *anchor = nullptr; // null: due from the beginning
-    bool isAfterReturn = false;                      // of the anchor; else after its beginning
-    int64_t delay = 0;                               // microseconds after that
+    const recording::RecordedCall *anchor = nullptr; // null: due from the start
+    bool isAfterReturn = false;                      // the delay starts when the anchor returned, not when it began
+    int64_t delay = 0;                               // in microseconds
 };
 
-/// Which recorded call answers which call of a client: entry point and arguments must be equal, in recorded order.
+/// Finds the recorded call for a client's call: the first unused one with the same entry point and arguments.
 class ReplayPlan {
   public:
     explicit ReplayPlan(recording::Recording recording);
@@ -31,15 +31,15 @@ class ReplayPlan {
     /// Names of the entry points that the recorded service lacked.
     [[nodiscard]] bool isMissing(const std::string &entryPoint) const;
 
-    /// The next call of this kind that was not taken yet; null when there is none.
+    /// Takes the next unused call with these arguments; null if there is none.
     [[nodiscard]] const recording::RecordedCall *take(const std::string &entryPoint, const recording::Json &arguments);
-    /// Whether there ever was one.
+    /// Whether the recording has such a call, used or not.
     [[nodiscard]] bool knows(const std::string &entryPoint, const recording::Json &arguments) const;
 
-    /// What the service called within the call, in order.
+    /// The callbacks that the service made during the call, in order.
     [[nodiscard]] std::vector<const recording::RecordedCallback *>
     callbacksWithin(const recording::RecordedCall &call) const;
-    /// What it called by itself, in order.
+    /// The unsolicited callbacks, in order.
     [[nodiscard]] const std::vector<ReplayedCallback> &callbacksByThemselves() const noexcept { return byThemselves_; }
 
   private:
