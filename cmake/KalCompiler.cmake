@@ -1,4 +1,4 @@
-# How every target of the project is compiled. Compiler-specific flags stand here and nowhere else.
+# Compiles every target of the project. Compiler-specific flags are only in this file.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -23,11 +23,11 @@ if(MSVC)
 else()
   target_compile_options(kal_compiler INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
                                                 $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast>)
-  # GCC 12 takes std::string's own copying for overlapping (its bug 105329).
+  # GCC 12 wrongly reports overlapping copies inside std::string (GCC bug 105329).
   target_compile_options(kal_compiler INTERFACE $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)
   target_compile_options(kal_compiler INTERFACE $<$<CONFIG:Release>:-ffunction-sections -fdata-sections>)
-  # Static runtime: the import tables name system libraries only. Time stamps and image bases are fixed so that two
-  # builds of one commit are the same bytes.
+  # With a static runtime, the import tables name only system libraries. Time stamps and image bases are fixed, so that
+  # two builds of one commit give the same bytes.
   target_link_options(kal_compiler INTERFACE -static -Wl,--no-insert-timestamp -Wl,--disable-auto-image-base
                       $<$<CONFIG:Release>:-Wl,--gc-sections -s>)
   if(KAL_WARNINGS_AS_ERRORS)

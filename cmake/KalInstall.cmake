@@ -1,5 +1,5 @@
-# What `cmake --install` lays out. The simulator and the spy have folders of their own: their comc.dll must never come to
-# lie beside a production kalclient.dll by accident.
+# The files that `cmake --install` installs. The simulator and the spy have their own folders, so that their comc.dll cannot
+# get into the folder of a production kalclient.dll by accident.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS kalclient RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
@@ -8,17 +8,17 @@ install(TARGETS comc_simulator RUNTIME DESTINATION simulator)
 install(TARGETS spy_front spy_recorder RUNTIME DESTINATION spy)
 install(FILES api/kal.h DESTINATION include)
 
-# The linker writes down what it put into each of them. The notices in the archive are checked against that.
+# The linker writes a map of each binary. A test compares the notices in the archive with the maps.
 if(MINGW)
   file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/link-maps")
   foreach(target kalclient kal comc_simulator spy_front spy_recorder)
-    # Relative to the folder where Ninja links: a path may have a comma in it.
+    # Relative to the folder in which Ninja links, because an absolute path may contain a comma.
     target_link_options(${target} PRIVATE "LINKER:-Map,link-maps/${target}.map")
   endforeach()
 endif()
 
-# The import library of the other world's linker. Visual C++ makes its own; the cross build makes it from the export
-# list when it is installed, so that building does not need the tool.
+# The import library for Visual C++, which creates its own. The cross build creates it from the export list during
+# installation, so that building does not need the tool.
 if(NOT MSVC)
   install(CODE "set(export_list \"${PROJECT_SOURCE_DIR}/api/kal.def\")")
   install(CODE [[
@@ -34,7 +34,7 @@ if(NOT MSVC)
   ]])
 endif()
 
-# The package files say where things lie relative to themselves, so that the tree can be moved.
+# The package files use paths relative to themselves, so that the tree can be moved.
 configure_file(cmake/kal.pc.in "${PROJECT_BINARY_DIR}/install/kal.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/install/kal.pc" DESTINATION lib/pkgconfig)
 configure_package_config_file(cmake/kalConfig.cmake.in "${PROJECT_BINARY_DIR}/install/kalConfig.cmake"
@@ -46,7 +46,7 @@ install(FILES "${PROJECT_BINARY_DIR}/install/kalConfig.cmake" "${PROJECT_BINARY_
 
 install(FILES docs/sdk-readme.md DESTINATION . RENAME README.md)
 install(FILES CHANGELOG.md DESTINATION .)
-# Without the pages of those who maintain the library: they speak of the sources.
+# Without the pages for the library's maintainers, which describe the sources.
 install(DIRECTORY docs/ DESTINATION docs PATTERN sdk-readme.md EXCLUDE PATTERN doxygen EXCLUDE
         PATTERN architecture.md EXCLUDE PATTERN performance.md EXCLUDE PATTERN testing.md EXCLUDE)
 install(DIRECTORY examples/ DESTINATION examples PATTERN CMakeLists.txt EXCLUDE)

@@ -1,4 +1,4 @@
-# Cross build for 64-bit Windows on Linux. The posix thread model is needed: the other one has no std::mutex.
+# Cross build for 64-bit Windows on Linux. It needs the posix thread model, because the other one has no std::mutex.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)

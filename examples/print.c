@@ -1,4 +1,4 @@
-/* Prints a file, sent as it is: print_example HANDLE FILE. Plain C11; ends with 0, 1 (failed) or 2 (usage). */
+/* Prints a file, unchanged: print_example HANDLE FILE. Plain C11. Exit status: 0 printed, 1 failed, 2 usage. */
 #include "kal.h"
 
 #include <stdio.h>
@@ -18,11 +18,11 @@ static const struct Meaning {
     {DEVERR_PROTOCOL, "the printer does not take such data"},
 };
 
-/* The service may take fewer bytes than it is offered, and none while its buffer is full: KalWrite then waits 2 s and
- * answers KAL_FAIL, as for any other failure. What was not taken is offered again, but not for ever. */
+/* The service may take fewer bytes than offered. While its buffer is full it takes none: KalWrite then waits 2 s and
+ * returns KAL_FAIL, as for any other failure. The rest is offered again, a limited number of times. */
 static int32_t send_all(uint16_t handle, const char *data, uint32_t size) {
     for (int futile = 0; size > 0;) {
-        uint32_t count = size; /* in: bytes offered; out: bytes taken, to be believed when the result is KAL_OKAY */
+        uint32_t count = size; /* in: bytes offered; out: bytes taken, valid if the result is KAL_OKAY */
         const int32_t result = KalWrite(0, handle, KAL_PORT_TYPE_ANY, data, &count);
         const uint32_t taken = result == KAL_OKAY && count <= size ? count : 0;
         if (taken == 0 && ((result != KAL_OKAY && result != KAL_FAIL) || ++futile == MOST_FUTILE_WRITES)) {
@@ -48,7 +48,7 @@ static int32_t print(uint16_t handle, FILE *file, const char *document_name) {
         result = ferror(file) ? KAL_FAIL : KalEndDoc(handle, KAL_PORT_TYPE_ANY);
     }
     if (result != KAL_OKAY) {
-        KalCancelJob(0, handle); /* half a document must not come out of the printer */
+        KalCancelJob(0, handle); /* an incomplete document must not be printed */
     }
     return result;
 }
@@ -57,17 +57,17 @@ int main(int argument_count, char **arguments) {
     char *end = NULL;
     const unsigned long handle = argument_count == 3 ? strtoul(arguments[1], &end, 0) : 0;
     FILE *file = end && end != arguments[1] && !*end && handle <= UINT16_MAX ? fopen(arguments[2], "rb") : NULL;
-    if (!file) { /* looked at before a job begins: what cannot be read must not leave an empty page behind */
+    if (!file) { /* checked before the job begins, so that an unreadable file prints no empty page */
         return fputs("usage: print_example HANDLE FILE, with a file that can be read\n", stderr), 2;
     }
-    int32_t result = KalRegisterWithRpcServer(NULL); /* this machine; KalRegisterApp could not tell of a failure */
+    int32_t result = KalRegisterWithRpcServer(NULL); /* this machine; KalRegisterApp would not report a failure */
     if (result == 1) {
         result = KalOpen(0, (uint16_t)handle, 0);
         if (result == KAL_OKAY) {
             result = print((uint16_t)handle, file, arguments[2]);
             KalClose(0, (uint16_t)handle);
         }
-        KalUnregisterApp(0); /* only after a registration that succeeded, and after the last call */
+        KalUnregisterApp(0); /* only after a successful registration, and after the last call */
     }
     fclose(file);
     for (size_t row = 0; row < sizeof meanings / sizeof meanings[0]; ++row) {

@@ -1,4 +1,4 @@
-"""kalclient.dll for Python: the flat interface of kal.h with its types, and a small layer that is pleasant to use.
+"""kalclient.dll for Python: the flat interface of kal.h with its types, and a small convenient layer.
 
     import kal
 
@@ -8,15 +8,15 @@
         with application.open(0x6001) as printer:
             printer.print(document_bytes, "Letter")
 
-The module needs a 64-bit Python on Windows and kalclient.dll (with comc.dll beside it): in the folder of this file, or
-where the environment variable KALCLIENT_DLL says, or where ``Application(library=...)`` says. It can be imported
-everywhere; only loading the library needs Windows.
+The module needs a 64-bit Python on Windows, and kalclient.dll with comc.dll in the same folder. It looks for kalclient.dll in
+this order: ``Application(library=...)``, the environment variable KALCLIENT_DLL, the folder of this file. The module can be
+imported on every system; only loading the library needs Windows.
 
-``load()`` returns the library itself with all exports declared, for those who want to call KalSendBidi and its like by
-their own names. What the exports do, which results come back and why is said in kal.h.
+``load()`` returns the library itself, with all exports declared, to call exports such as KalSendBidi directly. kal.h describes
+the exports and their results.
 
-Nothing but the registration exports may be called while no application is registered: the others then let a C++
-exception out, which ends a Python process. ``Application`` sees to that for everything made from it.
+Without a registration, only the registration exports may be called. The others throw a C++ exception, which ends a Python
+process. ``Application`` keeps to this rule for everything made from it.
 """
 from __future__ import annotations
 
@@ -36,7 +36,7 @@ __all__ = ["Application", "FoundPrinter", "KalError", "NetType", "PortCallback",
 
 
 class Result(enum.IntEnum):
-    """What exports answer. ``FAIL`` is positive, every device error negative: compare with ``OKAY``."""
+    """Results of the exports. ``FAIL`` is positive, and every other error is negative: compare with ``OKAY``."""
 
     OKAY = 0
     FAIL = 1
@@ -79,14 +79,14 @@ class WindowMessage(enum.IntEnum):
 DEVICE_CLASS_BPD = 3
 DEVICE_CLASS_CPD = 8
 
-PORT_NAME_SIZE = 80  #: of PortInfoRecord.portName, with the terminating zero
-SECOND_NAME_OFFSET = 100  #: of the second name, which may be longer than its array shows
+PORT_NAME_SIZE = 80  #: bytes of PortInfoRecord.portName, with the terminator
+SECOND_NAME_OFFSET = 100  #: offset of the second name, which may be longer than its array
 SECOND_NAME_MINIMUM = 260
-PRINTER_STATUS_SIZE = 1032  #: of PrinterStatusRecord
+PRINTER_STATUS_SIZE = 1032  #: bytes of PrinterStatusRecord
 
 
 class PortInfoRecord(ctypes.Structure):
-    """A found printer, valid during the callback only. The second name may be longer than its array shows."""
+    """A found printer, valid only during the callback. The second name may be longer than its array."""
 
     _fields_ = [
         ("macAddress", ctypes.c_uint8 * 6),
@@ -102,7 +102,7 @@ class PortInfoRecord(ctypes.Structure):
 
 
 class PrinterStatusRecord(ctypes.Structure):
-    """What KalQueryPrinterStatus fills in."""
+    """The record that KalQueryPrinterStatus fills."""
 
     _fields_ = [
         ("size", ctypes.c_uint32),
@@ -119,7 +119,7 @@ _i32, _u16, _u32 = ctypes.c_int32, ctypes.c_uint16, ctypes.c_uint32
 _text, _bytes, _window = ctypes.c_char_p, ctypes.c_void_p, ctypes.c_void_p
 _pu16, _pu32 = ctypes.POINTER(ctypes.c_uint16), ctypes.POINTER(ctypes.c_uint32)
 
-# The exports by family. An export whose arguments are not read is called with none.
+# The exports by family. Exports that ignore their arguments are called with none.
 _PLAIN: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "Initialize":               (_i32, ()),
     "Uninitialize":             (_i32, ()),
@@ -176,7 +176,7 @@ PROTOTYPES: dict[str, tuple[Any, tuple[Any, ...]]] = {
 
 
 def declare(library: Any) -> Any:
-    """Gives every export of a loaded library its result and argument types, and returns the library."""
+    """Sets the result and argument types of every export of a loaded library, and returns the library."""
     for name, (result, arguments) in PROTOTYPES.items():
         function = getattr(library, name)
         function.restype = result
@@ -185,15 +185,15 @@ def declare(library: Any) -> Any:
 
 
 def load(path: Optional[os.PathLike[str] | str] = None) -> Any:
-    """Loads kalclient.dll and declares its exports. Raises OSError when this is not 64-bit Windows or it is not there."""
+    """Loads kalclient.dll and declares its exports. Raises OSError if this is not 64-bit Windows or the file is missing."""
     if sys.platform != "win32" or ctypes.sizeof(ctypes.c_void_p) != 8:
-        raise OSError("kalclient.dll can be loaded by a 64-bit Python on Windows only")
+        raise OSError("kalclient.dll needs a 64-bit Python on Windows")
     chosen = path or os.environ.get("KALCLIENT_DLL") or pathlib.Path(__file__).resolve().parent / "kalclient.dll"
     return declare(ctypes.CDLL(str(pathlib.Path(chosen).resolve())))
 
 
 class KalError(Exception):
-    """An export answered something else than it should. ``result`` is the number, ``call`` the export's name."""
+    """An export failed. ``result`` is its result, ``call`` the name of the export."""
 
     def __init__(self, call: str, result: int) -> None:
         known = Result(result).name if result in set(Result) else "unknown result"
@@ -204,8 +204,8 @@ class KalError(Exception):
 
 @dataclass(frozen=True)
 class FoundPrinter:
-    """A copy of a PortInfoRecord that outlives the callback. Names are bytes in the machine's narrow encoding, read as
-    Latin-1 so that none is lost."""
+    """A copy of a PortInfoRecord that stays valid after the callback. Names are bytes in the machine's narrow encoding. They
+    are decoded as Latin-1, so that no byte is lost."""
 
     handle: int
     port_name: str
@@ -223,7 +223,7 @@ class FoundPrinter:
 
 
 class Application:
-    """One registration of this process, given back at the end of ``with``.
+    """One registration of this process, released at the end of ``with``.
 
     :param server: the machine of the communication service; None for this one.
     :param library: path of kalclient.dll, or a library that ``load()`` returned.
@@ -245,29 +245,29 @@ class Application:
         self.unregister()
 
     def unregister(self) -> None:
-        """Gives the registration back, once; every printer made from it is closed by that."""
+        """Releases the registration once, which closes every printer made from it."""
         if self._registered:
             self._registered = False
             self.library.KalUnregisterApp(0)
 
     def call(self, name: str, *arguments: Any) -> int:
-        """Calls an export by name and returns its result; refuses once this application has unregistered."""
+        """Calls an export by name and returns its result. Raises RuntimeError after ``unregister()``."""
         if not self._registered:
             raise RuntimeError(f"{name} after unregister()")
         return getattr(self.library, name)(*arguments)
 
     def check(self, name: str, *arguments: Any) -> None:
-        """As ``call``, and raises KalError for any result but KAL_OKAY."""
+        """As ``call``, but raises KalError for every result except KAL_OKAY."""
         result = self.call(name, *arguments)
         if result != Result.OKAY:
             raise KalError(name, result)
 
     def enumerate(self, net_types: int = NetType.IP | NetType.USB | NetType.LOCAL) -> list[FoundPrinter]:
-        """The printers of the chosen kinds."""
+        """Returns the printers of the chosen kinds."""
         return self._collect(lambda callback: self.check("KalEnumPrinters", 0, int(net_types), callback))
 
     def find_port(self, port_name: str, net_types: int = NetType.ANY) -> Optional[FoundPrinter]:
-        """The printer behind one port, or None."""
+        """Returns the printer on a port, or None."""
         name = port_name.encode("latin-1")
         found = self._collect(lambda callback: self.call("KalEnumSpecificPort", 0, int(net_types), name, callback))
         return found[0] if found else None
@@ -286,7 +286,7 @@ class Application:
 
 
 class Printer:
-    """One open of a printer, given back at the end of ``with``."""
+    """One open of a printer, closed at the end of ``with``."""
 
     _CHUNK = 64 * 1024
     _MOST_FUTILE_WRITES = 5
@@ -305,13 +305,13 @@ class Printer:
         self.close()
 
     def close(self) -> None:
-        """Gives the open back, once."""
+        """Closes the printer once."""
         if self._open:
             self._open = False
             self.application.call("KalClose", 0, self.handle)
 
     def print(self, document: bytes, name: str = "", port_type: int = NetType.ANY) -> None:
-        """Prints a document, sent as it is. A job that cannot be finished is cancelled and KalError raised."""
+        """Prints a document unchanged. If the job fails, cancels it and raises KalError."""
         self.application.check("KalStartDoc", self.handle, port_type, name.encode("latin-1", "replace") or None)
         try:
             self._send(document, port_type)
@@ -328,7 +328,7 @@ class Printer:
             result = self.application.call("KalWrite", 0, self.handle, port_type, chunk, ctypes.byref(count))
             taken = min(count.value, len(chunk)) if result == Result.OKAY else 0
             if taken == 0:
-                # KAL_FAIL is also what a full buffer answers, after 2 s: offered again, but not for ever.
+                # A full buffer is KAL_FAIL, too, after 2 s: offer the bytes again, a limited number of times.
                 futile += 1
                 if result not in (Result.OKAY, Result.FAIL) or futile == self._MOST_FUTILE_WRITES:
                     raise KalError("KalWrite", result if result != Result.OKAY else Result.FAIL)
@@ -336,7 +336,7 @@ class Printer:
             sent += taken
 
     def is_printing(self) -> bool:
-        """Whether the printer prints."""
+        """Whether the printer is printing."""
         status, needed = PrinterStatusRecord(), ctypes.c_uint32()
         self.application.check("KalQueryPrinterStatus", 0, self.handle, 0, ctypes.byref(status),
                                ctypes.sizeof(status), ctypes.byref(needed))

@@ -1,4 +1,4 @@
-/* Enumeration: which printers there are, and what the service keeps of them. */
+/* Enumeration: finding printers, and reading the data that the service keeps about them. */
 #include "snippets.h"
 
 /* [KalEnumPrinters] */
@@ -7,11 +7,11 @@ static int printer_count;
 
 static void note_printer(const PortInfoRecord *printer) {
     if (printer_count++ == 0) {
-        first_handle = printer->handle; /* the record is gone after this call: take what is needed */
+        first_handle = printer->handle; /* the record is valid only during this call: copy what you need */
     }
 }
 
-/* The handle of the first USB printer; 0 when there is none. One enumeration at a time. */
+/* Returns the handle of the first USB printer; 0 if there is none. Run one enumeration at a time. */
 uint16_t first_usb_printer(void) {
     printer_count = 0;
     first_handle = 0;
@@ -28,7 +28,7 @@ static void take_printer(const PortInfoRecord *printer) {
     found_handle = printer->handle;
 }
 
-/* The printer at a port, or behind a name of the network, whatever its kind; 0 when there is none. */
+/* Returns the handle of the printer on a port, or with a UNC name, of any kind; 0 if there is none. */
 uint16_t printer_at(const char *name) {
     found_handle = 0;
     if (name[0] == '\\' && name[1] == '\\') {
@@ -36,13 +36,13 @@ uint16_t printer_at(const char *name) {
     } else {
         KalEnumSpecificPort(0, ENUM_P2P, name, take_printer);
     }
-    return found_handle; /* the results above are port-type codes: the callback tells */
+    return found_handle; /* the results above are port-type codes, so the callback decides */
 }
 /* [KalEnumByUNC] */
 /* [KalEnumSpecificPort] */
 
 /* [KalGetCache] */
-/* The bytes of the block that lie in the buffer now; 0 when the service has none. */
+/* Returns the number of bytes in the buffer; 0 if the service has no block. */
 uint32_t cached_block(uint16_t handle, uint8_t *block, uint32_t size) {
     uint32_t length = 0;
     return KalGetCache(0, handle, block, size, &length) == KAL_OKAY ? length : 0;

@@ -17,19 +17,19 @@ int32_t cancel_one_job(uint16_t handle, int32_t job_id) {
 /* [KalSetJobControlMode] */
 enum { STOP_NOTIFICATIONS = 1, START_NOTIFICATIONS = 2 };
 
-/* For a program that did not capture alerts of this printer; one that did ends both with KalReleaseAlerts. */
+/* Only without a capture of this printer's alerts: after a capture, KalReleaseAlerts ends both. */
 int32_t hear_of_jobs(uint16_t handle) {
-    return KalSetJobControlMode(0, handle, START_NOTIFICATIONS); /* to the window of the latest capture */
+    return KalSetJobControlMode(0, handle, START_NOTIFICATIONS); /* posted to the window of the latest capture */
 }
 
 void hear_no_more_of_jobs(uint16_t handle) {
-    KalSetJobControlMode(0, handle, STOP_NOTIFICATIONS); /* closes what the start has opened */
+    KalSetJobControlMode(0, handle, STOP_NOTIFICATIONS); /* closes the printer that the start opened */
 }
 /* [KalSetJobControlMode] */
 
 /* [KalSetJobStringPrinter] */
 int32_t start_named_job(uint16_t handle, const char *user_name) {
-    KalSetJobStringPrinter(0, handle, "UserName", user_name); /* KAL_OKAY also when the service refuses it */
+    KalSetJobStringPrinter(0, handle, "UserName", user_name); /* KAL_OKAY even if the service refuses it */
     return KalStartDoc(handle, KAL_PORT_TYPE_ANY, "Report");
 }
 /* [KalSetJobStringPrinter] */

@@ -1,9 +1,9 @@
-/* What older applications call, and what to call instead. */
+/* Exports for older applications, and what to call instead. */
 #include "snippets.h"
 
 /* [KalFlushMWOBuffer] */
 int32_t finish_writing(uint16_t handle) {
-    KalFlushMWOBuffer(); /* may be left out: KalWrite does not return before the service took the data */
+    KalFlushMWOBuffer(); /* not needed: KalWrite returns after the service has taken the data */
     return KalEndDoc(handle, KAL_PORT_TYPE_ANY);
 }
 /* [KalFlushMWOBuffer] */
@@ -12,14 +12,14 @@ int32_t finish_writing(uint16_t handle) {
 /* [KalPrepareRhoaForUninstall] */
 int32_t prepare_removal(void) {
     KalPrepareRhoaForUninstall();
-    return KalUninstallORX(); /* KAL_OKAY; the service itself is removed by its own installer */
+    return KalUninstallORX(); /* KAL_OKAY; the service has its own uninstaller */
 }
 /* [KalPrepareRhoaForUninstall] */
 /* [KalUninstallORX] */
 
 /* [KalStartRpcServer] */
 int has_server(void) {
-    return KalStartRpcServer() == 1; /* 1 means yes here: not a result code */
+    return KalStartRpcServer() == 1; /* here, 1 means yes; it is not a result code */
 }
 /* [KalStartRpcServer] */
 
@@ -35,12 +35,12 @@ int32_t look_for_printers(void) {
 /* [KalEnumSpecific] */
 
 /* [unsupported] */
-/* Whether the service can tell something of a printer. */
+/* Whether the service can report the state of a printer. */
 int is_reachable(uint16_t handle) {
-    if (KalPing() != KAL_FAIL) { /* never: the export is there so that older programs start */
+    if (KalPing() != KAL_FAIL) { /* always KAL_FAIL: the export exists so that older programs can start */
         return 1;
     }
-    KalPrinterStatusRecord status; /* what answers the question today */
+    KalPrinterStatusRecord status; /* use this instead */
     uint32_t needed = 0;
     return KalQueryPrinterStatus(0, handle, 0, &status, sizeof status, &needed) == KAL_OKAY;
 }
@@ -48,6 +48,6 @@ int is_reachable(uint16_t handle) {
 
 /* [aliases] */
 int32_t close_by_the_old_name(uint16_t handle) {
-    return KalCloseLM(0, handle); /* KalClose(0, handle), with two more lines in the log */
+    return KalCloseLM(0, handle); /* as KalClose(0, handle), with two more lines in the log */
 }
 /* [aliases] */

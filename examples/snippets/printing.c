@@ -2,7 +2,7 @@
 #include "snippets.h"
 
 /* [KalStartDoc] */
-/* A job from its beginning to its end, on a printer that is open. */
+/* Prints a complete job on an open printer. */
 int32_t print_text(uint16_t handle, const char *text, uint32_t left) {
     int32_t result = KalStartDoc(handle, KAL_PORT_TYPE_ANY, "A letter");
     if (result != KAL_OKAY) { /* never "below 0": KAL_FAIL is positive */
@@ -18,20 +18,20 @@ int32_t print_text(uint16_t handle, const char *text, uint32_t left) {
         result = KalEndDoc(handle, KAL_PORT_TYPE_ANY);
     }
     if (result != KAL_OKAY) {
-        KalCancelJob(0, handle); /* half a letter must not come out of the printer */
+        KalCancelJob(0, handle); /* an incomplete letter must not be printed */
     }
     return result;
 }
 /* [KalStartDoc] */
 
 /* [KalWrite] */
-/* Offers *size bytes, a few times while the service's buffer is full; *size becomes what was taken. */
+/* Offers *size bytes, several times if the service's buffer is full. Sets *size to the number of bytes taken. */
 int32_t send_some(uint16_t handle, const char *data, uint32_t *size) {
     const uint32_t offered = *size;
     int32_t result = KAL_FAIL;
     for (int attempt = 0; result == KAL_FAIL && attempt < 5; ++attempt) {
         *size = offered;
-        result = KalWrite(0, handle, KAL_PORT_TYPE_ANY, data, size); /* a full buffer: KAL_FAIL, 2 s late */
+        result = KalWrite(0, handle, KAL_PORT_TYPE_ANY, data, size); /* a full buffer: KAL_FAIL after 2 s */
     }
     if (result != KAL_OKAY) {
         *size = 0;
@@ -54,15 +54,15 @@ int32_t end_or_cancel(uint16_t handle) {
     if (result != KAL_OKAY) {
         KalCancelJob(0, handle);
     }
-    return result; /* KAL_OKAY: the service has the document; the paper is out with WM_KAL_ENDOFJOB */
+    return result; /* KAL_OKAY: the service has the document; WM_KAL_ENDOFJOB reports the printed job */
 }
 /* [KalEndDoc] */
 
 /* [KalCancelJob] */
-/* Leaves a job that cannot go on; port_type as it was given to KalStartDoc. */
+/* Abandons a job. Pass the port_type that was passed to KalStartDoc. */
 void give_up(uint16_t handle, uint32_t port_type) {
     if (KalCancelJob(0, handle) != KAL_OKAY) {
-        KalEndDoc(handle, port_type); /* the service could not drop it: let it at least be over */
+        KalEndDoc(handle, port_type); /* the service could not cancel the job: end it instead */
     }
     KalClose(0, handle);
 }

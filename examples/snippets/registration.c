@@ -3,7 +3,7 @@
 
 /* [KalRegisterApp] */
 int32_t work_on_this_machine(Work work) {
-    KalRegisterApp(0); /* 1, whatever happened: the first call that needs the service tells more */
+    KalRegisterApp(0); /* always 1; a failure shows in the first call that needs the service */
     const int32_t result = work();
     KalUnregisterApp(0);
     return result;
@@ -13,7 +13,7 @@ int32_t work_on_this_machine(Work work) {
 /* [KalRegisterWithRpcServer] */
 int32_t work_with_server(const char *server_name, Work work) {
     if (KalRegisterWithRpcServer(server_name) != 1) {
-        return KAL_REGISTRATION_REFUSED; /* nothing is registered: nothing to give back, nothing else to call */
+        return KAL_REGISTRATION_REFUSED; /* not registered: do not unregister, and do not call anything else */
     }
     const int32_t result = work();
     KalUnregisterApp(0);
@@ -22,12 +22,12 @@ int32_t work_with_server(const char *server_name, Work work) {
 /* [KalRegisterWithRpcServer] */
 
 /* [KalUnregisterApp] */
-/* The end of a program that captured alerts; its other threads have stopped calling. */
+/* Ends a program that captured alerts. Its other threads must have stopped calling the library. */
 void leave(const uint16_t *captured, size_t count) {
     for (size_t index = 0; index < count; ++index) {
         KalReleaseAlerts(0, captured[index]);
     }
-    KalUnregisterApp(0); /* once for each registration that succeeded; after the last one no other call */
+    KalUnregisterApp(0); /* once per successful registration; no calls after the last one */
 }
 /* [KalUnregisterApp] */
 
@@ -39,13 +39,13 @@ void name_the_client(void) {
 
 /* [Initialize] */
 int start_of_an_older_program(void) {
-    return Initialize() == 1 && KalRegisterWithRpcServer(NULL) == 1; /* the first may as well be left out */
+    return Initialize() == 1 && KalRegisterWithRpcServer(NULL) == 1; /* Initialize is optional */
 }
 /* [Initialize] */
 
 /* [Uninitialize] */
 int end_of_an_older_program(void) {
-    KalUnregisterApp(0); /* this is what ends things */
+    KalUnregisterApp(0); /* this ends the registration */
     return Uninitialize();
 }
 /* [Uninitialize] */

@@ -1,5 +1,4 @@
-/* The functions of the examples in the reference, which shows the sources beside this header. C11, and C++17 as well.
- */
+/* The functions of the examples in the reference, which shows the sources in this folder. C11 and C++17. */
 #ifndef SNIPPETS_H
 #define SNIPPETS_H
 

@@ -1,4 +1,4 @@
-// What docs/guide.md shows and the examples do not need: compiled here, so that it is right.
+// Code of docs/guide.md that is in none of the examples. It is compiled here, so that it is correct.
 #pragma once
 
 #include "kal.h"
