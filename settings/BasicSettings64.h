@@ -11,24 +11,25 @@ namespace kal {
 
 class Data;
 
-/// Typed values below a base path of the registry. Each operation opens the subkey it needs for its own duration: reads
-/// with KEY_READ and without making the key, writes with the object's access mask and making it. A read finds nothing
-/// when the subkey cannot be opened, and throws when the value is there but of another type.
-/// The order of the virtual operations is part of the binary interface.
+/// Typed values below a base path of the registry. Each operation opens the subkey and closes it again. Reads use
+/// KEY_READ and do not create the key; writes use the object's access mask and create it. A read finds nothing if the
+/// subkey cannot be opened, and throws if the value has another type. The order of the virtual operations is part of
+/// the binary interface.
 class BasicSettings64 {
   public:
     /// @param root      for example HKEY_LOCAL_MACHINE
-    /// @param basePath  ends with a backslash; not copied (one of these objects is made for each log test), so the
-    ///                  characters outlive the object
-    /// @param localId   the brand code of the library that reads; not copied either
+    /// @param basePath  ends with a backslash; must outlive the object, which does not copy it: every log test makes
+    /// such
+    ///                  an object
+    /// @param localId   the brand code of this library; not copied either
     /// @param access    mask for writes
     BasicSettings64(HKEY root, std::string_view basePath, std::string_view localId, REGSAM access) noexcept
         : root_(root), basePath_(basePath), localId_(localId), access_(access), key_(access) {}
     virtual ~BasicSettings64() = default;
 
-    /// Read-or-create: when the base key opens but the value is not there, the default is written and handed out.
-    /// @return whether the output holds the value; on a Win32Exception on the way the thread's last error is its code
-    ///         and the result false.
+    /// Reads a value. If the base key opens but the value does not exist, writes the default and returns it.
+    /// @return whether the output has the value; false after a Win32Exception, whose code is then the thread's last
+    /// error
     [[nodiscard]] virtual bool readOrCreate(const std::string &subkey, const std::string &name,
                                             std::vector<uint8_t> &value, const Data &defaultValue, uint32_t selector);
     [[nodiscard]] virtual bool read(const std::string &subkey, const std::string &name, std::vector<uint8_t> &value,
@@ -47,16 +48,16 @@ class BasicSettings64 {
     /// Deletes a subkey with everything below it.
     virtual void deleteKey(const std::string &subkey, uint32_t selector);
     virtual void deleteValue(const std::string &subkey, const std::string &name, uint32_t selector);
-    /// Removes every key below the base path. @return whether something was asked to be removed
+    /// Deletes every key below the base path. @return whether there was one
     virtual bool removeStores();
-    /// The full path of a subkey; the base has one root, whatever the selector.
+    /// The full path of a subkey. This class has one root and ignores the selector.
     [[nodiscard]] virtual std::string keyPath(const std::string &subkey, uint32_t selector) const;
 
   protected:
     [[nodiscard]] RegistryKey64 &key() noexcept { return key_; }
     [[nodiscard]] HKEY root() const noexcept { return root_; }
     [[nodiscard]] std::string_view localId() const noexcept { return localId_; }
-    /// Names of the keys below a subkey, at most limit of them; none when it cannot be opened.
+    /// Names of the keys below a subkey, at most limit; none if it cannot be opened.
     [[nodiscard]] std::vector<std::string> childrenNames(const std::string &subkey, uint32_t selector,
                                                          size_t limit) const;
 
@@ -73,7 +74,7 @@ class BasicSettings64 {
     std::string_view basePath_;
     std::string_view localId_;
     REGSAM access_;
-    RegistryKey64 key_; ///< the object's own key, for those who keep it open
+    RegistryKey64 key_; ///< stays open for derived classes
 };
 
 } // namespace kal

@@ -6,8 +6,8 @@ namespace kal {
 
 namespace {
 
-// The code "or" stands twice: libraries of the older line keep their settings where they were, and the newer row alone
-// makes the brand a recognised one.
+// The code "or" is in two rows: libraries of the older line keep the place of their settings, and only the newer row
+// makes the brand recognised.
 constexpr BrandRow rows[16] = {
     {"ka", "Kalder Print Services", 1}, //
     {"al", "Alvane Devices", 1},        //

@@ -6,23 +6,23 @@
 
 namespace kal {
 
-/// One product line: which library names belong to it and where its settings lie.
+/// One product line: the brand code of its libraries and the place of its settings.
 struct BrandRow {
     std::string_view code;           ///< the first two characters of the library's lower-cased file name
     std::string_view productKeyName; ///< its key under "Software\"
-    uint32_t recognised;             ///< non-zero when the brand counts as recognised
+    uint32_t recognised;             ///< non-zero if the brand counts as recognised
 };
 
-/// All product lines, in the order in which they are searched.
+/// All product lines, in search order.
 [[nodiscard]] std::span<const BrandRow> brandTable() noexcept;
 
-/// The key name for a library that belongs to no product line.
+/// The key name for libraries without a product line.
 inline constexpr std::string_view fallbackProductKeyName = "Veltro Tools";
 
-/// The first row for a brand code's first two characters, whatever its flag; null when there is none.
+/// The first row for the first two characters of a brand code, recognised or not; null if there is none.
 [[nodiscard]] const BrandRow *findBrand(std::string_view brandCode) noexcept;
 
-/// Whether some row for the code's first two characters is recognised; rows that are not are passed over.
+/// Whether any row for the first two characters of the code is recognised.
 [[nodiscard]] bool isBrandRecognised(std::string_view brandCode) noexcept;
 
 } // namespace kal

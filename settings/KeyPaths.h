@@ -6,14 +6,14 @@
 
 namespace kal {
 
-/// Which root of the settings tree; any value but the first two means the temporary key.
+/// A root of the settings tree. Any other value means the temporary key.
 enum RootSelector : uint32_t { localRoot = 0, sharedRoot = 1, temporaryRoot = 2 };
 
-/// The brand code of a library: the first four characters (fewer when the name is shorter) of its file name without
-/// folder, in lower case (ASCII).
+/// The brand code of a library: the first four characters of its file name (without folder), in lower case (ASCII). A
+/// shorter name is used completely.
 [[nodiscard]] std::string brandCodeOf(std::string_view libraryFileName);
 
-/// "Software\" and the product key name of the brand, or the fallback's.
+/// "Software\" and the product key name of the brand, or the fallback name.
 [[nodiscard]] std::string productRootOf(std::string_view brandCode);
 
 /// The product root and "\Orx\".

@@ -24,7 +24,7 @@ void Localize::createInstance(HMODULE module) {
     }
     const ScopedMutex guard(creation.get());
     if (!created) {
-        instance = new Localize(module); // lives until destroyInstance(), or the end of the process
+        instance = new Localize(module); // until destroyInstance(), or until the process exits
         created = true;
     }
 }

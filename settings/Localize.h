@@ -7,19 +7,19 @@
 
 namespace kal {
 
-/// Where this library lies, which brand it belongs to and where its settings are. One instance a process, made when the
-/// library is loaded and destroyed when it is unloaded, not when the process ends: whoever logs last still needs it.
-/// Only read after construction.
+/// The brand of this library, and the paths of its file and its settings. There is one instance per process. It is made
+/// when the library is loaded and destroyed when it is unloaded, but not at process exit, since the log needs it until
+/// the end. It does not change after construction.
 class Localize {
   public:
-    /// Makes the instance when there is none yet; a construction that throws leaves none, so that a later call tries
-    /// again. Throws "Localize::Localize(): GetModuleFileName failed" and "Localize::Localize(): GetLocalId failed".
+    /// Makes the instance if there is none. If that throws, a later call tries again.
+    /// Throws "Localize::Localize(): GetModuleFileName failed" and "Localize::Localize(): GetLocalId failed".
     static void createInstance(HMODULE module);
 
-    /// For the unloading of the library, when nobody uses the instance any more.
+    /// To be called when the library is unloaded and the instance is no longer used.
     static void destroyInstance() noexcept;
 
-    /// Throws a plain C string when there is no instance: a programming error.
+    /// Throws a plain C string if there is no instance, which is a programming error.
     [[nodiscard]] static const Localize &getInstance();
 
     explicit Localize(HMODULE module);
@@ -37,7 +37,7 @@ class Localize {
     HMODULE module_;
     std::string localId_;
     std::string fileName_;
-    // Built once: neither the library's name nor the table can change while it is loaded.
+    // Built once: the library's name and the table do not change while it is loaded.
     std::string productRoot_;
     std::string serviceRoot_;
     std::string localRoot_;

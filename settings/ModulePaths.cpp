@@ -11,7 +11,7 @@ void copyPath(const std::string &path, char *output) {
     lstrcpynA(output, path.c_str(), pathBufferSize);
 }
 
-/// The brand code, or "" when the module's name cannot be read: such a module belongs to no product line.
+/// The brand code, or "" if the module's name cannot be read; the fallback product is then used.
 std::string codeOrNone(HMODULE module) {
     char code[pathBufferSize] = {};
     return brandCodeOfModule(module, code) ? code : "";

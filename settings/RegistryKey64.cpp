@@ -22,7 +22,7 @@ REGSAM withView(REGSAM access) noexcept {
     return OsVersion::is64BitWindows() ? access | KEY_WOW64_64KEY : access;
 }
 
-/// What a read of a value of any size needs to say when it fails.
+/// Messages and line numbers for failures to read the size or the data of a value.
 struct ReadFailure {
     const char *sizeMessage;
     uint32_t sizeLine;
@@ -60,7 +60,7 @@ bool readBytes(HKEY key, const std::string &name, DWORD type, DWORD otherType, c
     return true;
 }
 
-/// Reads names by rising index until there are no more.
+/// Reads names by increasing index until there are no more.
 template <class EnumerateOne>
 std::vector<std::string> namesByIndex(const char *message, uint32_t line, size_t limit, EnumerateOne enumerateOne) {
     std::vector<std::string> names;
@@ -148,7 +148,7 @@ bool RegistryKey64::getValue(const std::string &name, uint32_t &value) const {
     if (code == ERROR_FILE_NOT_FOUND) {
         return false;
     }
-    // A longer value of another type does not fit the number, yet its type is what is wrong with it.
+    // A longer value of another type does not fit into the number. The wrong type is the error to report.
     if ((code == ERROR_SUCCESS || code == ERROR_MORE_DATA) && type != REG_DWORD) {
         failWrongType(message, code, 200);
     }
@@ -201,7 +201,7 @@ void RegistryKey64::setValue(const std::string &name, const std::string &value) 
 void RegistryKey64::setValue(const std::string &name, const uint8_t *bytes, uint32_t count) const {
     const LSTATUS code = RegSetValueExA(handle_, name.c_str(), 0, REG_BINARY, bytes, count);
     if (code != ERROR_SUCCESS) {
-        // The string setter's message: deliberate, the line tells them apart.
+        // Deliberately the message of the string setter; the line number differs.
         fail("RegistryKey64::setValue(string): Unable to set ", code, 513);
     }
 }
@@ -220,7 +220,7 @@ std::vector<std::string> RegistryKey64::getChildrenNames(size_t limit) const {
 }
 
 std::vector<std::string> RegistryKey64::getValueNames() const {
-    // The single colon is deliberate: the text has always been so.
+    // The single colon is deliberate: released libraries have it.
     return namesByIndex("RegistryKey64:getValueNames()", 131, SIZE_MAX, [&](DWORD index, char *name, DWORD *size) {
         return RegEnumValueA(handle_, index, name, size, nullptr, nullptr, nullptr, nullptr);
     });
@@ -238,8 +238,8 @@ void RegistryKey64::recurseDeleteKey(const std::string &subkey, HKEY container) 
         if (code != ERROR_SUCCESS) {
             fail("RegistryKey64::recurseDeleteKey() RegOpenKey()", code, 323);
         }
-        // The same index is read each time, since the previous child is gone. Only a child that is still there makes
-        // the index rise: "SOFTWARE", a link without a target, a name that the code page cannot express.
+        // The index stays the same as long as children can be deleted. It increases past a child that remains:
+        // "SOFTWARE", a link without a target, or a name that the code page cannot express.
         DWORD index = 0;
         std::string previous;
         for (;;) {

@@ -8,8 +8,8 @@
 
 namespace kal {
 
-/// One open registry key, always in the 64-bit view on 64-bit Windows. Failures are Win32Exceptions with fixed texts; a
-/// value that is not there is no failure for a read. The order of the virtual operations is part of the binary
+/// One open registry key, on 64-bit Windows always in the 64-bit view. Failures are Win32Exceptions with fixed texts.
+/// Reading a value that does not exist is not a failure. The order of the virtual operations is part of the binary
 /// interface.
 class RegistryKey64 {
   public:
@@ -18,14 +18,14 @@ class RegistryKey64 {
     RegistryKey64 &operator=(const RegistryKey64 &) = delete;
     virtual ~RegistryKey64();
 
-    /// Sets the mask for the next open; the 64-bit view is added where there is one.
+    /// Sets the mask for the next open. On 64-bit Windows the 64-bit view is added.
     virtual void setAccess(REGSAM access) noexcept;
 
-    /// Opens a key, and makes it (with its parents) when it cannot be opened and createIfMissing is set. A key that was
-    /// open before is closed. Throws "RegistryKey64::regOpenKeyEx()" or "RegistryKey64::regCreateKeyEx()".
+    /// Opens a key, after closing the one that was open. If that fails and createIfMissing is set, creates the key and
+    /// its parents. Throws "RegistryKey64::regOpenKeyEx()" or "RegistryKey64::regCreateKeyEx()".
     virtual void open(const std::string &path, bool createIfMissing, HKEY root);
 
-    /// Opens an existing key without throwing: a key that is not there is the normal state of an installation.
+    /// Opens an existing key. Does not throw, since installations without the key are normal.
     /// @return 0 or the Win32 code
     [[nodiscard]] LSTATUS tryOpen(const char *path, HKEY root) noexcept;
     void close() noexcept;
@@ -33,7 +33,7 @@ class RegistryKey64 {
     [[nodiscard]] HKEY get() const noexcept { return handle_; }
     [[nodiscard]] REGSAM access() const noexcept { return access_; }
 
-    /// Reads: true when found, false (and the output untouched) when there is no such value; throw when the value has
+    /// Reads a value. @return false, with the output unchanged, if the value does not exist. Throws if the value has
     /// another type or cannot be read.
     [[nodiscard]] bool getValue(const std::string &name, uint32_t &value) const;
     [[nodiscard]] bool getValue(const std::string &name, std::string &value) const;
@@ -45,12 +45,12 @@ class RegistryKey64 {
 
     void deleteValue(const std::string &name) const;
 
-    /// Names of the subkeys, at most limit of them.
+    /// Names of the subkeys, at most limit.
     [[nodiscard]] std::vector<std::string> getChildrenNames(size_t limit = SIZE_MAX) const;
     [[nodiscard]] std::vector<std::string> getValueNames() const;
 
-    /// Deletes a key with everything below it; a missing key is no failure. A key named "SOFTWARE" (in any case) loses
-    /// what is below it but stays itself.
+    /// Deletes a key with everything below it; a missing key is not a failure. A key named "SOFTWARE" (in any case)
+    /// loses its content but is not deleted.
     static void recurseDeleteKey(const std::string &subkey, HKEY container);
 
   private:

@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t networkNameLimit = 100;
 
-/// The driver library of a transport in the system directory, whose name begins with the brand code.
+/// The path of a transport's driver library: in the system directory, with a name that begins with the brand code.
 std::string transportLibraryPath(std::string_view localId, const char *libraryName) {
     char systemDirectory[261] = {};
     GetSystemDirectoryA(systemDirectory, sizeof systemDirectory);
@@ -47,7 +47,7 @@ bool Settings::removeStores() {
     if (!isSet || wanted == 0) {
         return false;
     }
-    // Read before anything is deleted: a registry that cannot be listed is not deleted from.
+    // Throws if the registry cannot be listed; nothing is deleted then.
     static_cast<void>(childrenNames("Ip1\\Settings\\", sharedRoot, networkNameLimit));
     deleteKey("PrinterStore", sharedRoot);
     deleteKey("ScannerStore", sharedRoot);
