@@ -27,13 +27,13 @@ std::atomic<uint32_t> lastAllMask = 0;              ///< the last value read for
 constexpr uint32_t defaultWidth = 15;
 
 std::string baseName(const std::string &path) {
-    return path.substr(path.rfind('\\') + 1); // npos + 1 is 0: the whole path
+    return path.substr(path.rfind('\\') + 1); // npos + 1 is 0: the complete path
 }
 
-/// A bare file name in the root of the Windows drive.
+/// The path of a bare file name in the root of the Windows drive.
 std::string inWindowsDriveRoot(const std::string &name) {
     constexpr size_t driveRootLength = 3;
-    constexpr size_t nameLimit = 257; // of 258 bytes behind the drive's root, one is the terminator
+    constexpr size_t nameLimit = 257; // after the drive's root: 258 bytes with the terminator
     char directory[261] = {};
     const UINT length = GetWindowsDirectoryA(directory, sizeof directory);
     const std::string drive = length == 0 || length >= sizeof directory ? "c:\\" : directory;
@@ -63,7 +63,7 @@ void BasicLogger::setUp(const std::string &path) {
         lock_.reset(new (std::nothrow) Mutex(false, "QZLOG_" + baseName(path), true));
         path_ = path.find('\\') == std::string::npos ? inWindowsDriveRoot(path) : path;
     } catch (const Win32Exception &) {
-        // A logger that cannot be set up must not keep the application from working.
+        // Without a log file the application must still work.
         loggingBroken = true;
     }
 }
@@ -125,7 +125,7 @@ bool BasicLogger::isEnabled(const LoggerComponent &component, uint32_t level) no
     } catch (const Win32Exception &) {
         return false; // a setting of the wrong type
     } catch (const std::bad_alloc &) {
-        return false; // no room to keep a setting: nothing is logged, nothing else suffers
+        return false; // no memory for the setting: only the log line is lost
     }
 }
 
@@ -196,7 +196,7 @@ void BasicLogger::write(const LoggerComponent &component, uint32_t level, const 
         line << text << lineSuffix(component, level, text) << "\r\n";
         append(line.view());
     } catch (const Exception &) {
-        // The line is lost; a log that fails must not be noticed by anyone but its reader.
+        // The line is lost. Callers must not notice a failing log.
     } catch (const std::exception &) {
     }
 }
@@ -209,14 +209,14 @@ void BasicLogger::append(std::string_view line) {
     if (!file.isOpen()) {
         return;
     }
-    // The low half of the size alone: beyond 4 GiB the log deliberately starts over at its beginning.
+    // Deliberately only the low half of the size: after 4 GiB the log continues at the start of the file.
     const DWORD end = GetFileSize(file.get(), nullptr);
     if (end == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
         return;
     }
     LONG high = 0;
     if (SetFilePointer(file.get(), static_cast<LONG>(end), &high, FILE_BEGIN) != end) {
-        return; // rather this line lost than the first one overwritten
+        return; // losing this line is better than overwriting the first one
     }
     DWORD written = 0;
     WriteFile(file.get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);

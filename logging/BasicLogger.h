@@ -14,14 +14,14 @@
 
 namespace kal {
 
-/// Appends lines to a log file that any number of processes share. No failure of its own reaches a caller: a line that
-/// cannot be written is dropped. The order of the virtual operations is part of the binary interface.
+/// Appends lines to a log file that processes share. Failures do not reach the caller: a line that cannot be written is
+/// dropped. The order of the virtual operations is part of the binary interface.
 class BasicLogger {
   public:
-    /// How long a setting that was read holds.
+    /// How long a setting is used after it was read.
     static constexpr uint32_t settingMaxAgeMilliseconds = 5000;
 
-    /// @param path   the log file; a path without a backslash lies in the root of the Windows drive
+    /// @param path   the log file; without a backslash, a file in the root of the Windows drive
     /// @param width  columns for the component's name
     BasicLogger(const std::string &path, uint32_t width);
     BasicLogger(const BasicLogger &) = delete;
@@ -29,46 +29,46 @@ class BasicLogger {
 
     virtual ~BasicLogger() = default;
     virtual void write(const LoggerComponent &component, uint32_t level, const std::string &text);
-    /// Writes one line: header, depth, text. Waits for the inter-process lock and nothing else, never throws, and
-    /// leaves the thread's last error as it found it.
+    /// Writes one line: header, depth, text. Waits only for the inter-process lock, never throws, and keeps the
+    /// thread's last error.
     virtual void write(const LoggerComponent &component, uint32_t level, const char *text);
     /// Deletes the log file under the inter-process lock.
     virtual void deleteLogFile();
-    /// Reads one setting anew. Here: "startLog" is on exactly while the log file exists; nothing else is set.
+    /// Reads one setting. In this class "startLog" is on if the log file exists; other settings have their default.
     virtual void readSetting(const std::string &name, uint32_t &value, uint32_t defaultValue);
-    /// Called when the file did not exist before a write.
+    /// Called if the file did not exist before a write.
     virtual void onLogFileMissing() {}
     [[nodiscard]] virtual std::string linePrefix(const LoggerComponent &, uint32_t, const char *) { return {}; }
     [[nodiscard]] virtual std::string lineSuffix(const LoggerComponent &, uint32_t, const char *) { return {}; }
 
-    /// The logger of the process. Throws Win32Exception "BasicLogger::getInstance()", code 1, while there is none.
+    /// The logger of the process. Throws Win32Exception "BasicLogger::getInstance()", code 1, if there is none.
     [[nodiscard]] static BasicLogger &getInstance();
-    /// Whether this very logger is still the logger of the process; safe to ask for one that is gone.
+    /// Whether the argument is the logger of the process; it may point to a destroyed one.
     [[nodiscard]] static bool isInstance(const BasicLogger *logger) noexcept;
-    /// Which logger of the process this is: 1 for the first, 2 for the second; 0 while there is none. Unlike an
-    /// address, a number is never used again.
+    /// The number of the process's logger: 1 for the first, 2 for the second; 0 without one. Numbers, unlike addresses,
+    /// are not reused.
     [[nodiscard]] static uint64_t instanceNumber() noexcept;
 
-    /// Whether a line of a component would be written at a level. A setting that cannot be read counts as off.
+    /// Whether a line of the component is written at the level. If a setting cannot be read, the answer is no.
     [[nodiscard]] bool isEnabled(const LoggerComponent &component, uint32_t level) noexcept;
 
-    /// @return 87 (the width stays) for a width of 0, else 0
+    /// @return 87 for a width of 0, which changes nothing; otherwise 0
     uint32_t setComponentWidth(uint32_t width) noexcept;
 
-    /// A setting, read anew when the value at hand is older than maxAge.
+    /// A setting; read again if the cached value is older than maxAge.
     void cachedSetting(std::string_view name, uint32_t &value, uint32_t defaultValue, uint32_t maxAgeMilliseconds);
 
-    /// Depth of the calling thread: one blank a level before each text.
+    /// Depth of the calling thread: one space per level before each text.
     void indent();
     void unindent();
-    /// Sets the depth of every thread back to 0.
+    /// Resets the depth of every thread to 0.
     void forgetDepths() noexcept;
 
     [[nodiscard]] const std::string &path() const noexcept { return path_; }
 
   protected:
     friend class Logger;
-    /// Makes a logger that of the process. @return false when there is one already
+    /// Makes the argument the logger of the process. @return false if there is one already
     [[nodiscard]] static bool publish(BasicLogger *logger) noexcept;
     static void unpublish() noexcept;
 
@@ -78,7 +78,7 @@ class BasicLogger {
     void append(std::string_view line);
     [[nodiscard]] bool isOn(std::string_view headerSetting, uint32_t defaultValue);
 
-    std::unique_ptr<Mutex> lock_; ///< absent only when there was no memory for it
+    std::unique_ptr<Mutex> lock_; ///< null only if there was no memory for it
     std::string path_;
     CriticalSection depthSection_;       ///< guards depths_
     std::map<uint32_t, int32_t> depths_; ///< by thread id; an entry is never removed
@@ -87,8 +87,8 @@ class BasicLogger {
     SettingCache cache_;
 };
 
-/// Whether a component logs at a level: the test that comes before a message is built. Looks for the settings key each
-/// time, so removing the key silences everything, errors included.
+/// Whether a component logs at a level; to be asked before a message is composed. Looks for the settings key on every
+/// call, so that removing the key stops all logging, also of errors.
 [[nodiscard]] bool logEnabled(const LoggerComponent &component, uint32_t level);
 
 } // namespace kal

@@ -32,7 +32,7 @@ FunctionTrace::~FunctionTrace() {
         }
         logger_.write(component_, level_, line.c_str());
     } catch (const Exception &) {
-        // The exit line is lost; the call's result is not.
+        // The exit line is lost; the call's result is kept.
     } catch (const std::exception &) {
     }
 }

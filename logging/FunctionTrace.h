@@ -8,15 +8,15 @@
 
 namespace kal {
 
-/// Writes "+" and a description at its making, "-", the description and the result at its end; what the thread logs in
-/// between is indented by one more blank.
+/// The constructor writes "+" and a description; the destructor writes "-", the description and the result. Lines that
+/// the thread logs in between are indented by one more space.
 class FunctionTrace {
   public:
-    /// @param check  whether to trace at all, if the component logs at the level
+    /// @param check  false: do not trace, whatever the component's level
     FunctionTrace(BasicLogger &logger, const LoggerComponent &component, std::string text, uint32_t level, bool check);
     FunctionTrace(const FunctionTrace &) = delete;
     FunctionTrace &operator=(const FunctionTrace &) = delete;
-    /// Writes nothing when the logger is gone: the call that made the last unregistration ends after it.
+    /// Writes nothing if the logger was destroyed, as during the last unregistration.
     ~FunctionTrace();
 
     void setResult(std::string_view text);
@@ -29,7 +29,7 @@ class FunctionTrace {
     BasicLogger &logger_;
     uint32_t level_;
     bool active_;
-    uint64_t loggerNumber_; ///< a later logger may have this one's address
+    uint64_t loggerNumber_; ///< not the address, which a later logger may have too
 };
 
 } // namespace kal

@@ -4,7 +4,7 @@
 
 namespace kal {
 
-/// A message is written at one level bit; a component's setting is a mask of enabled bits.
+/// Each message has one level bit; a component's setting is a mask of enabled bits.
 namespace logLevel {
 inline constexpr uint32_t none = 0;
 inline constexpr uint32_t error = 0x1; ///< written whatever the settings say, as long as there is a settings key
@@ -13,7 +13,7 @@ inline constexpr uint32_t registration = 0x8;
 inline constexpr uint32_t all = 0xFFFFFFFF;
 } // namespace logLevel
 
-/// Whether a level passes the masks of "All" and of the message's component: either is enough.
+/// Whether a level passes the mask of "All" or that of the message's component.
 [[nodiscard]] constexpr bool passesMasks(uint32_t level, uint32_t allMask, uint32_t componentMask) noexcept {
     return (level & (allMask | componentMask)) != 0;
 }

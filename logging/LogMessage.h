@@ -8,8 +8,7 @@
 
 namespace kal {
 
-/// Writes one line composed of pieces, if the component logs at the level; nothing is composed otherwise. What goes
-/// wrong while logging is nobody's concern.
+/// If the component logs at the level, composes one line from the pieces and writes it. Failures are ignored.
 template <class... Pieces>
 void logMessage(const LoggerComponent &component, uint32_t level, const Pieces &...pieces) noexcept {
     try {

@@ -14,7 +14,7 @@ constexpr uint32_t width = 15;
 
 std::atomic<BasicLogger *> kept = nullptr; ///< by keepInstance
 
-/// "%ALLUSERSPROFILE%\" expanded; empty when it cannot be.
+/// "%ALLUSERSPROFILE%\" expanded; empty if that fails.
 std::string logDirectory() {
     constexpr const char *unexpanded = "%ALLUSERSPROFILE%\\";
     const DWORD size = ExpandEnvironmentStringsA(unexpanded, nullptr, 0);
@@ -45,7 +45,7 @@ void Logger::createInstance() {
         return;
     }
     if (BasicLogger *const before = kept.exchange(nullptr)) {
-        before->forgetDepths(); // traces that were open then do not end any more
+        before->forgetDepths(); // traces that were open will not write their ends
         static_cast<void>(publish(before));
         return;
     }

@@ -7,7 +7,7 @@
 
 namespace kal {
 
-/// A part of the system that logs under a name of its own. The order of the virtual operations is part of the binary
+/// A part of the system with its own name in the log. The order of the virtual operations is part of the binary
 /// interface.
 class LoggerComponent {
   public:
@@ -17,7 +17,7 @@ class LoggerComponent {
     [[nodiscard]] virtual std::string name() const { return name_; }
     /// Replaces the default mask.
     virtual void setLevel(uint32_t level) { level_ = level; }
-    /// The mask that holds when no setting exists.
+    /// The mask that is used if no setting exists.
     [[nodiscard]] virtual uint32_t level() const { return level_; }
     virtual ~LoggerComponent() = default;
 

@@ -12,8 +12,8 @@ constexpr char upperDigits[] = "0123456789ABCDEF";
 } // namespace
 
 MessageText &MessageText::operator<<(std::string_view text) {
-    if (overflow_.empty() && text.size() < roomSize - size_) { // one byte stays for the terminator
-        // No memcpy: an empty text may have no address.
+    if (overflow_.empty() && text.size() < roomSize - size_) { // keeps one byte for the terminator
+        // Not memcpy, which does not allow the null address of an empty string_view.
         text.copy(room_ + size_, text.size());
         size_ += text.size();
         return *this;

@@ -8,19 +8,20 @@
 
 namespace kal {
 
-/// Bytes to be written as two upper-case hexadecimal digits each, with blanks between.
+/// Bytes to be written as two upper-case hexadecimal digits each, separated by spaces.
 struct HexBytes {
     std::span<const uint8_t> bytes;
 };
 
-/// A number to be written zero-filled to a width.
+/// A number to be zero-filled to a width.
 struct PaddedNumber {
     uint32_t number;
     uint32_t width;
     uint32_t base = 10; ///< 10, or 16 in lower case
 };
 
-/// Composes a text piece by piece, like a string stream without its locale; needs the heap only beyond its own room.
+/// Composes a string from pieces, like a string stream without a locale. Uses the heap only if the fixed buffer is too
+/// small.
 class MessageText {
   public:
     // cppcheck-suppress uninitMemberVar // the room is written before it is read
@@ -33,7 +34,7 @@ class MessageText {
     MessageText &operator<<(char character) { return *this << std::string_view(&character, 1); }
     MessageText &operator<<(std::unsigned_integral auto number) { return writeUnsigned(number); }
     MessageText &operator<<(std::signed_integral auto number) { return writeSigned(number); }
-    /// "0x" and the pointer in 16 upper-case digits; a null pointer writes nothing at all, not even "0x".
+    /// "0x" and 16 upper-case digits; nothing for a null pointer.
     MessageText &operator<<(const void *pointer);
     MessageText &operator<<(HexBytes hex);
     MessageText &operator<<(PaddedNumber padded);
@@ -42,7 +43,7 @@ class MessageText {
     [[nodiscard]] std::string_view view() const noexcept {
         return overflow_.empty() ? std::string_view(room_, size_) : std::string_view(overflow_);
     }
-    /// Zero-terminated.
+    /// Null-terminated.
     [[nodiscard]] const char *c_str() noexcept;
     [[nodiscard]] std::string str() const;
 
@@ -53,7 +54,7 @@ class MessageText {
     static constexpr size_t roomSize = 512;
     char room_[roomSize];
     size_t size_ = 0;      ///< bytes used of the room
-    std::string overflow_; ///< the whole text once it is longer than the room
+    std::string overflow_; ///< the complete string, once it is longer than the fixed buffer
 };
 
 } // namespace kal

@@ -46,7 +46,7 @@ void SettingCache::store(std::string_view name, uint32_t value, uint32_t now) {
         entry->valueAndTick.store(pack(value, now), std::memory_order_relaxed);
         return;
     }
-    // Two threads that miss at once add two entries; the newer is found first, the older is never read again.
+    // Two threads may add an entry for the same setting. The newer one is found first; the older one is not used again.
     auto *const entry = new Entry{std::string(name), pack(value, now), first_.load(std::memory_order_relaxed)};
     while (!first_.compare_exchange_weak(entry->next, entry, std::memory_order_release, std::memory_order_relaxed)) {
     }

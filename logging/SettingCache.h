@@ -8,14 +8,14 @@
 
 namespace kal {
 
-/// Whether a value read at one tick still holds at another. Both are 32-bit millisecond counters: one that wrapped, and
-/// one that did not move at all, make the value stale, never fresh by mistake.
+/// Whether a value read at one tick may still be used at another. Both are 32-bit millisecond counters. A counter that
+/// wrapped or did not move makes the value stale, never wrongly fresh.
 [[nodiscard]] constexpr bool isFresh(uint32_t now, uint32_t readAt, uint32_t maxAgeMilliseconds) noexcept {
     return now > readAt && now - readAt < maxAgeMilliseconds;
 }
 
-/// The last value of each setting and the tick at which it was read. Any number of threads may find and store without
-/// a lock: an entry is added once, never removed, and holds value and tick in one word.
+/// The last value of each setting, with the tick at which it was read. Threads find and store without a lock: an entry
+/// is never removed, and has value and tick in one word.
 class SettingCache {
   public:
     SettingCache() = default;
@@ -23,7 +23,7 @@ class SettingCache {
     SettingCache &operator=(const SettingCache &) = delete;
     ~SettingCache();
 
-    /// The value of a setting when it is fresh.
+    /// The value of a setting, if it is fresh.
     [[nodiscard]] std::optional<uint32_t> find(std::string_view name, uint32_t now,
                                                uint32_t maxAgeMilliseconds) const noexcept;
     void store(std::string_view name, uint32_t value, uint32_t now);
