@@ -6,8 +6,8 @@
 
 namespace kal {
 
-/// A growable byte buffer with a read cursor. A position outside the storage is a program error that stops the process.
-/// The order of the virtual operations is part of the binary interface.
+/// A growable byte buffer with a read cursor. A position outside the storage is a programming error and aborts the
+/// process. The order of the virtual operations is part of the binary interface.
 class Data {
   public:
     Data() = default;
@@ -19,21 +19,20 @@ class Data {
     [[nodiscard]] virtual uint32_t remaining() const;
     /// The first unread byte; null when the buffer is empty.
     [[nodiscard]] virtual const uint8_t *current() const;
-    /// Reads over count bytes, or over none when fewer are unread. With compact, the unread bytes then move to the
-    /// front and what was read is gone.
+    /// Marks count bytes as read, or none if fewer are unread. With compact, removes all bytes that were read.
     virtual void skip(uint32_t count, bool compact);
     virtual void setFirstAttribute(uint32_t value) { firstAttribute_ = value; }
     virtual void setSecondAttribute(uint32_t value) { secondAttribute_ = value; }
     [[nodiscard]] virtual uint32_t getSecondAttribute() const { return secondAttribute_; }
     [[nodiscard]] virtual uint32_t getFirstAttribute() const { return firstAttribute_; }
-    /// Adds bytes at the end; what was read stays read. @return the new end, as an offset
+    /// Appends bytes without changing what was read. @return the new end, as an offset
     virtual size_t append(const uint8_t *bytes, uint32_t count);
-    /// Adds the unread bytes of another buffer, which stays as it is. @return the new end, as an offset
+    /// Appends the unread bytes of another buffer, which is not changed. @return the new end, as an offset
     virtual size_t append(const Data &other);
     /// Drops all bytes and resets.
     virtual void clear();
-    /// Reads over all but the last count unread bytes and overwrites those with the caller's: deliberately into the
-    /// buffer, not out of it. @return false, and nothing changes, when fewer are unread
+    /// Marks all but the last count unread bytes as read, and overwrites those with the caller's (deliberately into the
+    /// buffer, not out of it). @return false, with nothing changed, if fewer are unread
     virtual bool overwriteTail(const uint8_t *bytes, uint32_t count);
 
     /// Makes every byte unread again and sets both attributes to 0.

@@ -8,7 +8,7 @@
 
 namespace kal {
 
-/// A kernel event. Construction yields a valid handle or throws Win32Exception.
+/// A kernel event. The constructor makes a valid handle or throws Win32Exception.
 class Event {
   public:
     /// @param name            name of the kernel object; empty for an unnamed event
@@ -18,11 +18,11 @@ class Event {
     /// Signals the event. Throws "Event::set() failed".
     void set();
 
-    /// Waits; 0xFFFFFFFF waits without time-out. @return true when signalled; false on time-out, on any other result,
-    /// and once when the wait was cancelled. Throws "Event::wait() failed".
+    /// Waits; 0xFFFFFFFF waits indefinitely. @return true if the event was signalled; false after a timeout, after any
+    /// other result, and once if the wait was cancelled. Throws "Event::wait() failed".
     [[nodiscard]] bool wait(uint32_t timeoutMilliseconds);
 
-    /// Makes the next successful wait report false.
+    /// Makes the next successful wait return false.
     void cancelNextWait() noexcept { cancelled_ = true; }
 
     /// The error code of the last failed set().

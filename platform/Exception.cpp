@@ -11,7 +11,7 @@ namespace {
 
 constexpr DWORD englishUnitedStates = 1033;
 
-/// The system's text for a code, cut at its first line break.
+/// The system's message for a code, up to its first line break.
 std::string systemText(uint32_t code) {
     char buffer[256] = {};
     if (FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, englishUnitedStates,
@@ -37,7 +37,7 @@ std::string Win32Exception::errorText() const {
 }
 
 void throwLastError(const char *message, const char *file, uint32_t line) {
-    const DWORD code = GetLastError(); // first: building the strings may change it
+    const DWORD code = GetLastError(); // first, because building the strings may change it
     throw Win32Exception(message, code, file, line);
 }
 

@@ -25,16 +25,16 @@ class Exception {
 
   public:
     std::string file; ///< ".\" and the source's name without extension; may be empty
-    uint32_t line;    ///< 0 when none
+    uint32_t line;    ///< 0 if there is none
 };
 
-/// An Exception that knows the operating system's own words for its code.
+/// An Exception whose text includes the system's message for its code.
 class Win32Exception : public Exception {
   public:
     using Exception::Exception;
 
-    /// "Win32(", the code and the system's text with nothing between and no closing parenthesis (deliberate: log
-    /// readers know this form); empty when the code is 0.
+    /// "Win32(", the code and the system's message without a separator or a closing parenthesis; deliberate, since log
+    /// readers know this form. Empty if the code is 0.
     [[nodiscard]] std::string errorText() const override;
 };
 

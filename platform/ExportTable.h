@@ -7,8 +7,8 @@
 
 namespace kal {
 
-/// The tables of a module's export directory, writable while this lives. They lie behind the directory, in the range of
-/// its entry.
+/// The tables of a module's export directory, writable while this object exists. They follow the directory, in the
+/// range of its entry.
 class ExportTable {
   public:
     explicit ExportTable(HMODULE module) noexcept : module_(module) {
@@ -28,8 +28,8 @@ class ExportTable {
     ExportTable(const ExportTable &) = delete;
     ExportTable &operator=(const ExportTable &) = delete;
 
-    /// Takes names out, so that GetProcAddress no longer finds them, for as long as the module is loaded. The order of
-    /// the other names is kept: they are searched by halves. @return whether the directory could be written
+    /// Removes names, so that GetProcAddress no longer finds them while the module is loaded. The order of the others
+    /// is kept, because they are searched by bisection. @return whether the directory could be written
     template <class Predicate>
     bool remove(Predicate isToBeRemoved) const {
         if (!isWritable_) {
@@ -49,7 +49,7 @@ class ExportTable {
         return true;
     }
 
-    /// Lets names lead to other functions of the same module; null leaves a name as it is.
+    /// Redirects names to other functions of the same module; for null, the name is unchanged.
     template <class TargetOf>
     bool redirect(TargetOf targetOf) const {
         if (!isWritable_) {

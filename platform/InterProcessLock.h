@@ -4,14 +4,14 @@
 
 namespace kal {
 
-/// Holds a named Mutex for the length of a block.
+/// Holds a named Mutex for the duration of a block.
 class InterProcessLock {
   public:
-    /// Waits without time-out. Throws "InterProcessLock has no name" before waiting when the mutex is unnamed.
+    /// Waits indefinitely. Throws "InterProcessLock has no name" before waiting if the mutex is unnamed.
     explicit InterProcessLock(Mutex &mutex);
     InterProcessLock(const InterProcessLock &) = delete;
     InterProcessLock &operator=(const InterProcessLock &) = delete;
-    /// Throws when the mutex cannot be released, unless another exception is on its way.
+    /// Throws if the mutex cannot be released, unless an exception is already being handled.
     ~InterProcessLock() noexcept(false);
 
   private:

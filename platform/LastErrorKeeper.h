@@ -4,7 +4,7 @@
 
 namespace kal {
 
-/// Gives the thread's last error back as it was, for code that must not be noticed by its caller.
+/// Restores the thread's last error, for code that callers must not notice.
 class LastErrorKeeper {
   public:
     LastErrorKeeper() noexcept : lastError_(GetLastError()) {}

@@ -5,8 +5,8 @@
 
 namespace kal {
 
-/// An object that is made while the library is being loaded and whose making may fail. An exception must not leave a
-/// static initialiser, since nobody is there to catch it: it is raised to those who need the object.
+/// An object that is made while the library is loaded. A static initialiser must not throw, so get() rethrows an
+/// exception of the constructor to the code that needs the object.
 template <class Object>
 class MadeAtLoad {
   public:

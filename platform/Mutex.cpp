@@ -51,7 +51,7 @@ void Mutex::release() {
     if (ownerThread_.load(std::memory_order_relaxed) != GetCurrentThreadId()) {
         return;
     }
-    // Counted down from a copy: behind the last ReleaseMutex the count belongs to the next owner.
+    // Uses a copy: after the last ReleaseMutex the count belongs to the next owner.
     for (uint32_t held = holdCount_; held != 0; --held) {
         --holdCount_;
         if (!ReleaseMutex(handle_.get())) {
@@ -64,7 +64,7 @@ ScopedMutex::~ScopedMutex() {
     try {
         mutex_.release();
     } catch (const Win32Exception &) {
-        // Only a broken handle can fail here, and then nothing is held that others could wait for.
+        // This fails only for a broken handle; no other thread can be waiting for it.
     }
 }
 

@@ -10,20 +10,21 @@ namespace kal {
 
 inline constexpr uint32_t waitWithoutTimeout = 0xFFFFFFFF;
 
-/// A kernel mutex, named (then shared by all processes) or not, that counts the holds of its owning thread.
+/// A kernel mutex that counts the holds of its owning thread. With a name, all processes share it.
 class Mutex {
   public:
-    /// @param name            name of the kernel object, used as it stands; empty for an unnamed mutex
+    /// @param name            name of the kernel object, used unchanged; empty for an unnamed mutex
     /// @param everyoneAccess  whether every user may open it
     /// Throws "Mutex::createMutex() CreateMutex failed".
     Mutex(bool initialOwner, const std::string &name, bool everyoneAccess);
 
-    /// Waits for the mutex. A time-out of 0 is deliberately no try-lock: it answers false without looking.
-    /// @return true when held, also when its last holder died; false on time-out. Throws on any other result.
+    /// Waits for the mutex. A timeout of 0 is deliberately not a try-lock: it returns false without checking.
+    /// @return true if it was acquired, also after its last owner died; false after a timeout. Throws on any other
+    /// result.
     [[nodiscard]] bool acquire(uint32_t timeoutMilliseconds);
 
-    /// Gives back every hold of the calling thread at once (one release undoes nested acquires, deliberately); does
-    /// nothing for a thread that is not the owner. Throws "Mutex::release() ReleaseMutex failed".
+    /// Releases all holds of the calling thread at once (deliberate: one release undoes nested acquires). Does nothing
+    /// if the thread is not the owner. Throws "Mutex::release() ReleaseMutex failed".
     void release();
 
     [[nodiscard]] const std::string &name() const noexcept { return name_; }
@@ -38,7 +39,7 @@ class Mutex {
     std::atomic<uint32_t> ownerThread_ = 0; ///< the last thread that acquired; read by others in release()
 };
 
-/// Holds an unnamed Mutex for the length of a block.
+/// Holds an unnamed Mutex for the duration of a block.
 class ScopedMutex {
   public:
     explicit ScopedMutex(Mutex &mutex) : mutex_(mutex) { static_cast<void>(mutex_.acquire(waitWithoutTimeout)); }

@@ -12,13 +12,13 @@ static_assert(sizeof(OSVERSIONINFOEXA) == 156 && sizeof(OSVERSIONINFOA) == 148);
 
 bool readVersion(OSVERSIONINFOEXA &record) noexcept {
 #if defined(_MSC_VER)
-#pragma warning(suppress : 4996) // deprecated, but it alone reports what the process is told it runs on
+#pragma warning(suppress : 4996) // deprecated, but only it reports the version that the process is to see
 #endif
     return GetVersionExA(reinterpret_cast<OSVERSIONINFOA *>(&record)) != 0;
 }
 
-// Not local to instance(): the GNU library guards a local one by means of a slot of thread-local storage that stays
-// taken when the DLL is unloaded, and a process has about a thousand of them.
+// Not local to instance(): for a local object, libstdc++ takes a slot of thread-local storage that stays in use after
+// the DLL is unloaded, and a process has about a thousand slots.
 const MadeAtLoad<OsVersion> madeAtLoad;
 
 } // namespace
@@ -54,7 +54,7 @@ bool OsVersion::isWow64() noexcept {
         return false;
     }
     BOOL wow64 = 0;
-    isWow64Process(GetCurrentProcess(), &wow64); // its own result does not matter: a failed call leaves 0
+    isWow64Process(GetCurrentProcess(), &wow64); // the result is ignored: after a failure, wow64 is 0
     return wow64 == 1;
 }
 

@@ -13,10 +13,10 @@ class OsVersion {
     [[nodiscard]] bool isNtPlatform() const noexcept;
     [[nodiscard]] bool isNt5OrLater() const noexcept;
 
-    /// Whether this is a 32-bit process on 64-bit Windows. Never fails: what cannot be found out is false.
+    /// Whether this is a 32-bit process on 64-bit Windows; false if that cannot be determined.
     [[nodiscard]] static bool isWow64() noexcept;
 
-    /// Whether the operating system is 64-bit Windows; a 64-bit process is always on one.
+    /// Whether the operating system is 64-bit Windows; always true for a 64-bit process.
     [[nodiscard]] static bool is64BitWindows() noexcept;
 
     [[nodiscard]] const OSVERSIONINFOEXA &record() const noexcept { return record_; }

@@ -6,7 +6,7 @@
 
 namespace kal {
 
-/// Owns one kernel handle; null and INVALID_HANDLE_VALUE own nothing.
+/// Owns one kernel handle; null and INVALID_HANDLE_VALUE count as empty.
 class ScopedHandle {
   public:
     explicit ScopedHandle(HANDLE handle = nullptr) noexcept : handle_(handle) {}

@@ -4,7 +4,7 @@
 
 namespace kal {
 
-/// Security attributes for objects that processes share; the base hands out attributes without a descriptor. Inert
+/// Security attributes for objects that processes share. This class has attributes without a descriptor. Without effect
 /// outside the NT platform family. The order of the virtual operations is part of the binary interface.
 class Security {
   public:

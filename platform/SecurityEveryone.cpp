@@ -12,10 +12,10 @@ namespace {
 static_assert(sizeof(SECURITY_DESCRIPTOR) == 40 && sizeof(SECURITY_ATTRIBUTES) == 24);
 
 constexpr const char *file = ".\\SecurityEveryone";
-// One text for five failing calls, told apart by their lines only: deliberate, support knows the lines.
+// Deliberate: five calls that can fail share one message and differ in the line number, which support staff know.
 constexpr const char *descriptorFailed = "SecurityEveryone::SecurityEveryone() InitializeSecurityDescriptor failed";
 
-/// Bytes of an access list with one access-allowed entry for each SID.
+/// Size of an access list with one access-allowed entry per SID.
 uint32_t accessListSize(std::span<PSID const> sids) {
     uint32_t size = sizeof(ACL);
     for (PSID const sid : sids) {

@@ -7,11 +7,11 @@
 
 namespace kal {
 
-/// Security that grants Everyone all access by one access-allowed entry.
+/// Grants Everyone full access, with one access-allowed entry.
 class SecurityEveryone : public Security {
   public:
-    /// @param inheritable  whether containers made below inherit the entry
-    /// Throws the "SecurityEveryone::..." exceptions of the first call that fails.
+    /// @param inheritable  whether objects created inside a container inherit the entry
+    /// Throws the "SecurityEveryone::..." exception of the first call that fails.
     explicit SecurityEveryone(bool inheritable);
 
     [[nodiscard]] const ACL *accessList() const noexcept { return reinterpret_cast<const ACL *>(acl_.get()); }

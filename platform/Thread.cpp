@@ -10,7 +10,7 @@ namespace kal {
 
 unsigned __stdcall Thread::procedure(void *startRecord) {
     const auto &record = *static_cast<StartRecord *>(startRecord);
-    Runnable &runnable = *record.runnable; // before the signal: the starter closes the event at once
+    Runnable &runnable = *record.runnable; // before the signal, after which start() may close the event
     record.started->set();
     return runnable.run();
 }
@@ -20,7 +20,7 @@ void Thread::start() {
     startRecord_ = std::make_unique<StartRecord>(StartRecord{runnable_, &started});
     const uintptr_t created =
         _beginthreadex(nullptr, stackSize_, &Thread::procedure, startRecord_.get(), 0, &threadId_);
-    // Only all ones counts as a failure; a null handle is deliberately not tested for.
+    // Only all ones is a failure; a null handle is deliberately not checked.
     if (created == static_cast<uintptr_t>(-1)) {
         throwLastError("Thread::start()", ".\\Thread", __LINE__);
     }
@@ -29,7 +29,7 @@ void Thread::start() {
     try {
         static_cast<void>(started.wait(waitWithoutTimeout));
     } catch (const Win32Exception &) {
-        awaitEnd(); // the thread still signals the event that goes with this block
+        awaitEnd(); // the thread may still signal the event, which this block destroys
         throw;
     }
 }

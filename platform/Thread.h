@@ -9,7 +9,7 @@ namespace kal {
 
 class Event;
 
-/// A piece of work. The order of the virtual operations is part of the binary interface.
+/// A task. The order of the virtual operations is part of the binary interface.
 class Runnable {
   public:
     virtual ~Runnable() = default;
@@ -17,7 +17,7 @@ class Runnable {
     virtual uint32_t run() = 0;
 };
 
-/// A plain function with one untyped argument as a Runnable; owns neither.
+/// A plain function with one untyped argument, as a Runnable. Owns neither.
 class RunnableFunction : public Runnable {
   public:
     using Function = uint32_t(void *);
@@ -30,21 +30,21 @@ class RunnableFunction : public Runnable {
     void *argument_;
 };
 
-/// Runs one Runnable on a thread of its own. Started once, by its creator; destroying it waits for the thread's end.
+/// Runs one Runnable on a thread of its own. Its creator starts it once; the destructor waits for the thread to end.
 class Thread {
   public:
     static constexpr uint32_t defaultStackSize = 4096;
 
-    /// @param runnable  not owned; outlives the thread
+    /// @param runnable  not owned; must outlive the thread
     explicit Thread(Runnable &runnable) noexcept : runnable_(&runnable) {}
     Thread(const Thread &) = delete;
     Thread &operator=(const Thread &) = delete;
     virtual ~Thread();
 
-    /// Returns when the new thread runs. Throws "Thread::start()" when no thread can be made.
+    /// Returns when the new thread runs. Throws "Thread::start()" if the thread cannot be created.
     void start();
 
-    /// @param timeoutMilliseconds  0xFFFFFFFF waits without time-out
+    /// @param timeoutMilliseconds  0xFFFFFFFF waits indefinitely
     /// @return whether the thread has ended
     [[nodiscard]] bool join(uint32_t timeoutMilliseconds) const noexcept;
 
@@ -56,7 +56,8 @@ class Thread {
         Event *started;
     };
     static unsigned __stdcall procedure(void *startRecord);
-    /// Returns when the thread has ended, also when the system refuses to wait for it: what it uses goes away then.
+    /// Returns when the thread has ended, even if the system refuses to wait for it: objects that it uses are then
+    /// freed.
     void awaitEnd() const noexcept;
 
     std::unique_ptr<StartRecord> startRecord_;

@@ -1,6 +1,6 @@
-// The thread library of MinGW takes a slot of thread-local storage when it is first used and keeps it when the DLL that
-// it is linked into is freed. A process has about a thousand slots, and a DLL may be loaded and freed any number of
-// times: so the slot is given back with the DLL.
+// The thread library of MinGW takes a slot of thread-local storage at its first use, and keeps the slot when its DLL is
+// freed. A process has about a thousand slots, and may load and free a DLL any number of times. This file therefore
+// frees the slot with the DLL.
 
 #if defined(__MINGW32__)
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-DWORD slot = TLS_OUT_OF_INDEXES; ///< that library takes one, once
+DWORD slot = TLS_OUT_OF_INDEXES; ///< the thread library takes a single one
 DWORD(WINAPI *systemTlsAlloc)() = nullptr;
 
 void giveSlotBack() {
@@ -19,14 +19,14 @@ void giveSlotBack() {
     }
 }
 
-/// What is registered first runs last. A destructor attribute would run before the destructors of static objects, which
-/// may still need the slot.
+/// Functions registered with atexit run in reverse order, so this one runs last. A destructor attribute would run
+/// before the destructors of static objects, which may still need the slot.
 void registerEnd() {
     static bool isRegistered = false;
     isRegistered = isRegistered || std::atexit(giveSlotBack) == 0;
 }
 
-/// Before every other constructor of the DLL.
+/// Runs before every other constructor of the DLL.
 __attribute__((constructor(101))) void findTlsAlloc() {
     registerEnd();
     systemTlsAlloc = reinterpret_cast<DWORD(WINAPI *)()>(
@@ -34,9 +34,9 @@ __attribute__((constructor(101))) void findTlsAlloc() {
 }
 
 DWORD WINAPI takeSlot() {
-    registerEnd(); // unless there was no memory for it while the DLL was loaded
+    registerEnd(); // if that failed while the DLL was loaded
     if (systemTlsAlloc == nullptr) {
-        findTlsAlloc(); // it was not to be found while the DLL was loaded
+        findTlsAlloc(); // if that failed while the DLL was loaded
     }
     slot = systemTlsAlloc == nullptr ? TLS_OUT_OF_INDEXES : systemTlsAlloc();
     return slot;
@@ -46,7 +46,7 @@ DWORD WINAPI takeSlot() {
 
 extern "C" {
 
-/// Stands in the place of the import, so that every call of the linked libraries comes here.
+/// Replaces the import, so that every call by the linked libraries arrives here.
 DWORD(WINAPI *__imp_TlsAlloc)() = takeSlot; // NOLINT(readability-identifier-naming): the linker's name
 }
 
