@@ -1,4 +1,4 @@
-/// How the commands are added to the command line, and numbers among their arguments.
+/// Adds commands to the command line, and numbers to their arguments.
 #pragma once
 
 #include "tools/Invocation.h"
@@ -10,18 +10,18 @@
 
 namespace tool {
 
-/// An argument ("HANDLE") or option ("--port-type") that is a number, decimal or 0x hexadecimal, up to the limit.
+/// An argument ("HANDLE") or option ("--port-type") with a number up to the limit, decimal or hexadecimal (0x).
 template <class Number>
 CLI::Option *addNumber(CLI::App &command, const std::string &name, Number &target, const std::string &description,
                        uint32_t limit);
 
-/// A printer handle as the argument or option of that name.
+/// An argument or option of this name with a printer handle.
 CLI::Option *addHandle(CLI::App &command, const std::string &name, uint16_t &target);
 
 /// "--json".
 CLI::Option *addJson(CLI::App &command, bool &target, const std::string &description = "Print JSON");
 
-/// Each command family adds its commands.
+/// Each function adds the commands of one family.
 void addPrintCommands(CLI::App &program, Invocation &invocation);
 void addEnumerationCommands(CLI::App &program, Invocation &invocation);
 void addStatusCommands(CLI::App &program, Invocation &invocation);

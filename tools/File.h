@@ -1,4 +1,4 @@
-/// Files read from front to back, and written ones that exist only when they are complete.
+/// Files for sequential reading, and output files that remain only if they are complete.
 #pragma once
 
 #include <windows.h>
@@ -13,7 +13,7 @@
 
 namespace tool {
 
-/// A file open for reading; others may write, rename and delete it meanwhile. Failures end the command.
+/// A file open for reading; other processes may write, rename and delete it. Failures end the command.
 class InputFile {
   public:
     explicit InputFile(const std::string &path);
@@ -22,9 +22,9 @@ class InputFile {
     InputFile &operator=(const InputFile &) = delete;
 
     [[nodiscard]] uint64_t size() const;
-    /// Reads on; less than the buffer holds only at the end of the file.
+    /// Reads the next bytes. Fills the buffer except at the end of the file.
     [[nodiscard]] size_t read(std::span<char> buffer);
-    /// Whether the path still leads to this file.
+    /// Whether the path still refers to this file.
     [[nodiscard]] bool isStillAt(const std::string &path) const;
 
   private:
@@ -32,7 +32,7 @@ class InputFile {
     HANDLE file_;
 };
 
-/// A file that is written anew; without commit it is removed again.
+/// Replaces a file. Without commit, the new file is deleted.
 class OutputFile {
   public:
     explicit OutputFile(const std::string &path);
@@ -53,15 +53,15 @@ class OutputFile {
 
 bool fileExists(const std::string &path);
 
-/// The size of a file; nothing when there is none.
+/// The size of a file; nothing if it does not exist.
 std::optional<uint64_t> fileSize(const std::string &path);
 
-/// A whole small file; ends the command when it is larger than the limit.
+/// The content of a small file; ends the command if it is larger than the limit.
 std::vector<uint8_t> readWholeFile(const std::string &path, size_t limit);
 
-/// The name behind the last backslash or slash.
+/// The part after the last backslash or slash.
 std::string_view fileNameOf(std::string_view path);
-/// Everything before that name, the backslash included.
+/// The part before the file name, with the backslash.
 std::string_view folderOf(std::string_view path);
 
 } // namespace tool

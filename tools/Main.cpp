@@ -21,7 +21,7 @@ std::string versionText() {
 }
 
 void addCommands(CLI::App &program, Invocation &invocation) {
-    program.allow_windows_style_options(false); // a file name may begin with a slash; the commands take this over
+    program.allow_windows_style_options(false); // file names may begin with a slash; the commands inherit this
     program.set_version_flag("--version", versionText());
     program.add_option("--server", invocation.server, "Machine on which the service runs; this one by default");
     program.require_subcommand(1);
@@ -50,7 +50,7 @@ int run() {
     addCommands(program, invocation);
     try {
         std::vector<std::string> arguments = commandLineArguments();
-        // The parser takes them from the back, without the program's name.
+        // The parser expects the arguments in reverse order, without the program's name.
         std::reverse(arguments.begin(), arguments.end());
         arguments.pop_back();
         program.parse(std::move(arguments));
@@ -74,7 +74,7 @@ int main() {
     } catch (...) {
         tool::printError("kal: the library raised an exception; `kal doctor` may tell why\n");
     }
-    // What a full disk or a closed pipe swallowed must not count as done.
+    // Reports a failure if output was lost, because of a full disk or a closed pipe.
     if (std::fflush(stdout) != 0 && status == tool::succeeded) {
         tool::printError("kal: the output cannot be written\n");
         status = tool::failed;

@@ -17,13 +17,13 @@ bool isTerminal(DWORD standardHandle) {
     return GetConsoleMode(GetStdHandle(standardHandle), &mode) != 0;
 }
 
-/// Set by the system's own thread on Ctrl-C; made once and kept, because that thread may come at any time.
+/// Set by the system's thread on Ctrl-C. Never closed, because that thread may run at any time.
 HANDLE interruptionEvent() {
     static const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     return event;
 }
 
-std::atomic<bool> isInterrupted = false; ///< as the event, for those who ask often and wait for nothing
+std::atomic<bool> isInterrupted = false; ///< same state as the event, for frequent checks
 
 BOOL WINAPI noteInterruption(DWORD /*kind*/) {
     isInterrupted = true;

@@ -1,4 +1,4 @@
-/// The terminal, when there is one: colours, a line that is written over, and Ctrl-C as an orderly end.
+/// The terminal, if there is one: colours, a status line, and handling of Ctrl-C.
 #pragma once
 
 #include <windows.h>
@@ -11,15 +11,15 @@ namespace tool {
 void printOut(std::string_view text);
 void printError(std::string_view text);
 
-/// Whether people read standard output (not a file or a pipe).
+/// Whether standard output is a terminal, not a file or a pipe.
 bool outputIsTerminal();
-/// Whether colours may be used on standard output: a terminal that knows them, and NO_COLOR is not set.
+/// Whether to use colours on standard output: the terminal supports them, and NO_COLOR is not set.
 bool outputHasColours();
 
-/// Standard output as bytes, without line ends being changed.
+/// Writes line ends to standard output unchanged.
 void makeOutputBinary();
 
-/// The progress of something long, on standard error, and only when that is a terminal.
+/// Shows the progress of a long operation on standard error, if that is a terminal.
 class StatusLine {
   public:
     StatusLine();
@@ -36,7 +36,8 @@ class StatusLine {
     size_t width_ = 0;
 };
 
-/// While it lives, Ctrl-C, Ctrl-Break and a closed console are noted instead of ending the process. One at a time.
+/// While it exists, Ctrl-C, Ctrl-Break and a closed console are recorded and do not end the process. Only one may
+/// exist.
 class Interruption {
   public:
     Interruption();
@@ -45,7 +46,7 @@ class Interruption {
     Interruption &operator=(const Interruption &) = delete;
 
     [[nodiscard]] bool requested() const;
-    /// An event that is set once an end was asked for.
+    /// An event that is set by the first interruption.
     [[nodiscard]] HANDLE event() const noexcept;
 };
 

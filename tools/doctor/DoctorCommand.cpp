@@ -20,7 +20,7 @@ namespace tool {
 
 namespace {
 
-/// "1.2.3.4" from the file's version resource; nothing when it has none.
+/// "1.2.3.4" from the file's version resource; nothing if there is none.
 std::optional<std::string> fileVersion(const std::string &path) {
     const std::wstring widePath = toWide(path);
     std::vector<uint8_t> information(GetFileVersionInfoSizeW(widePath.c_str(), nullptr));
@@ -61,10 +61,10 @@ void examineSettings(DoctorReport &report, const LogLocation &location) {
     }
 }
 
-/// Tries to open or make the log as the library would, and leaves nothing behind. @return 0 or the error code
+/// Tries to open or create the log as the library would, without leaving a file. @return 0 or the error code
 unsigned long tryLogFile(const std::string &path) {
     const bool exists = GetFileAttributesW(toWide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
-    // A file that is not there yet is tried under another name: another program's first line must not vanish with it.
+    // If the log does not exist, tries another name: deleting the log could delete another program's first line.
     const std::string probe = exists ? path : path + ".probe";
     const HANDLE file =
         CreateFileW(toWide(probe).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
@@ -90,13 +90,13 @@ void examineLogFile(DoctorReport &report, const LogLocation &location) {
 void examineRegistration(DoctorReport &report, const Invocation &invocation) {
     const char *const remedy = "`kal log show` may tell why; without a registration no call reaches the service";
     try {
-        // Registering alone does not tell whether it worked; with a server name it does.
+        // The result says whether the registration works only if a server name is passed, even an empty one.
         const int32_t registered = KalRegisterWithRpcServer(toNarrow(invocation.server).c_str());
         if (registered != 1) {
             report.fail("registration", "KalRegisterWithRpcServer answered " + describeResult(registered), remedy);
             return;
         }
-        // An enumeration of nothing asks the service nothing, but fails without a binding.
+        // With mask 0 the service is not called, but the call fails without a binding.
         const int32_t enumerated = KalEnumPrinters(0, 0, nullptr);
         KalUnregisterApp(0);
         if (enumerated == KAL_OKAY) {
@@ -105,7 +105,7 @@ void examineRegistration(DoctorReport &report, const Invocation &invocation) {
             report.fail("registration", "KalEnumPrinters answered " + describeResult(enumerated), remedy);
         }
     } catch (...) {
-        // The library raises an exception of its own when there is no registration at all.
+        // Without a registration the library throws an exception of its own.
         report.fail("registration", "the library raised an exception", remedy);
     }
 }

@@ -1,4 +1,4 @@
-/// What `kal doctor` found out, in the order in which an engineer asks for it.
+/// The findings of `kal doctor`, in the order in which an engineer needs them.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -14,7 +14,7 @@ struct Finding {
     std::string question;
     Verdict verdict;
     std::string answer;
-    std::string remedy; ///< "" when there is nothing to do
+    std::string remedy; ///< "" if no action is needed
 };
 
 class DoctorReport {
@@ -23,7 +23,7 @@ class DoctorReport {
     void warn(std::string question, std::string answer, std::string remedy);
     void fail(std::string question, std::string answer, std::string remedy);
 
-    /// No warning and no failure.
+    /// Whether there is neither a warning nor a failure.
     [[nodiscard]] bool isAllWell() const;
     [[nodiscard]] std::string text() const;
     [[nodiscard]] nlohmann::ordered_json json() const;

@@ -40,7 +40,7 @@ std::vector<std::string_view> ServiceLibrary::missingEntryPoints() const {
 
 template <class Function>
 Function ServiceLibrary::find(const char *name) const {
-    // By way of void *: the two function types have nothing in common, as the system's interface wants it.
+    // GetProcAddress returns an unrelated function type; the cast through void * avoids a compiler warning.
     return reinterpret_cast<Function>(reinterpret_cast<void *>(GetProcAddress(module_, name)));
 }
 

@@ -1,4 +1,4 @@
-/// The service's client library, loaded beside the tool's own use of it, to see what is wrong with it.
+/// The service's client library. The doctor loads it itself to find out what is wrong with it.
 #pragma once
 
 #include <windows.h>
@@ -22,7 +22,7 @@ class ServiceLibrary {
     [[nodiscard]] unsigned long loadError() const noexcept { return loadError_; }
     [[nodiscard]] std::vector<std::string_view> missingEntryPoints() const;
 
-    /// The code of the call; 127 when the entry point is missing.
+    /// The code of the call; 127 if the entry point is missing.
     [[nodiscard]] uint32_t initialize() const;
     [[nodiscard]] uint32_t requestClientId(uint32_t &clientId) const;
     void uninitialize() const;

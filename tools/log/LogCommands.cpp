@@ -70,7 +70,7 @@ int logOff() {
     return succeeded;
 }
 
-/// "--NAME" and "--no-NAME"; without either the target stays as it is.
+/// Adds "--NAME" and "--no-NAME". Without either, the target is unchanged.
 void addSwitch(CLI::App &command, const std::string &name, std::optional<bool> &target,
                const std::string &description) {
     command.add_flag_function(

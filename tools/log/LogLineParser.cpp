@@ -83,7 +83,7 @@ bool takeComponent(std::string_view &line, std::string_view &component) {
     if (length == 0 || !std::all_of(line.begin(), line.begin() + static_cast<ptrdiff_t>(length), isWordCharacter)) {
         return false;
     }
-    // A name that is longer than its column stands whole; one blank follows either way.
+    // A name longer than the column is not truncated. In both cases one space follows.
     const size_t column = std::max(length, componentWidth);
     if (line.size() <= column || line.substr(length, column + 1 - length).find_first_not_of(' ') != line.npos) {
         return false;
@@ -101,7 +101,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(" ,") + 1 - begin);
 }
 
-/// Where the label that an equals sign closes begins; a blank may stand between the two ("handle =5").
+/// Start of the label before an equals sign; spaces may separate the two ("handle =5").
 size_t labelBegin(std::string_view text, size_t equals, size_t &labelEnd) {
     labelEnd = equals;
     while (labelEnd > 0 && text[labelEnd - 1] == ' ') {
@@ -117,7 +117,7 @@ size_t labelBegin(std::string_view text, size_t equals, size_t &labelEnd) {
 } // namespace
 
 int64_t LogClock::milliseconds() const {
-    // Days of the civil calendar, counted in years that begin in March so that the leap day is a year's last.
+    // Days of the Gregorian calendar. Years are counted from March, so that the leap day is the last day of a year.
     const int64_t shifted = month <= 2 ? year - 1 : year;
     const int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
     const int64_t yearOfEra = shifted - era * 400;
@@ -202,7 +202,7 @@ std::vector<CallArgument> callArguments(std::string_view description) {
     for (size_t equals = text.find('='); equals != text.npos; equals = text.find('=', equals + 1)) {
         size_t labelEnd = 0;
         const size_t begin = labelBegin(text, equals, labelEnd);
-        // An equals sign inside a value ("key=a=b") has no label of its own before it.
+        // Not a label, so this equals sign is part of a value ("key=a=b").
         if (begin == labelEnd || (begin > 0 && text[begin - 1] != ' ')) {
             continue;
         }
@@ -224,7 +224,8 @@ bool isFailureResult(std::string_view result) {
             return true;
         }
     }
-    // Numbers: 1 is the plain failure, device errors are negative; "0, bytesWritten=..." and port types are successes.
+    // Numbers: 1 is the general failure; device errors are negative. "0, bytesWritten=..." and port types are
+    // successes.
     const std::string_view number = result.substr(0, result.find(','));
     return number == "1" || (number.size() > 1 && number[0] == '-' && isDigit(number[1]));
 }

@@ -1,8 +1,7 @@
-/// One line of the shared log file taken apart again.
+/// Parses lines of the shared log file.
 ///
-/// A line is [clock ][pid=hex ][tid=hex ]component, padded to fifteen columns, one blank, as many blanks as calls are
-/// open on the thread, and the text. Which of the three header fields stand there is a setting, and may change from one
-/// line to the next.
+/// A line is [clock ][pid=hex ][tid=hex ]component, padded to fifteen columns, a space, one space per open call of the
+/// thread, and the text. A setting selects which of the three header fields are present; it may change between lines.
 #pragma once
 
 #include <compare>
@@ -15,7 +14,7 @@
 
 namespace tool {
 
-/// The clock of a log line: local time of the machine that wrote it, to the millisecond.
+/// The clock of a log line: local time of the machine that wrote it, in milliseconds.
 struct LogClock {
     int year = 0;
     unsigned month = 0;
@@ -25,7 +24,7 @@ struct LogClock {
     unsigned second = 0;
     unsigned millisecond = 0;
 
-    /// Milliseconds since the first of January 1970 of the same, unknown, time zone.
+    /// Milliseconds since 1 January 1970 in the same, unknown, time zone.
     [[nodiscard]] int64_t milliseconds() const;
     /// "YYYY/MM/DD".
     [[nodiscard]] std::string date() const;
@@ -35,7 +34,7 @@ struct LogClock {
     friend auto operator<=>(const LogClock &, const LogClock &) = default;
 };
 
-/// A log line; the views live as long as the text that was parsed.
+/// A log line. The views refer to the text that was parsed.
 struct LogLine {
     std::optional<LogClock> clock;
     std::optional<uint32_t> processId;
@@ -45,28 +44,28 @@ struct LogLine {
     std::string_view text;
 };
 
-/// The line, or nothing when the text does not have the shape of one (the rest of a message with a line break in it).
+/// The parsed line; nothing if the text is not a log line, for example the rest of a message with a line break.
 std::optional<LogLine> parseLogLine(std::string_view line);
 
 enum class CallEvent { entry, exit, message };
 
-/// What kind of line a text makes: "+" enters a call, "-" leaves it, everything else was said in between.
+/// The kind of a line's text: "+" enters a call, "-" leaves it, anything else is a message.
 CallEvent callEvent(std::string_view text);
 
-/// A call's text without its sign, and the result behind " rc=" when it is an exit that has one.
+/// A call's text without its sign, and the result after " rc=" if the line is an exit with a result.
 struct CallText {
     std::string_view description;
     std::optional<std::string_view> result;
 };
 
-/// Takes an exit apart, given the description with which the call was entered; nothing when the exit is not that
-/// call's. The entry is needed because " rc=" may also stand in an argument.
+/// Splits an exit into its description and result; nothing if it does not belong to the entry with this description.
+/// The entry is needed because an argument may contain " rc=".
 std::optional<CallText> matchExit(std::string_view exitText, std::string_view entryDescription);
 
-/// Takes an exit apart without its entry, at the last " rc=".
+/// Splits an exit without knowing its entry, at the last " rc=".
 CallText splitExit(std::string_view exitText);
 
-/// The export's name: what stands before "()", or the whole description.
+/// The export's name: the part before "()", or the complete description.
 std::string_view callName(std::string_view description);
 
 struct CallArgument {
@@ -74,13 +73,13 @@ struct CallArgument {
     std::string value;
 };
 
-/// The labelled arguments behind the name: "KalWrite() handle=5 byteCount=7" has handle and byteCount.
+/// The labelled arguments after the name: "KalWrite() handle=5 byteCount=7" has handle and byteCount.
 std::vector<CallArgument> callArguments(std::string_view description);
 
-/// Whether a call's result, as its exit line gives it, tells of a failure.
+/// Whether a result in an exit line is a failure.
 bool isFailureResult(std::string_view result);
 
-/// Whether a line tells of a failure: an exit with such a result, or a message that says so.
+/// Whether a line reports a failure: an exit with such a result, or a message that contains one of certain phrases.
 bool isFailure(const LogLine &line);
 
 } // namespace tool

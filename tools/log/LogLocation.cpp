@@ -11,7 +11,7 @@ namespace tool {
 
 namespace {
 
-/// An open registry key, or none.
+/// An open registry key; may be empty.
 class Key {
   public:
     explicit Key(HKEY key = nullptr) : key_(key) {}
@@ -44,7 +44,7 @@ std::string libraryPath() {
     return fromWide(path);
 }
 
-/// The folder as the library expands it; an unset variable stays as it is written there.
+/// The folder as the library expands it. A variable that is not set is not expanded.
 std::string logFolder() {
     std::wstring folder(32768, L'\0');
     const DWORD length =

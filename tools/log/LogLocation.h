@@ -1,4 +1,4 @@
-/// Where the library that this process loaded keeps its settings and its log, and the log's settings there.
+/// The places of the settings and the log of the library in this process, and the log's settings.
 #pragma once
 
 #include "tools/log/LogSelection.h"
@@ -12,32 +12,32 @@
 
 namespace tool {
 
-/// The rights with which the library opens its settings key.
+/// The access mask with which the library opens its settings key.
 inline constexpr REGSAM settingsAccess = 31 | KEY_WOW64_64KEY;
 
-/// All texts are UTF-8; key paths are relative to HKEY_LOCAL_MACHINE and end without a backslash.
+/// All strings are UTF-8. Key paths are relative to HKEY_LOCAL_MACHINE and do not end with a backslash.
 struct LogLocation {
     std::string libraryPath;
     std::string brandCode;
     bool isBrandRecognised = false;
-    std::string settingsKey; ///< without it the library logs nothing at all
-    std::string loggerKey;   ///< below it; its values are the log's settings
+    std::string settingsKey; ///< without this key the library logs nothing
+    std::string loggerKey;   ///< below settingsKey; its values are the log's settings
     std::string logFile;
 };
 
-/// The place that the library in this process uses.
+/// The location for the library in this process.
 LogLocation locateLog();
 
 /// "HKEY_LOCAL_MACHINE\" and the path.
 std::string fullKeyName(const std::string &path);
 
-/// Whether a key opens with the given rights. @return 0 or the system's error code
+/// Tries to open a key with the given access mask. @return 0 or the system's error code
 unsigned long tryKey(const std::string &path, REGSAM access);
 
-/// Reads the DWORD values of a key; a key or value that is missing or has another type reads as not stored.
+/// Reads the DWORD values of a key. A key or value that is missing or has another type counts as not stored.
 SettingReader settingReader(const std::string &path);
 
-/// Stores DWORD values, creating the key when it is missing. Ends the command when this user may not.
+/// Stores DWORD values and creates the key if needed. Ends the command if the user may not do that.
 void storeSettings(const std::string &path, const std::vector<LogSetting> &settings);
 
 } // namespace tool

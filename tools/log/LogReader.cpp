@@ -18,7 +18,7 @@ LineSplitter::Sink decoding(const LineSplitter::Sink &sink) {
     return [&sink](std::string_view line) { sink(fromNarrow(line)); };
 }
 
-/// Feeds what is left of the file. @return the number of bytes
+/// Feeds the rest of the file. @return the number of bytes
 uint64_t readOn(InputFile &file, LineSplitter &lines, std::vector<char> &block) {
     uint64_t total = 0;
     while (const size_t count = file.read(block)) {

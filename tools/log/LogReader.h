@@ -1,4 +1,4 @@
-/// The log file as a stream of lines, of any size and while it grows.
+/// Reads the log file as a stream of lines. The file may have any size and may grow.
 #pragma once
 
 #include "tools/text/LineSplitter.h"
@@ -10,17 +10,18 @@
 
 namespace tool {
 
-/// Every line that is in the file now, in UTF-8. Ends the command when there is no such file.
+/// Passes every line in the file to the sink, in UTF-8. Ends the command if the file does not exist.
 void readLog(const std::string &path, const LineSplitter::Sink &sink);
 
-/// How long to go on after the end of the file was reached.
+/// When to stop waiting for further lines.
 struct FollowEnd {
     std::chrono::steady_clock::time_point deadline;
     HANDLE stop; ///< an event
 };
 
-/// As readLog, then every line that is added, also to a file that was deleted, renamed or cut meanwhile: what stands
-/// under its name is read. A file that is not there yet is waited for. afterBatch runs when all lines so far were read.
+/// Like readLog, then passes every line that is added. Waits for a file that does not exist yet. If the file is
+/// deleted, renamed or truncated, continues with the file that then has its name. Calls afterBatch after each set of
+/// lines.
 void followLog(const std::string &path, const LineSplitter::Sink &sink, const std::function<void()> &afterBatch,
                const FollowEnd &end);
 

@@ -52,7 +52,7 @@ std::vector<LogSetting> settingsFor(const LogRequest &request) {
     storeFlag(settings, logSetting::clock, request.clock);
     storeFlag(settings, logSetting::processId, request.processId);
     storeFlag(settings, logSetting::threadId, request.threadId);
-    // Last, so that nothing that is not wanted is written while the others are being stored.
+    // Last, so that unwanted components are not logged while the other settings are stored.
     settings.emplace_back(logSetting::startLog, 1);
     return settings;
 }

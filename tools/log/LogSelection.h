@@ -1,4 +1,4 @@
-/// Which settings of the log make it write what somebody asked for.
+/// The log settings for a selection of levels and components.
 #pragma once
 
 #include <cstdint>
@@ -23,27 +23,27 @@ inline constexpr std::string_view processId = "Proc_Id_In_Header";
 inline constexpr std::string_view threadId = "Thread_Id_In_Header";
 } // namespace logSetting
 
-/// What `kal log on` was asked for; what is not set stays as it is.
+/// The arguments of `kal log on`; settings without a value are unchanged.
 struct LogRequest {
     bool all = false;                     ///< every level of every component
-    std::optional<uint32_t> level{};      ///< these levels of every component, and no others
-    std::vector<LogSetting> components{}; ///< these levels of these components, and nothing of the others
+    std::optional<uint32_t> level{};      ///< only these levels, of every component
+    std::vector<LogSetting> components{}; ///< only these levels of these components
     std::optional<bool> clock{};
     std::optional<bool> processId{};
     std::optional<bool> threadId{};
 };
 
-/// The settings to store, in order. A component passes when its own mask or that of "All" has the level, and some
-/// components have a mask of their own by default: so a narrower selection stores a mask for every component.
+/// The settings to store, in order. A line is written if either its component's mask or that of "All" has the level,
+/// and some components have their own default mask. A narrower selection therefore stores a mask for every component.
 std::vector<LogSetting> settingsFor(const LogRequest &request);
 
-/// The component's name as the log knows it, whatever the case; nothing when there is no such component.
+/// The component's name with the log's capitalisation; nothing if there is no such component. Ignores case.
 std::optional<std::string> findComponent(std::string_view name);
 
-/// Reads a stored setting; nothing when it is not stored.
+/// Reads a stored setting; nothing if it is not stored.
 using SettingReader = std::function<std::optional<uint32_t>(std::string_view name)>;
 
-/// One phrase about what is written: "on: every level of every component".
+/// One phrase that describes the selection: "on: every level of every component".
 std::string describeSelection(const SettingReader &read);
 
 /// The header's fields: "clock, process id" or "nothing".

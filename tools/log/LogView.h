@@ -1,4 +1,4 @@
-/// The log as `kal log show` prints it: which lines are wanted, and how one of them looks.
+/// The output of `kal log show`: which lines are shown, and in which form.
 #pragma once
 
 #include "tools/log/LogLineParser.h"
@@ -10,24 +10,24 @@
 
 namespace tool {
 
-/// Which lines are shown; what is not set lets every line pass.
+/// Which lines are shown; members without a value accept every line.
 struct LogFilter {
     std::optional<uint32_t> processId{};
     std::optional<uint32_t> threadId{};
     std::string component{}; ///< compared without regard to ASCII case
-    std::string text{};      ///< must stand somewhere in the line's text, as it is
+    std::string text{};      ///< must be part of the line's text; case matters
 
-    /// A line without the process or thread id that is asked for does not pass.
+    /// A line without a process or thread id is not accepted if one is requested.
     [[nodiscard]] bool accepts(const LogLine &line) const;
 };
 
-/// Prints lines one after the other; remembers only which day and which line came last.
+/// Formats lines in order. Keeps only the last date, and whether the last line was shown.
 class LogView {
   public:
     LogView(LogFilter filter, bool coloured) : filter_(std::move(filter)), coloured_(coloured) {}
 
-    /// What is printed for a line of the file, line ends included; "" for one that is not shown. A line that is none
-    /// goes with the line before it: it is the rest of a message with a line break in it.
+    /// The output for a line of the file, with line ends; "" if it is not shown. Text that is not a log line is the
+    /// rest of a message with a line break: it is shown if the line before it was.
     [[nodiscard]] std::string show(std::string_view rawLine);
 
   private:
@@ -39,7 +39,7 @@ class LogView {
     std::string date_;
 };
 
-/// The same as one JSON object on one line; "" for a line that is not shown or none.
+/// The line as one JSON object on one line; "" if it is not shown or is not a log line.
 std::string logLineJson(std::string_view rawLine, const LogFilter &filter);
 
 } // namespace tool

@@ -50,7 +50,7 @@ void Timeline::finish() {
 
 int64_t Timeline::placeOf(const LogLine &line) {
     const int64_t clock = line.clock ? line.clock->milliseconds() * 1000 : lastTime_ + 1;
-    // Lines go backwards when the clock was set; a whole hour and more is taken as it is, less is kept in order.
+    // Times go back if the clock was set. A step of more than an hour is kept; a smaller one is corrected.
     const bool setBack = clock < lastTime_ - 3'600'000'000;
     lastTime_ = setBack ? clock : std::max(clock, lastTime_ + 1);
     return lastTime_;
@@ -68,13 +68,13 @@ void Timeline::leave(const Thread &thread, const LogLine &line, int64_t time) {
         return matchExit(line.text, call.description).has_value();
     });
     if (found == calls.rend()) {
-        // The log began, or was switched on, while this call ran.
+        // The entry is missing: the log began, or was switched on, during this call.
         writeMark(thread, line, time);
     } else {
         const auto call = std::prev(found.base());
         const auto milliseconds = line.clock ? std::optional(line.clock->milliseconds()) : std::nullopt;
-        // With thread ids, what was opened after this call on its thread lost its exit line; without, it may well be
-        // another thread's and still run.
+        // With thread ids, the exit lines of calls that this thread opened later were lost. Without, those calls may
+        // belong to another thread and still run.
         if (line.threadId) {
             while (std::next(call) != calls.end()) {
                 writeCall(thread, calls.back(), time, milliseconds, nullptr, false);

@@ -1,4 +1,4 @@
-/// The log as trace events in the JSON format that Perfetto and chrome://tracing open.
+/// Converts the log to trace events in the JSON format of Perfetto and chrome://tracing.
 #pragma once
 
 #include "tools/log/LogLineParser.h"
@@ -16,21 +16,21 @@
 
 namespace tool {
 
-/// Turns log lines, in the order of the file, into a JSON document that is handed out piece by piece: a span for each
-/// call with its arguments and result, a mark for each other line. Only the calls that are open are kept.
+/// Converts log lines, in the order of the file, to a JSON document that is written in chunks. Each call is a span with
+/// its arguments and result; each other line is a mark. Only open calls are kept in memory.
 ///
-/// The log's clock has milliseconds. Lines of the same millisecond are set one microsecond apart so that their order
-/// can be seen; a span's true length as the log tells it is its argument "milliseconds". Without a clock, lines are one
-/// microsecond apart throughout.
+/// The log's clock has milliseconds. Lines of the same millisecond are placed one microsecond apart, so that their
+/// order is visible; the argument "milliseconds" is the logged duration of a span. Without a clock, all lines are one
+/// microsecond apart.
 class Timeline {
   public:
     using Sink = TraceDocument::Sink;
 
     explicit Timeline(Sink sink);
 
-    /// A line of the file; what is no log line is passed over.
+    /// Adds a line of the file; text that is not a log line is skipped.
     void add(std::string_view rawLine);
-    /// Writes the calls that never ended, marked as such, and the end of the document.
+    /// Writes the calls that have no exit line, marked as unfinished, and the end of the document.
     void finish();
 
     [[nodiscard]] size_t callCount() const noexcept { return callCount_; }
@@ -44,7 +44,7 @@ class Timeline {
         int64_t begin;
         std::optional<int64_t> beginMilliseconds;
     };
-    /// Process and thread id, 0 where the header does not have them.
+    /// Process and thread id; 0 if the header does not have them.
     using Thread = std::pair<uint32_t, uint32_t>;
 
     [[nodiscard]] int64_t placeOf(const LogLine &line);
@@ -55,7 +55,7 @@ class Timeline {
     void writeMark(const Thread &thread, const LogLine &line, int64_t time);
     void writeUnfinished();
 
-    /// More calls than this are not open at once in any program; a log that lost its exits must not fill the memory.
+    /// Limits memory for a log without exit lines. No program has more open calls.
     static constexpr size_t mostOpenCalls = 100'000;
 
     TraceDocument document_;

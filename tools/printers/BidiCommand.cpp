@@ -16,8 +16,8 @@ namespace tool {
 namespace {
 
 constexpr uint16_t rawRequest = 170;
-/// What a composed request holds, and the shortest stored request: data beyond the difference would be left off
-/// silently.
+/// Sizes of a composed request and of the shortest stored request. The library silently drops data beyond the
+/// difference.
 constexpr size_t composedRequestSize = 512;
 constexpr size_t shortestStoredRequest = 3;
 constexpr size_t longestData = 0xFFFF;
@@ -96,7 +96,7 @@ void addBidiCommand(CLI::App &program, Invocation &invocation) {
                     "\n"
                     "The answer to a stored request comes without its five-byte head, that to code 170 whole.");
     command->callback([request, &invocation] {
-        // Here, so that data that is none counts as misuse.
+        // Read here, so that invalid data is reported as misuse.
         const auto data = readData(*request);
         invocation.action = [request, data, &invocation] { return exchange(*request, data, invocation); };
     });

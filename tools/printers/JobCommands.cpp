@@ -19,7 +19,7 @@ struct JobRequest {
     std::string value;
 };
 
-/// One export called with what the command line gave; its result is shown.
+/// A command that calls one export with its arguments and shows the result.
 struct JobCommand {
     const char *name;
     const char *description;

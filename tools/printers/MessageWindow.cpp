@@ -11,7 +11,7 @@ MessageWindow::MessageWindow()
     : window_(CreateWindowExA(0, "STATIC", "kal", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, GetModuleHandleA(nullptr),
                               nullptr)) {
     if (window_ == nullptr) {
-        // Without an error code it is the desktop that is missing: it goes and comes with a session's first window.
+        // Without an error code, the desktop is missing: it exists only while the session has windows.
         const DWORD code = GetLastError();
         throw CommandFailure(
             "no window for messages can be made: " +
@@ -22,7 +22,7 @@ MessageWindow::MessageWindow()
 std::optional<MSG> MessageWindow::next(Clock::time_point deadline, HANDLE stop) {
     for (;;) {
         MSG message;
-        // The window alone: whatever else the thread gets is not ours to take.
+        // Only messages of this window; other messages of the thread are not removed.
         if (PeekMessageA(&message, window_, 0, 0, PM_REMOVE)) {
             return message;
         }
@@ -30,13 +30,13 @@ std::optional<MSG> MessageWindow::next(Clock::time_point deadline, HANDLE stop) 
         if (left <= 0) {
             return std::nullopt;
         }
-        // In slices, so that a wait of days does not overflow and a lost wake-up costs a second.
+        // At most a second, so that a wait of days does not overflow and a lost wake-up does little harm.
         const auto slice = static_cast<DWORD>(std::min<long long>(left, 1000));
         const DWORD woken = MsgWaitForMultipleObjectsEx(1, &stop, slice, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
         if (woken == WAIT_OBJECT_0) {
             return std::nullopt;
         }
-        // MWMO_INPUTAVAILABLE answers at once while another window's messages wait: let them pass.
+        // With MWMO_INPUTAVAILABLE, waiting messages of other windows would end each wait at once; dispatch them.
         while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
             if (message.hwnd == window_) {
                 return message;

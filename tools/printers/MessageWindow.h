@@ -1,4 +1,4 @@
-/// A window that nobody sees, for the messages that the library posts.
+/// An invisible window for the messages that the library posts.
 #pragma once
 
 #include <windows.h>
@@ -8,7 +8,7 @@
 
 namespace tool {
 
-/// Belongs to the thread that made it, which alone takes its messages.
+/// Only the thread that made the window can receive its messages.
 class MessageWindow {
   public:
     MessageWindow();
@@ -19,7 +19,7 @@ class MessageWindow {
     [[nodiscard]] HWND window() const noexcept { return window_; }
 
     using Clock = std::chrono::steady_clock;
-    /// The next message posted to the window; nothing once the time has come or the stop event is set.
+    /// The next message posted to the window; nothing after the deadline or when the stop event is set.
     std::optional<MSG> next(Clock::time_point deadline, HANDLE stop);
 
   private:

@@ -21,9 +21,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Large enough that a call's own cost does not show, small enough for a lively progress bar.
+/// Large enough to hide the cost of a call, small enough for frequent updates of the progress bar.
 constexpr size_t chunkSize = size_t{4} * 1024 * 1024;
-/// A service that takes nothing so often, at the pause below, is not going to.
+/// After this number of empty writes, with the pause below, the service is considered stuck.
 constexpr int mostEmptyWrites = 100;
 constexpr DWORD pauseAfterEmptyWrite = 50;
 constexpr auto repaintInterval = std::chrono::milliseconds(100);
@@ -42,7 +42,7 @@ double secondsSince(Clock::time_point begin) {
     return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-/// A job that is cancelled unless it is ended.
+/// A job that the destructor cancels unless it was ended.
 class PrintJob {
   public:
     PrintJob(uint16_t handle, uint32_t portType, const std::string &documentName)
@@ -57,7 +57,7 @@ class PrintJob {
     PrintJob(const PrintJob &) = delete;
     PrintJob &operator=(const PrintJob &) = delete;
 
-    /// Sends all of the data, what was left over again.
+    /// Sends all of the data; repeats the part that the service did not take.
     void write(std::span<const char> data, const Interruption &interruption) const {
         int emptyWrites = 0;
         while (!data.empty()) {
@@ -100,7 +100,7 @@ struct Sent {
 
 Sent sendDocument(const PrintRequest &request, InputFile &file, const Interruption &interruption) {
     std::vector<char> buffer(chunkSize);
-    // Read before the job starts: a file that cannot be read must not leave a job behind.
+    // Read before the job starts, so that a file that cannot be read does not leave a job.
     size_t filled = file.read(buffer);
     if (filled == 0) {
         throw CommandFailure(request.file + " is empty; nothing was sent");
@@ -154,7 +154,7 @@ int print(const PrintRequest &request, const Invocation &invocation) {
     const Registration registration(invocation);
     const OpenPrinter printer(request.handle);
 
-    // Before the job starts, so that the end of the shortest job is not missed.
+    // Made before the job starts, so that the end of even the shortest job is noticed.
     std::optional<MessageWindow> window;
     std::optional<Capture> capture;
     if (request.wait) {

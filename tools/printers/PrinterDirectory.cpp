@@ -15,9 +15,9 @@ namespace tool {
 
 namespace {
 
-/// What the running enumeration has found. The callbacks carry no context, so this is one for the process.
+/// The printers of the running enumeration. Callbacks have no context argument, so there is one collection per process.
 struct Collection {
-    std::mutex lock; ///< guards the printers: the service reports on threads of its own
+    std::mutex lock; ///< guards the printers: the service calls back on its own threads
     std::vector<FoundPrinter> printers;
 };
 
@@ -32,7 +32,7 @@ void collect(const PortInfoRecord *record) {
     printer.deviceClass = record->deviceClass;
     printer.portType = record->portType;
     printer.portName = fromNarrow({record->portName, strnlen(record->portName, std::size(record->portName))});
-    // Longer than its array when the name is: it goes on to its terminator.
+    // A long name continues after its array, up to its terminator.
     printer.secondName = fromNarrow(reinterpret_cast<const char *>(record) + KAL_SECOND_NAME_OFFSET);
     std::copy(std::begin(record->macAddress), std::end(record->macAddress), printer.macAddress.begin());
     const std::scoped_lock guard(collection().lock);
@@ -67,7 +67,7 @@ std::optional<FoundPrinter> findPrinter(const std::string &port, uint32_t mask, 
     if (!found.empty()) {
         return found.front();
     }
-    // Without a report the result is 0 (nothing there) or the plain failure; a port type it cannot be.
+    // Without a callback, the result is 0 (no printer) or the general failure, never a port type.
     require(isUnc ? "KalEnumByUNC" : "KalEnumSpecificPort", result);
     return std::nullopt;
 }

@@ -1,4 +1,4 @@
-/// The library's enumerations with their callbacks turned into values.
+/// Calls the library's enumerations and collects their results.
 #pragma once
 
 #include "api/kal.h"
@@ -11,7 +11,7 @@
 
 namespace tool {
 
-/// A copy of what an enumeration reports; the texts are UTF-8.
+/// A copy of an enumeration's record, with strings in UTF-8.
 struct FoundPrinter {
     uint16_t handle = 0;
     uint16_t deviceClass = 0;
@@ -25,13 +25,13 @@ struct FoundPrinter {
     [[nodiscard]] std::string macAddressText() const;
 };
 
-/// Every connection that an enumeration can ask for.
+/// All connections that an enumeration supports.
 inline constexpr uint32_t everyEnumerableKind = NETTYPE_IP | NETTYPEUSB | NETTYPE_LOCAL;
 
-/// The printers in the order in which they are reported. Needs a registration, as the next does.
+/// The printers in the order of the callbacks. Needs a registration; so does the next function.
 std::vector<FoundPrinter> enumeratePrinters(uint32_t mask);
 
-/// The printer behind a port or, with isUnc, behind a UNC name (UTF-8).
+/// The printer at a port or, with isUnc, with a UNC name (UTF-8).
 std::optional<FoundPrinter> findPrinter(const std::string &port, uint32_t mask, bool isUnc);
 
 } // namespace tool

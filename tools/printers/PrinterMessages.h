@@ -1,4 +1,4 @@
-/// What the library's window messages carry, taken apart.
+/// Decodes the library's window messages.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace tool {
 
-/// What the high half of a message's wParam is.
+/// Meaning of the high half of a message's wParam.
 enum class MessageContent { alertId, printerState, endOfJobFlag };
 
 struct PrinterMessage {
@@ -20,13 +20,13 @@ struct PrinterMessage {
     uint32_t portType; ///< port-type code; end of job only
 };
 
-/// The message, or nothing when it is none of the library's.
+/// The decoded message; nothing if it is not one of the library's.
 std::optional<PrinterMessage> decodeMessage(uint32_t message, uint64_t wParam, int64_t lParam);
 
 /// "idle", "printing", "error", or the number.
 std::string printerStateName(uint16_t state);
 
-/// The value in words: "alert 5", "printing", "flag 1, USB".
+/// The value as text: "alert 5", "printing", "flag 1, USB".
 std::string describeValue(const PrinterMessage &message);
 
 /// The name of a port-type code: "USB", "network (IPv4)", or "unknown (N)".

@@ -1,4 +1,4 @@
-/// The library's begin and end pairs as objects: what was begun is ended however a command ends.
+/// Objects for the library's paired calls: the destructor ends what the constructor began, however the command ends.
 #pragma once
 
 #include "api/kal.h"
@@ -12,7 +12,7 @@
 
 namespace tool {
 
-/// Ends the command unless the operation succeeded; the message names the operation and explains the result.
+/// Ends the command unless the operation succeeded. The message names the operation and explains the result.
 void require(std::string_view operation, int32_t result);
 
 /// A registration of this process, with the service on the machine that the command line named.
@@ -37,7 +37,8 @@ class OpenPrinter {
     uint16_t handle_;
 };
 
-/// Alerts and job notifications of a printer as messages to a window. Releasing ends both, and both opens with them.
+/// Reports alerts and job notifications of a printer as window messages. The destructor ends both and closes the opens
+/// that belong to them.
 class Capture {
   public:
     Capture(uint16_t handle, uint32_t alertMask, HWND window);

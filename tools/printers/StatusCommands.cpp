@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-/// Larger than any cache block seen so far; the interface does not tell how much a larger one would need.
+/// Larger than any cache block seen so far. The interface does not report the size that a larger one would need.
 constexpr uint32_t cacheBufferSize = 1024 * 1024;
 
 struct PrinterRequest {

@@ -20,7 +20,7 @@ namespace tool {
 
 namespace {
 
-/// All alerts of a CpdPrinter are asked for with one bit, which must not be set for the others.
+/// One bit selects all alerts of a CpdPrinter; it must not be set for other printers.
 constexpr uint32_t allAlertsOfCpd = 0x400000;
 constexpr uint32_t allAlertsOfBpd = 0xFFFFFFFF & ~allAlertsOfCpd;
 
@@ -88,7 +88,7 @@ struct WatchedPrinter {
     uint32_t mask;
 };
 
-/// Those asked for, or all that the service knows, each with the mask that fits its kind.
+/// The requested printers, or all that the service knows, each with the mask for its kind.
 std::vector<WatchedPrinter> choosePrinters(const WatchRequest &request) {
     const auto known = enumeratePrinters(everyEnumerableKind);
     const auto maskOf = [&](uint16_t handle) {
@@ -101,7 +101,7 @@ std::vector<WatchedPrinter> choosePrinters(const WatchRequest &request) {
     };
     std::vector<WatchedPrinter> printers;
     const auto add = [&](uint16_t handle) {
-        // A capture of the same printer twice could not be released in pieces.
+        // Each printer once: releasing one of two captures would end both.
         if (std::ranges::find(printers, handle, &WatchedPrinter::handle) == printers.end()) {
             printers.push_back({handle, maskOf(handle)});
         }

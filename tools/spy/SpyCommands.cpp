@@ -17,7 +17,7 @@ namespace tool {
 
 namespace {
 
-/// Hands out the lines of a recording. What is wrong with it ends the command, with the file's name before it.
+/// Passes on the lines of a recording. An error in it ends the command; the message begins with the file's name.
 template <class Take>
 void readLines(const std::string &path, Take take) {
     constexpr size_t blockSize = size_t{1024} * 1024;
@@ -34,7 +34,7 @@ void readLines(const std::string &path, Take take) {
     }
 }
 
-/// A recording whose process was ended by force says less than it could: whoever reads on must know, and fails.
+/// Reports that a recording ends with an incomplete line, as after a killed process. @return the exit status
 int tellCutOff(const std::string &path, const std::optional<std::string> &cutOff) {
     if (!cutOff) {
         return succeeded;

@@ -14,7 +14,7 @@ namespace {
 
 using recording::Json;
 
-/// Takes out what is another one in each run.
+/// Removes values that differ in every run.
 class Normaliser {
   public:
     Json operator()(const Json &values) {
@@ -51,8 +51,8 @@ Json contentOf(const recording::RecordedCallback &callback, Normaliser &normalis
     return content;
 }
 
-/// Calls in their order, with the callbacks made within them; then the callbacks that came by themselves, in their
-/// order for each device, since where exactly they fall among the calls is chance.
+/// Calls in order, each with the callbacks made during it; then the unsolicited callbacks, in order per kind and
+/// device, because their position among the calls is random.
 std::vector<ComparedItem> itemsOf(const recording::Recording &recording) {
     Normaliser normalise;
     std::multimap<uint64_t, const recording::RecordedCallback *> within;
@@ -92,8 +92,8 @@ std::vector<ComparedItem> itemsOf(const recording::Recording &recording) {
 
 using Match = std::pair<size_t, size_t>;
 
-/// The longest run of pairs that are equal in the same order on both sides, by dynamic programming over what is left
-/// after the equal beginning and end. Sides that differ in more than the table holds are compared place by place.
+/// The longest common subsequence, by dynamic programming, without the equal beginning and end. If the table would be
+/// too large, elements at equal positions are compared.
 std::vector<Match> matchesOf(const std::vector<size_t> &left, const std::vector<size_t> &right) {
     constexpr size_t largestTable = 64 * 1024 * 1024;
     std::vector<Match> matches;
@@ -184,7 +184,7 @@ SpyDiff::SpyDiff(const recording::Recording &left, const recording::Recording &r
     size_t leftPlace = 0;
     size_t rightPlace = 0;
     for (const auto &[leftMatch, rightMatch] : matches) {
-        // Between two matches the calls of one name are told as one that changed.
+        // Between two matches, calls with the same name are reported as one changed call.
         while (leftPlace < leftMatch || rightPlace < rightMatch) {
             const bool isPair =
                 leftPlace < leftMatch && rightPlace < rightMatch && left_[leftPlace].name == right_[rightPlace].name;

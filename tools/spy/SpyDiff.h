@@ -1,4 +1,4 @@
-/// Two recordings of the spy compared call by call.
+/// Compares two recordings of the spy call by call.
 #pragma once
 
 #include "recording/Recording.h"
@@ -9,15 +9,15 @@
 
 namespace tool {
 
-/// A call, or what it is compared by: the recording without times, threads and addresses. Client identifiers, which the
-/// service makes up anew each time, are numbered by their first appearance.
+/// A call in the form in which calls are compared: without times, threads and addresses. Client identifiers, which
+/// differ in every run, are numbered in order of appearance.
 struct ComparedItem {
     std::string name;        ///< entry point or callback
-    recording::Json content; ///< arguments, result, outputs, and the callbacks made within the call
-    size_t number;           ///< the call's in its recording
+    recording::Json content; ///< arguments, result, outputs, and the callbacks made during the call
+    size_t number;           ///< of the call in its recording
 };
 
-/// What one recording has in another way: a side that is null has nothing in this place.
+/// A difference between two recordings; null if one of them has nothing at this place.
 struct SpyDifference {
     const ComparedItem *left;
     const ComparedItem *right;
@@ -33,7 +33,7 @@ class SpyDiff {
     [[nodiscard]] bool isEqual() const noexcept { return differences_.empty(); }
     [[nodiscard]] size_t leftCount() const noexcept { return left_.size(); }
 
-    /// A line for each side, "-" and "+" in front, or one with the values that changed.
+    /// One line per side, with "-" and "+", or a single line with the changed values.
     [[nodiscard]] static std::string describe(const SpyDifference &difference);
     [[nodiscard]] static recording::Json object(const SpyDifference &difference);
 

@@ -57,7 +57,7 @@ void SpyTimeline::writeSpan(const RecordEvent &begin, const RecordEvent *end) {
         isFailure = true;
         arguments["raised"] = true;
     } else {
-        isFailure = isCall && end->result != 0; // what a callback answers may mean anything
+        isFailure = isCall && end->result != 0; // the result of a callback has no general meaning
         arguments["result"] = end->result;
         if (isCall) {
             arguments["outputs"] = end->values;
@@ -69,7 +69,7 @@ void SpyTimeline::writeSpan(const RecordEvent &begin, const RecordEvent *end) {
                           {"cat", isCall ? "call" : "callback"},
                           {"ph", "X"},
                           {"ts", begin.time},
-                          {"dur", std::max<int64_t>(duration, 0)}, // a damaged recording's may be negative
+                          {"dur", std::max<int64_t>(duration, 0)}, // may be negative in a damaged recording
                           {"pid", process_},
                           {"tid", begin.thread},
                           {"args", std::move(arguments)}};

@@ -1,4 +1,4 @@
-/// A recording of the spy as trace events: a span for each call and callback, a mark where the library comes and goes.
+/// A recording of the spy as trace events: a span per call and callback, a mark when the library is loaded or unloaded.
 #pragma once
 
 #include "recording/Recording.h"
@@ -15,9 +15,9 @@ class SpyTimeline {
     explicit SpyTimeline(TraceDocument::Sink sink)
         : document_(std::move(sink), "Microseconds since the recording began.") {}
 
-    /// @param header  of the recording, known with its first event
+    /// @param header  of the recording; known when its first event is read
     void add(const recording::RecordEvent &event, const recording::RecordingHeader &header);
-    /// Writes what never ended, marked as such, and the end of the document.
+    /// Writes the calls without a return, marked as unfinished, and the end of the document.
     void finish();
 
     [[nodiscard]] size_t callCount() const noexcept { return callCount_; }

@@ -58,7 +58,7 @@ bool isEnd(EventKind kind) {
     return kind == EventKind::callReturn || kind == EventKind::callbackReturn;
 }
 
-/// Calls by their name, callbacks by kind and number, as their calls' arguments show them.
+/// The name of a call; kind and number of a callback, as in the arguments of the call that registered it.
 std::string nameOf(const RecordEvent &event) {
     return event.kind == EventKind::callback ? event.callbackKind + "#" + std::to_string(event.callback)
                                              : event.entryPoint;

@@ -1,4 +1,4 @@
-/// Bytes as hexadecimal text, both ways.
+/// Converts between bytes and hexadecimal text.
 #pragma once
 
 #include <cstddef>
@@ -11,13 +11,13 @@
 
 namespace tool {
 
-/// Bytes of two digits each; blanks, commas, colons and dashes may stand between bytes, not inside one.
+/// Bytes of two digits each. Spaces, commas, colons and dashes may separate bytes but not digits of a byte.
 std::optional<std::vector<uint8_t>> parseHexBytes(std::string_view text);
 
-/// Two upper-case digits a byte, one blank between bytes.
+/// Two upper-case digits per byte, with a space between bytes.
 std::string hexBytes(std::span<const uint8_t> bytes);
 
-/// Sixteen bytes a line: offset, bytes, and the characters they are; each line ends with a line feed.
+/// Sixteen bytes per line: offset, bytes, and their characters. Each line ends with a line feed.
 std::string hexDump(std::span<const uint8_t> bytes);
 
 } // namespace tool

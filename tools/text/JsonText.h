@@ -1,4 +1,4 @@
-/// JSON as the commands print it.
+/// JSON in the format of the commands' output.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -7,7 +7,7 @@
 
 namespace tool {
 
-/// Indented, with a line end. Names from devices may hold anything: what is no UTF-8 is shown as U+FFFD.
+/// Indented, with a line end. Names from devices may have any content: bytes that are not UTF-8 become U+FFFD.
 inline std::string jsonText(const nlohmann::ordered_json &json) {
     return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }

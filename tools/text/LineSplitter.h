@@ -1,4 +1,4 @@
-/// Blocks of a text file cut into lines, so that a file of any size passes through one buffer.
+/// Splits a text file, read in blocks, into lines. A file of any size needs only one buffer.
 #pragma once
 
 #include <cstddef>
@@ -8,20 +8,20 @@
 
 namespace tool {
 
-/// Takes the blocks in order and hands out every whole line without its line end.
+/// Takes the blocks in order and passes on every complete line without its line end.
 class LineSplitter {
   public:
     using Sink = std::function<void(std::string_view line)>;
 
-    /// A line that grows beyond this is handed out in pieces: a file without line ends must not fill the memory.
+    /// Longer lines are passed on in chunks, so that a file without line ends does not fill the memory.
     static constexpr size_t longestLine = size_t{1024} * 1024;
 
     explicit LineSplitter(Sink sink) : sink_(std::move(sink)) {}
 
     void feed(std::string_view block);
-    /// Hands out what stands behind the last line end, if anything does.
+    /// Passes on the text after the last line end, if there is any.
     void finish();
-    /// Forgets what stands behind the last line end: the file began anew.
+    /// Drops the text after the last line end, because the file was replaced.
     void forget() { rest_.clear(); }
 
   private:

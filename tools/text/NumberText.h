@@ -1,4 +1,4 @@
-/// Numbers as people type them: decimal, or hexadecimal after 0x.
+/// Numbers as users type them: decimal, or hexadecimal after 0x.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace tool {
 
-/// The number that the whole text is, or nothing when it is none or lies above the limit. No sign, no octal.
+/// The number; nothing if the string is not a number or exceeds the limit. No sign, no octal.
 std::optional<uint32_t> parseNumber(std::string_view text, uint32_t limit);
 
 /// "0x" and the number in upper-case hexadecimal, zero-filled to the width.

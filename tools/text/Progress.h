@@ -1,4 +1,4 @@
-/// What is said about a document on its way: sizes, rates and the bar.
+/// Texts for the progress of a document: sizes, rates and a bar.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,10 @@
 
 namespace tool {
 
-/// "512 B", "1.5 KiB", "4.0 MiB": one digit behind the point from a KiB on.
+/// "512 B", "1.5 KiB", "4.0 MiB": one decimal place from 1 KiB upwards.
 std::string byteText(uint64_t bytes);
 
-/// Bytes a second as byteText with "/s"; "-" while no time has passed.
+/// Bytes per second, as byteText with "/s"; "-" if no time has passed.
 std::string rateText(uint64_t bytes, double seconds);
 
 /// One line without line end: "[#####.....]  50%  2.0 MiB of 4.0 MiB  1.0 MiB/s".

@@ -1,4 +1,4 @@
-/// What the library's results are called and mean: the one table that every command shows them from.
+/// Names and meanings of the library's results, for all commands.
 #pragma once
 
 #include <cstdint>

@@ -31,7 +31,7 @@ bool isUtf8(std::string_view text) {
                                                static_cast<int>(text.size()), nullptr, 0) != 0;
 }
 
-/// The code page of programs that do not ask for another one.
+/// The code page of programs that do not declare another one.
 UINT systemCodePage() {
     DWORD codePage = CP_ACP;
     GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,

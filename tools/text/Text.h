@@ -1,5 +1,5 @@
-/// Texts on their way between the command line, the library and the terminal. Inside the tool text is UTF-8; the
-/// library and the log file speak the code page of the system.
+/// Conversions between the command line, the library and the terminal. The tool uses UTF-8; the library and the log
+/// file use the system's code page.
 #pragma once
 
 #include <string>
@@ -10,21 +10,21 @@ namespace tool {
 
 std::wstring toWide(std::string_view utf8);
 std::string fromWide(std::wstring_view wide);
-/// For the library.
+/// Converts a string for the library.
 std::string toNarrow(std::string_view utf8);
-/// From the library or the log: UTF-8 stays, anything else is read in the system's code page.
+/// Converts a string from the library or the log: UTF-8 is unchanged, other bytes are read in the system's code page.
 std::string fromNarrow(std::string_view text);
 
-/// The text with every control character shown as a point: a name from a device must not steer the terminal.
+/// Shows control characters as dots, because names from devices must not control the terminal.
 std::string printable(std::string_view text);
 
-/// The arguments of this process, the program's name first.
+/// The arguments of this process; the first is the program's name.
 std::vector<std::string> commandLineArguments();
 
-/// An environment variable; "" when it is not set.
+/// An environment variable; "" if it is not set.
 std::string environmentVariable(const char *name);
 
-/// What the system says about one of its error codes, with the code.
+/// The system's message for an error code, with the code.
 std::string systemErrorText(unsigned long code);
 
 } // namespace tool

@@ -1,4 +1,4 @@
-/// Trace events in the JSON format that Perfetto and chrome://tracing open, handed out piece by piece.
+/// Writes trace events in the JSON format of Perfetto and chrome://tracing, in chunks.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -15,10 +15,10 @@ class TraceDocument {
   public:
     using Sink = std::function<void(std::string_view piece)>;
 
-    /// @param clock  what to know of the times, for who looks into the file
+    /// @param clock  a note on the times, for people who read the file
     TraceDocument(Sink sink, std::string_view clock);
 
-    /// Names a process, the first time that it is asked for.
+    /// Writes the name of a process at its first use.
     void introduce(uint32_t process, const std::string &name);
     void write(const nlohmann::ordered_json &event);
     void finish();
@@ -29,7 +29,7 @@ class TraceDocument {
     bool isFirst_ = true;
 };
 
-/// The colour of what failed.
+/// The colour for failures.
 inline constexpr std::string_view failureColour = "terrible";
 
 } // namespace tool
