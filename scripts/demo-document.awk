@@ -1,4 +1,4 @@
-# Writes the demo's document: a PostScript page set of some megabytes, text and curves, the same bytes each time.
+# Writes the document of the demo: several megabytes of PostScript pages with text and curves, always the same bytes.
 function wave(page, step) { return 90 * sin(step * 0.0125 * (1 + page % 5)) * cos(step * 0.0007 * page) }
 BEGIN {
   pages = 24; steps = 6000
