@@ -6,6 +6,9 @@
 
 #include <mutex>
 
+/// An entry point with the type of its prototype.
+#define ENTRY(name) ServiceFunction<decltype(name)>(#name)
+
 namespace kal {
 
 namespace {
@@ -53,7 +56,7 @@ uint32_t OrxClient::loadService() {
         return failureCode();
     }
     module_ = loaded;
-    auto *const initialize = resolve<>("OrxInitialize");
+    auto *const initialize = resolve(ENTRY(OrxInitialize));
     if (initialize != nullptr && initialize() == ERROR_SUCCESS) {
         ++loadCount_;
         return ERROR_SUCCESS;
@@ -77,7 +80,7 @@ uint32_t OrxClient::unloadService() {
 
 /// Under the load lock.
 void OrxClient::unloadNow() {
-    if (auto *const uninitialize = resolve<>("OrxUninitialize")) {
+    if (auto *const uninitialize = resolve(ENTRY(OrxUninitialize))) {
         uninitialize();
     }
     const HMODULE module = module_.exchange(nullptr);
@@ -93,7 +96,7 @@ uint32_t OrxClient::acquireClientId() {
         return code;
     }
     if (clientIdCount_ == 0) {
-        auto *const getClientId = resolve<uint32_t *, const char *>("OrxGetClientId");
+        auto *const getClientId = resolve(ENTRY(OrxGetClientId));
         if (getClientId == nullptr) {
             return failureCode();
         }
@@ -191,5 +194,6 @@ uint32_t OrxClient::checkServerName() {
     }
 #include "service/OrxOperations.inc"
 #undef ORX_OPERATION
+#undef ENTRY
 
 } // namespace kal

@@ -2,6 +2,7 @@
 
 #include "comc/comc.h"
 #include "platform/CriticalSection.h"
+#include "service/ServiceFunction.h"
 
 #include <windows.h>
 
@@ -74,33 +75,39 @@ class OrxClient {
         return reinterpret_cast<HMODULE>(uintptr_t{1});
     }
 
-    /// The entry point, or null (and last error 127) when it is missing or no usable module is loaded.
+    /// An entry point that takes the client identifier first; or the identifier and a handle.
     template <class... Arguments>
-    [[nodiscard]] auto resolve(const char *entryPointName) const noexcept -> uint32_t (*)(Arguments...);
+    using ClientFunction = ServiceFunction<uint32_t(uint32_t clientId, Arguments...)>;
+    template <class... Arguments>
+    using HandleFunction = ClientFunction<uint32_t, Arguments...>;
+
+    /// The entry point, or null (and last error 127) when it is missing or no usable module is loaded.
+    template <class Function>
+    [[nodiscard]] Function *resolve(ServiceFunction<Function> function) const noexcept;
 
     // The patterns, each written once; OrxOperations.inc says which operation follows which.
     template <class... Arguments>
-    uint32_t clientScoped(const char *entryPointName, Arguments... arguments);
-    uint32_t open(const char *entryPointName, const char *closeEntryPointName, uint32_t handle);
-    uint32_t close(const char *entryPointName, uint32_t handle);
+    uint32_t clientScoped(ClientFunction<Arguments...> function, Arguments... arguments);
+    uint32_t open(HandleFunction<> function, HandleFunction<> closeFunction, uint32_t handle);
+    uint32_t close(HandleFunction<> function, uint32_t handle);
     template <class... Arguments>
-    uint32_t handleScoped(const char *entryPointName, uint32_t handle, Arguments... arguments);
+    uint32_t handleScoped(HandleFunction<Arguments...> function, uint32_t handle, Arguments... arguments);
     template <class... Arguments>
-    uint32_t serviceControl(const char *entryPointName, Arguments... arguments);
+    uint32_t serviceControl(ServiceFunction<uint32_t(Arguments...)> function, Arguments... arguments);
     template <class... Arguments>
-    uint32_t handleScopedOrClose(const char *entryPointName, uint32_t handle, Arguments... arguments);
+    uint32_t handleScopedOrClose(HandleFunction<Arguments...> function, uint32_t handle, Arguments... arguments);
     template <class... Arguments>
-    uint32_t handleScopedWithBackOff(const char *entryPointName, uint32_t handle, Arguments... arguments);
+    uint32_t handleScopedWithBackOff(HandleFunction<Arguments...> function, uint32_t handle, Arguments... arguments);
     template <class... Arguments>
-    uint32_t keepingReferences(const char *entryPointName, Arguments... arguments);
-    uint32_t givingReferencesBack(const char *entryPointName);
+    uint32_t keepingReferences(ClientFunction<Arguments...> function, Arguments... arguments);
+    uint32_t givingReferencesBack(ClientFunction<> function);
     template <class... Arguments>
-    uint32_t inCurrentModule(const char *entryPointName, Arguments... arguments);
-    uint32_t setClientInfo(const char *entryPointName, const void *name, const void *value);
+    uint32_t inCurrentModule(ClientFunction<Arguments...> function, Arguments... arguments);
+    uint32_t setClientInfo(ClientFunction<const void *, const void *> function, const void *name, const void *value);
     uint32_t closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint32_t));
     uint32_t acquireReferences();
     uint32_t releaseReferences();
-    uint32_t installService(const char *entryPointName);
+    uint32_t installService(ServiceFunction<uint32_t()> function);
     uint32_t checkServerName();
 
     std::atomic<uint32_t> clientId_ = 0;

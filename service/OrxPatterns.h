@@ -11,45 +11,45 @@
 
 namespace kal {
 
-template <class... Arguments>
-auto OrxClient::resolve(const char *entryPointName) const noexcept -> uint32_t (*)(Arguments...) {
+template <class Function>
+Function *OrxClient::resolve(ServiceFunction<Function> function) const noexcept {
     const HMODULE module = module_;
     if (module == nullptr || module == releasedModule()) {
         SetLastError(ERROR_PROC_NOT_FOUND);
         return nullptr;
     }
-    return entryPoint<uint32_t(Arguments...)>(module, entryPointName);
+    return entryPoint<Function>(module, function.name);
 }
 
 template <class... Arguments>
-uint32_t OrxClient::clientScoped(const char *entryPointName, Arguments... arguments) {
+uint32_t OrxClient::clientScoped(ClientFunction<Arguments...> function, Arguments... arguments) {
     if (const uint32_t code = bringUp()) {
         return code;
     }
-    const uint32_t result = inCurrentModule(entryPointName, arguments...);
+    const uint32_t result = inCurrentModule(function, arguments...);
     giveBack();
     return result;
 }
 
 template <class... Arguments>
-uint32_t OrxClient::keepingReferences(const char *entryPointName, Arguments... arguments) {
+uint32_t OrxClient::keepingReferences(ClientFunction<Arguments...> function, Arguments... arguments) {
     if (const uint32_t code = bringUp()) {
         return code;
     }
-    const uint32_t result = inCurrentModule(entryPointName, arguments...);
+    const uint32_t result = inCurrentModule(function, arguments...);
     if (result != ERROR_SUCCESS) {
         giveBack();
     }
     return result;
 }
 
-inline uint32_t OrxClient::open(const char *entryPointName, const char *closeEntryPointName, uint32_t handle) {
-    const uint32_t result = keepingReferences(entryPointName, handle);
+inline uint32_t OrxClient::open(HandleFunction<> function, HandleFunction<> closeFunction, uint32_t handle) {
+    const uint32_t result = keepingReferences(function, handle);
     if (result == ERROR_SUCCESS) {
         try {
             addHandle(handle);
         } catch (const std::bad_alloc &) {
-            inCurrentModule(closeEntryPointName, handle); // what is not on record could never be closed
+            inCurrentModule(closeFunction, handle); // what is not on record could never be closed
             giveBack();
             throw;
         }
@@ -57,17 +57,17 @@ inline uint32_t OrxClient::open(const char *entryPointName, const char *closeEnt
     return result;
 }
 
-inline uint32_t OrxClient::close(const char *entryPointName, uint32_t handle) {
+inline uint32_t OrxClient::close(HandleFunction<> function, uint32_t handle) {
     const auto record = findHandle(handle);
     if (!record) {
         return ERROR_INVALID_FUNCTION;
     }
-    auto *const function = resolve<uint32_t, uint32_t>(entryPointName);
-    if (function == nullptr) {
+    auto *const found = resolve(function);
+    if (found == nullptr) {
         giveBack(); // deliberate: the record stays although its references go
         return ERROR_PROC_NOT_FOUND;
     }
-    const uint32_t result = function(record->clientId, handle);
+    const uint32_t result = found(record->clientId, handle);
     if (removeHandle(handle)) {
         giveBack(); // unless another thread closed this very open meanwhile and gave its references back
     }
@@ -75,33 +75,35 @@ inline uint32_t OrxClient::close(const char *entryPointName, uint32_t handle) {
 }
 
 template <class... Arguments>
-uint32_t OrxClient::handleScoped(const char *entryPointName, uint32_t handle, Arguments... arguments) {
+uint32_t OrxClient::handleScoped(HandleFunction<Arguments...> function, uint32_t handle, Arguments... arguments) {
     const auto record = findHandle(handle);
     if (!record) {
         return ERROR_INVALID_FUNCTION;
     }
-    auto *const function = resolve<uint32_t, uint32_t, Arguments...>(entryPointName);
-    return function == nullptr ? ERROR_PROC_NOT_FOUND : function(record->clientId, handle, arguments...);
+    auto *const found = resolve(function);
+    return found == nullptr ? ERROR_PROC_NOT_FOUND : found(record->clientId, handle, arguments...);
 }
 
 template <class... Arguments>
-uint32_t OrxClient::handleScopedOrClose(const char *entryPointName, uint32_t handle, Arguments... arguments) {
+uint32_t OrxClient::handleScopedOrClose(HandleFunction<Arguments...> function, uint32_t handle,
+                                        Arguments... arguments) {
     const auto record = findHandle(handle);
     if (!record) {
         return ERROR_INVALID_FUNCTION;
     }
-    auto *const function = resolve<uint32_t, uint32_t, Arguments...>(entryPointName);
-    if (function == nullptr) {
+    auto *const found = resolve(function);
+    if (found == nullptr) {
         ClosePrinter(handle); // of a scanner too, deliberately
         return ERROR_PROC_NOT_FOUND;
     }
-    return function(record->clientId, handle, arguments...);
+    return found(record->clientId, handle, arguments...);
 }
 
 template <class... Arguments>
-uint32_t OrxClient::handleScopedWithBackOff(const char *entryPointName, uint32_t handle, Arguments... arguments) {
+uint32_t OrxClient::handleScopedWithBackOff(HandleFunction<Arguments...> function, uint32_t handle,
+                                            Arguments... arguments) {
     constexpr DWORD backOffMilliseconds = 2000;
-    const uint32_t result = handleScoped(entryPointName, handle, arguments...);
+    const uint32_t result = handleScoped(function, handle, arguments...);
     if (result == ERROR_INSUFFICIENT_BUFFER) {
         Sleep(backOffMilliseconds);
     }
@@ -109,29 +111,30 @@ uint32_t OrxClient::handleScopedWithBackOff(const char *entryPointName, uint32_t
 }
 
 template <class... Arguments>
-uint32_t OrxClient::serviceControl(const char *entryPointName, Arguments... arguments) {
+uint32_t OrxClient::serviceControl(ServiceFunction<uint32_t(Arguments...)> function, Arguments... arguments) {
     if (loadService() != ERROR_SUCCESS) {
         return ERROR_MOD_NOT_FOUND;
     }
-    auto *const function = resolve<Arguments...>(entryPointName);
-    const uint32_t result = function == nullptr ? ERROR_PROC_NOT_FOUND : function(arguments...);
+    auto *const found = resolve(function);
+    const uint32_t result = found == nullptr ? ERROR_PROC_NOT_FOUND : found(arguments...);
     unloadService();
     return result;
 }
 
 template <class... Arguments>
-uint32_t OrxClient::inCurrentModule(const char *entryPointName, Arguments... arguments) {
-    auto *const function = resolve<uint32_t, Arguments...>(entryPointName);
-    return function == nullptr ? ERROR_PROC_NOT_FOUND : function(clientId(), arguments...);
+uint32_t OrxClient::inCurrentModule(ClientFunction<Arguments...> function, Arguments... arguments) {
+    auto *const found = resolve(function);
+    return found == nullptr ? ERROR_PROC_NOT_FOUND : found(clientId(), arguments...);
 }
 
-inline uint32_t OrxClient::givingReferencesBack(const char *entryPointName) {
-    const uint32_t result = inCurrentModule(entryPointName);
+inline uint32_t OrxClient::givingReferencesBack(ClientFunction<> function) {
+    const uint32_t result = inCurrentModule(function);
     giveBack();
     return result;
 }
 
-inline uint32_t OrxClient::setClientInfo(const char *entryPointName, const void *name, const void *value) {
+inline uint32_t OrxClient::setClientInfo(ClientFunction<const void *, const void *> function, const void *name,
+                                         const void *value) {
     if (loadService() != ERROR_SUCCESS) {
         return ERROR_MOD_NOT_FOUND;
     }
@@ -139,7 +142,7 @@ inline uint32_t OrxClient::setClientInfo(const char *entryPointName, const void 
         giveBack(); // deliberately one identifier reference more than was taken
         return code;
     }
-    const uint32_t result = inCurrentModule(entryPointName, name, value);
+    const uint32_t result = inCurrentModule(function, name, value);
     giveBack();
     return result;
 }
@@ -171,14 +174,14 @@ inline uint32_t OrxClient::closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint
 }
 
 /// One shot, apart from counts and locks.
-inline uint32_t OrxClient::installService(const char *entryPointName) {
+inline uint32_t OrxClient::installService(ServiceFunction<uint32_t()> function) {
     const HMODULE loaded = LoadLibraryA(libraryPath_.c_str());
     module_ = loaded;
     if (loaded == nullptr) {
         return GetLastError();
     }
-    auto *const function = resolve<>(entryPointName);
-    const uint32_t result = function == nullptr ? ERROR_PROC_NOT_FOUND : function();
+    auto *const found = resolve(function);
+    const uint32_t result = found == nullptr ? ERROR_PROC_NOT_FOUND : found();
     module_ = nullptr;
     FreeLibrary(loaded);
     return result;
