@@ -1,7 +1,7 @@
 #include "service/OrxClient.h"
 
 #include "platform/EntryPoint.h"
-#include "service/OrxPatterns.h"
+#include "service/CallPatterns.h"
 #include "service/ServerCheck.h"
 
 #include <mutex>
