@@ -2,6 +2,7 @@
 
 #include "api/kal.h"
 #include "comc/Properties.h"
+#include "platform/Ascii.h"
 
 #include <algorithm>
 
@@ -29,10 +30,6 @@ constexpr TransportRow transports[] = {
     {comc::transport::ipv4, NETTYPE_IP},
 };
 
-char lowerCase(char character) noexcept {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
 } // namespace
 
 bool portTypeFits(uint32_t portType, uint16_t handle) noexcept {
@@ -54,9 +51,8 @@ bool portTypeFits(uint32_t portType, uint16_t handle) noexcept {
 }
 
 uint32_t portTypeOfTransport(std::string_view transport) noexcept {
-    const auto *const row = std::ranges::find_if(transports, [&](const TransportRow &each) {
-        return std::ranges::equal(each.name, transport, {}, lowerCase, lowerCase);
-    });
+    const auto *const row = std::ranges::find_if(
+        transports, [&](const TransportRow &each) { return equalIgnoringCase(each.name, transport); });
     return row == std::end(transports) ? KAL_PORT_TYPE_UNSPECIFIED : row->portType;
 }
 

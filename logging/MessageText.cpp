@@ -1,15 +1,11 @@
 #include "logging/MessageText.h"
 
+#include "platform/Hexadecimal.h"
+
 #include <charconv>
 #include <cstring>
 
 namespace kal {
-
-namespace {
-
-constexpr char upperDigits[] = "0123456789ABCDEF";
-
-} // namespace
 
 MessageText &MessageText::operator<<(std::string_view text) {
     if (overflow_.empty() && text.size() < roomSize - size_) { // keeps one byte for the terminator
@@ -37,7 +33,7 @@ MessageText &MessageText::operator<<(const void *pointer) {
     char text[2 + 2 * sizeof pointer] = {'0', 'x'};
     auto rest = reinterpret_cast<uintptr_t>(pointer);
     for (size_t position = sizeof text; position > 2; rest >>= 4) {
-        text[--position] = upperDigits[rest & 0xF];
+        text[--position] = upperHexadecimalDigits[rest & 0xF];
     }
     return *this << std::string_view(text, sizeof text);
 }
@@ -45,7 +41,7 @@ MessageText &MessageText::operator<<(const void *pointer) {
 MessageText &MessageText::operator<<(HexBytes hex) {
     const char *separator = "";
     for (const uint8_t byte : hex.bytes) {
-        *this << separator << upperDigits[byte >> 4] << upperDigits[byte & 0xF];
+        *this << separator << upperHexadecimalDigits[byte >> 4] << upperHexadecimalDigits[byte & 0xF];
         separator = " ";
     }
     return *this;

@@ -1,6 +1,7 @@
 #include "recording/RecordLine.h"
 
 #include "comc/EntryPoints.h"
+#include "platform/Hexadecimal.h"
 
 #include <algorithm>
 #include <iterator>
@@ -64,7 +65,7 @@ bool isName(const std::string &text) {
 /// Bytes, a hash or an address.
 bool isHexadecimal(const Json &json) {
     return json.is_string() &&
-           json.get_ref<const std::string &>().find_first_not_of("0123456789abcdef") == std::string::npos;
+           json.get_ref<const std::string &>().find_first_not_of(kal::lowerHexadecimalDigits) == std::string::npos;
 }
 
 bool isHexadecimalOf(const Json &json, const Json &byteCount) {
@@ -150,20 +151,17 @@ void requireCallback(const std::string &kind) {
 } // namespace
 
 std::string hexadecimal(const void *bytes, size_t count) {
-    constexpr std::string_view digits = "0123456789abcdef";
     const auto *const begin = static_cast<const unsigned char *>(bytes);
     std::string text;
     text.reserve(count * 2);
-    std::for_each(begin, begin + count, [&](unsigned char byte) {
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    });
+    std::for_each(begin, begin + count,
+                  [&](unsigned char byte) { kal::appendHexadecimal(text, byte, kal::lowerHexadecimalDigits); });
     return text;
 }
 
 std::string bytesOf(std::string_view hex) {
     const auto digit = [](char character) {
-        const auto value = std::string_view("0123456789abcdef").find(character);
+        const auto value = kal::lowerHexadecimalDigits.find(character);
         if (value == std::string_view::npos) {
             throw RecordingError("bytes are pairs of hexadecimal digits");
         }

@@ -1,6 +1,6 @@
 #include "service/ServerName.h"
 
-#include <algorithm>
+#include "platform/Ascii.h"
 
 namespace kal {
 
@@ -10,14 +10,6 @@ constexpr std::string_view uncPrefix = "\\\\";
 
 bool hasBackslashAt(std::string_view name, size_t position) noexcept {
     return name.size() > position && name[position] == '\\';
-}
-
-char lowerCase(char character) noexcept {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-bool equalIgnoringCase(std::string_view left, std::string_view right) noexcept {
-    return std::ranges::equal(left, right, {}, lowerCase, lowerCase);
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 #include "simulator/Service.h"
 
 #include "comc/Properties.h"
+#include "platform/Hexadecimal.h"
 #include "simulator/printers/BidiAnswer.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <mutex>
 
 #include <nlohmann/json.hpp>
@@ -14,13 +14,13 @@ namespace simulator {
 namespace {
 
 std::string hexadecimal(std::span<const uint8_t> bytes) {
+    constexpr size_t mostShown = 64;
     std::string text;
-    char pair[4];
-    for (const auto byte : bytes.first(std::min<size_t>(bytes.size(), 64))) {
-        std::snprintf(pair, sizeof pair, " %02X", byte);
-        text += pair;
+    for (const auto byte : bytes.first(std::min(bytes.size(), mostShown))) {
+        text += ' ';
+        kal::appendHexadecimal(text, byte);
     }
-    return bytes.size() > 64 ? text + " ..." : text;
+    return bytes.size() > mostShown ? text + " ..." : text;
 }
 
 } // namespace

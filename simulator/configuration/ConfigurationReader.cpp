@@ -1,18 +1,8 @@
 #include "simulator/configuration/ConfigurationReader.h"
 
+#include "platform/Hexadecimal.h"
+
 namespace simulator {
-
-namespace {
-
-int digitOf(char character) {
-    if (character >= '0' && character <= '9') {
-        return character - '0';
-    }
-    const char lower = static_cast<char>(character | 32);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-} // namespace
 
 uint16_t Reader::handle(const JsonValue &value, const std::string &what) const {
     const auto *text = std::get_if<std::string>(&value.content);
@@ -37,7 +27,7 @@ Bytes Reader::bytes(const JsonValue &value, const std::string &what) const {
             }
             continue;
         }
-        const int digit = digitOf(character);
+        const int digit = kal::hexadecimalValue(character);
         if (digit < 0) {
             high = 0;
             break;

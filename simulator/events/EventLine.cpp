@@ -1,5 +1,7 @@
 #include "simulator/events/EventLine.h"
 
+#include "platform/Hexadecimal.h"
+
 #include <charconv>
 
 namespace simulator {
@@ -43,10 +45,8 @@ std::string composeEventLine(const EventLine &line) {
                        std::to_string(event.notification) + ' ' +
                        (event.flag ? std::to_string(*event.flag) : std::string(none)) + ' ';
     if (event.alert) {
-        constexpr char digits[] = "0123456789ABCDEF";
         for (const auto byte : *event.alert) {
-            text += digits[byte >> 4];
-            text += digits[byte & 15];
+            kal::appendHexadecimal(text, byte);
         }
     } else {
         text += none;

@@ -1,5 +1,6 @@
 #include "tools/log/LogSelection.h"
 
+#include "platform/Ascii.h"
 #include "tools/text/NumberText.h"
 
 #include <algorithm>
@@ -21,10 +22,6 @@ constexpr ComponentRow components[] = {
 };
 
 constexpr uint32_t everyLevel = 0xFFFFFFFF;
-
-char lowerCase(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
 
 void storeFlag(std::vector<LogSetting> &settings, std::string_view name, const std::optional<bool> &flag) {
     if (flag) {
@@ -58,9 +55,8 @@ std::vector<LogSetting> settingsFor(const LogRequest &request) {
 }
 
 std::optional<std::string> findComponent(std::string_view name) {
-    const auto *const found = std::ranges::find_if(components, [&](const ComponentRow &component) {
-        return std::ranges::equal(component.name, name, {}, lowerCase, lowerCase);
-    });
+    const auto *const found = std::ranges::find_if(
+        components, [&](const ComponentRow &component) { return kal::equalIgnoringCase(component.name, name); });
     return found == std::end(components) ? std::nullopt : std::optional<std::string>(found->name);
 }
 

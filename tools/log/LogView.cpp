@@ -1,5 +1,6 @@
 #include "tools/log/LogView.h"
 
+#include "platform/Ascii.h"
 #include "tools/text/JsonText.h"
 #include "tools/text/NumberText.h"
 
@@ -16,19 +17,11 @@ constexpr size_t componentColumn = 15;
 /// A line with more open calls than this is taken for damaged.
 constexpr size_t deepestIndentation = 100;
 
-char lowerCase(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-bool equalIgnoringCase(std::string_view left, std::string_view right) {
-    return std::ranges::equal(left, right, {}, lowerCase, lowerCase);
-}
-
 } // namespace
 
 bool LogFilter::accepts(const LogLine &line) const {
     return (!processId || line.processId == processId) && (!threadId || line.threadId == threadId) &&
-           (component.empty() || equalIgnoringCase(line.component, component)) &&
+           (component.empty() || kal::equalIgnoringCase(line.component, component)) &&
            (text.empty() || line.text.find(text) != line.text.npos);
 }
 

@@ -1,35 +1,18 @@
 #include "tools/text/HexText.h"
 
+#include "platform/Hexadecimal.h"
+
 #include <algorithm>
 
 namespace tool {
 
 namespace {
 
-constexpr std::string_view hexDigits = "0123456789ABCDEF";
 constexpr size_t bytesPerLine = 16;
-
-int digitValue(char digit) {
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    if (digit >= 'a' && digit <= 'f') {
-        return digit - 'a' + 10;
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - 'A' + 10;
-    }
-    return -1;
-}
-
-void appendByte(std::string &text, uint8_t byte) {
-    text += hexDigits[byte >> 4];
-    text += hexDigits[byte & 0xF];
-}
 
 void appendOffset(std::string &text, size_t offset) {
     for (int shift = 28; shift >= 0; shift -= 4) {
-        text += hexDigits[(offset >> shift) & 0xF];
+        text += kal::upperHexadecimalDigits[(offset >> shift) & 0xF];
     }
 }
 
@@ -45,8 +28,8 @@ std::optional<std::vector<uint8_t>> parseHexBytes(std::string_view text) {
         if (at + 1 >= text.size()) {
             return std::nullopt;
         }
-        const int high = digitValue(text[at]);
-        const int low = digitValue(text[at + 1]);
+        const int high = kal::hexadecimalValue(text[at]);
+        const int low = kal::hexadecimalValue(text[at + 1]);
         if (high < 0 || low < 0) {
             return std::nullopt;
         }
@@ -63,7 +46,7 @@ std::string hexBytes(std::span<const uint8_t> bytes) {
         if (!text.empty()) {
             text += ' ';
         }
-        appendByte(text, byte);
+        kal::appendHexadecimal(text, byte);
     }
     return text;
 }
@@ -76,7 +59,7 @@ std::string hexDump(std::span<const uint8_t> bytes) {
         text += "  ";
         for (size_t column = 0; column < bytesPerLine; ++column) {
             if (column < line.size()) {
-                appendByte(text, line[column]);
+                kal::appendHexadecimal(text, line[column]);
                 text += ' ';
             } else {
                 text += "   ";

@@ -1,5 +1,7 @@
 #include "tools/text/NumberText.h"
 
+#include "platform/Hexadecimal.h"
+
 #include <charconv>
 #include <system_error>
 
@@ -21,10 +23,9 @@ std::optional<uint32_t> parseNumber(std::string_view text, uint32_t limit) {
 }
 
 std::string hexNumber(uint32_t number, unsigned width) {
-    constexpr std::string_view hexDigits = "0123456789ABCDEF";
     std::string digits;
     for (; number != 0; number >>= 4) {
-        digits.insert(digits.begin(), hexDigits[number & 0xF]);
+        digits.insert(digits.begin(), kal::upperHexadecimalDigits[number & 0xF]);
     }
     if (digits.size() < width) {
         digits.insert(0, width - digits.size(), '0');
