@@ -1,6 +1,6 @@
-# The kinds of targets this project has, each made in one way.
+# Functions that define each kind of target in one place.
 
-# kal_optimise(TARGET): how the library itself is optimised. One step less than CMake's release default: the time goes into
+# kal_optimise(TARGET): optimises like the library itself, one level below CMake's release default. Most time goes into
 # system calls, and the DLL is a third smaller.
 function(kal_optimise target)
   if(NOT MSVC)
@@ -8,15 +8,15 @@ function(kal_optimise target)
   endif()
 endfunction()
 
-# kal_without_exceptions(TARGET): for a module that must not bring the C++ library with it. Exceptions of others still pass.
+# kal_without_exceptions(TARGET): for a module that must not link the C++ runtime. Exceptions of other modules still pass.
 function(kal_without_exceptions target)
   if(NOT MSVC)
     target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
   endif()
 endfunction()
 
-# kal_rules(NAME sources...): the part of a folder that decides and does not touch Windows, as a static library of its own
-# that tools and native tests can link alone.
+# kal_rules(NAME sources...): the sources of a folder that do not include <windows.h>, as a static library that tools and
+# native tests can link alone.
 function(kal_rules name)
   add_library(kal_${name}_rules STATIC ${ARGN})
   target_include_directories(kal_${name}_rules PUBLIC "${PROJECT_SOURCE_DIR}")
@@ -33,8 +33,8 @@ function(kal_folder name)
   kal_optimise(kal_${name})
 endfunction()
 
-# kal_header_package(TARGET HEADER): a header-only package of the machine as a target. Only this package is exposed:
-# the host's /usr/include must never be on the include path of a cross build.
+# kal_header_package(TARGET HEADER): a target for an installed header-only package. It exposes only this package, because
+# /usr/include of the host must not be on the include path of a cross build.
 function(kal_header_package target header)
   if(TARGET ${target})
     return()
@@ -62,10 +62,10 @@ function(kal_header_package target header)
   target_include_directories(${target} SYSTEM INTERFACE "${private}")
 endfunction()
 
-# kal_stage(TARGET file-or-generator-expression...): copies the files beside TARGET's output after it is built, so that
-# a program and the DLLs it loads lie in one folder.
+# kal_stage(TARGET file-or-generator-expression...): copies the files to TARGET's output folder after each build, so that
+# a program is in the same folder as the DLLs that it loads.
 function(kal_stage target)
-  # Linked again when a file changes, or the copy would stay behind.
+  # Links the target again when a file changes; otherwise the copy would be outdated.
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${ARGN})
   foreach(file ${ARGN})
     add_custom_command(TARGET ${target} POST_BUILD
@@ -84,18 +84,18 @@ function(kal_add_test keyword name)
   set_tests_properties(${name} PROPERTIES RESOURCE_GROUPS lanes:1 TIMEOUT 1200)
 endfunction()
 
-# kal_test_program(NAME SOURCES ... [LIBRARIES ...] [STAGE files...] [LABELS ...]): a GoogleTest program in a folder of
-# its own under build/<preset>/tests/, run by CTest under Wine. Further options:
+# kal_test_program(NAME SOURCES ... [LIBRARIES ...] [STAGE files...] [LABELS ...]): a GoogleTest program in its own folder
+# under build/<preset>/tests/, which CTest runs under Wine. Further options:
 #   PARTS n    divides the tests among n entries, NAME.1 to NAME.n
 #   ALL_CORES  runs the program on every core, not only on that of its lane
 function(kal_test_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "ALL_CORES" "PARTS" "SOURCES;LIBRARIES;STAGE;LABELS;DEPENDS")
   add_executable(${name} ${arg_SOURCES})
-  # A few files compile as one: the framework's headers and templates take longer than the tests themselves.
+  # Compiles several files as one, because the framework's headers and templates take longer than the tests.
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${name}"
                         UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # For the compiler each of those files is a header.
+    # In such a group, the compiler treats each file as a header.
     target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
   endif()
   if(KAL_LLD)
@@ -126,7 +126,7 @@ function(kal_test_program name)
   endforeach()
 endfunction()
 
-# One CTest entry of a program, with a report of its own.
+# One CTest entry of a program, with its own report.
 macro(kal_program_entry program entry)
   kal_add_test(NAME ${entry} COMMAND ${program} "--gtest_output=xml:../../results/${entry}.xml"
                WORKING_DIRECTORY "${PROJECT_BINARY_DIR}/tests/${program}")

@@ -1,9 +1,9 @@
-# Given to cmake as CMAKE_PROJECT_kal_INCLUDE by builds of a library that is not quite the one that ships. With KAL_COVERAGE,
-# what goes into kalclient.dll counts which lines and branches ran; with KAL_MUTATION, it may be code that no person would
-# write. The target kal_exercise is every test program that runs the library's own code. A program that loads the library
-# as an application does has none of it inside: it is taken from KAL_ORDINARY_BUILD, and lies beside this build's library.
+# Passed to cmake as CMAKE_PROJECT_kal_INCLUDE by builds of instrumented libraries. With KAL_COVERAGE, the code of
+# kalclient.dll counts executed lines and branches. With KAL_MUTATION, it may contain code that nobody would write. The
+# target kal_exercise consists of all test programs that run the library's own code. Programs that only load the library
+# are copied from KAL_ORDINARY_BUILD to the folder of this build's library.
 
-# The targets of a folder and of those below it.
+# Lists the targets of a folder and its subfolders.
 function(kal_targets_below folder result)
   get_property(targets DIRECTORY "${folder}" PROPERTY BUILDSYSTEM_TARGETS)
   get_property(subfolders DIRECTORY "${folder}" PROPERTY SUBDIRECTORIES)
@@ -14,7 +14,7 @@ function(kal_targets_below folder result)
   set(${result} ${targets} PARENT_SCOPE)
 endfunction()
 
-# The program of the ordinary build where that will do, else this build's.
+# Uses the program of the ordinary build if that is sufficient; otherwise builds it.
 function(kal_exercise target)
   get_property(staged TARGET ${target} PROPERTY kal_staged)
   if(staged MATCHES "TARGET_FILE:kalclient>")
@@ -50,10 +50,10 @@ function(kal_variant)
     endforeach()
   endif()
   if(KAL_COVERAGE)
-    # The unit tests have copies of their own of what stands in headers.
+    # The unit tests contain their own copies of code in headers.
     kal_targets_below("${CMAKE_SOURCE_DIR}/tests/unit" unit_tests)
     foreach(target ${library} ${unit_tests})
-      # Without optimisation, so that a line is a line; counted exactly by any number of threads.
+      # Unoptimised, so that lines correspond to code; the counters are atomic because of the threads.
       target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -O0)
     endforeach()
     target_link_options(kal_compiler INTERFACE --coverage)
