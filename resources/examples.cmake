@@ -1,4 +1,4 @@
-# Builds the examples against the installed package, as an application of yours would:
+# Builds the examples against the installed package, like an application would:
 #   cmake -S examples -B build -DCMAKE_PREFIX_PATH=WHERE-THIS-ARCHIVE-WAS-UNPACKED
 cmake_minimum_required(VERSION 3.16)
 project(kal_examples LANGUAGES C CXX RC)
@@ -12,7 +12,7 @@ add_executable(print_example print.c)
 add_executable(status_window WIN32 status_window/status_window.cpp status_window/status_window.rc)
 target_link_libraries(status_window PRIVATE comctl32)
 if(MSVC)
-  target_link_options(status_window PRIVATE /MANIFEST:NO) # the resource file brings the program's own
+  target_link_options(status_window PRIVATE /MANIFEST:NO) # the resource file contains the manifest
 elseif(MINGW)
   target_link_options(status_window PRIVATE -static)
 endif()
