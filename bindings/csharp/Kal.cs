@@ -24,7 +24,7 @@ namespace Kal
         Connect = -10,
         /// <summary>KAL_REGISTRATION_REFUSED: KalRegisterWithRpcServer: the server cannot be reached</summary>
         RegistrationRefused = -12,
-        /// <summary>DEVERR_PROTOCOL: the port type does not fit the handle, or the device refused a write</summary>
+        /// <summary>DEVERR_PROTOCOL: the port type is not valid for the handle, or the device refused a write</summary>
         Protocol = -14,
         /// <summary>KAL_INVALID_FUNCTION: KalSendBidi: no request has this function code</summary>
         InvalidFunction = -15,
@@ -40,7 +40,7 @@ namespace Kal
     [Flags]
     public enum KalNetType : uint
     {
-        /// <summary>KAL_PORT_TYPE_UNSPECIFIED: port type that fits every handle</summary>
+        /// <summary>KAL_PORT_TYPE_UNSPECIFIED: port type that is valid for every handle</summary>
         Unspecified = 0x0,
         /// <summary>NETTYPE_IP: network printer over IPv4 ("IPv4")</summary>
         Ip = 0x2,
@@ -52,7 +52,7 @@ namespace Kal
         Usb = 0x400,
         /// <summary>NETTYPE_LOCAL: parallel-port printer ("PAR1")</summary>
         Local = 0x800,
-        /// <summary>KAL_PORT_TYPE_ANY: port type that fits every handle</summary>
+        /// <summary>KAL_PORT_TYPE_ANY: port type that is valid for every handle</summary>
         Any = 0xfff,
         /// <summary>KAL_DISCOVER_FIRST: mask only, KalEnumPrinters: discover devices before enumerating</summary>
         DiscoverFirst = 0x80000000,
@@ -137,31 +137,31 @@ namespace Kal
         public const int KAL_SECOND_NAME_MINIMUM = 260;
         public const int KAL_SECOND_NAME_OFFSET = 100;
 
-        /// <summary>Prepares the library and sets the alert id counter back to 0. Loading the library has done this
-        /// already; an application need not call it.</summary>
+        /// <summary>Prepares the library and resets the alert id counter to 0. Applications do not need it, because
+        /// loading the library does the same.</summary>
         /// <returns>1 (true), always.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int Initialize();
 
         /// <summary>Cancels the print job on a handle.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle.</param>
-        /// <returns>KAL_OKAY: the job is cancelled; KAL_FAIL: every other code of the service (an unknown handle too);
-        /// no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: the job was cancelled; KAL_FAIL: every other code of the service (also for an unknown
+        /// handle); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCancelJob(ushort first, ushort handle);
 
-        /// <summary>Asks for a printer's alerts as window messages. The process has one window: that of the latest
-        /// successful call receives every alert and notification, whatever printer it was given for.</summary>
+        /// <summary>Requests a printer's alerts as window messages. The process has one window: the window of the
+        /// latest successful call receives every alert and notification of every printer.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <param name="mask">the alerts wanted: client alert mask, 32 bits. Not null.</param>
+        /// <param name="mask">the requested alerts: client alert mask, 32 bits. Not null.</param>
         /// <param name="window">HWND to post to.</param>
-        /// <returns>KAL_OKAY: the alerts will come; DEVERR_INVHANDLE: the handle cannot be opened, for whatever reason;
-        /// KAL_FAIL: the service refuses; a null mask; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: alerts will be posted; DEVERR_INVHANDLE: the handle cannot be opened, for any reason;
+        /// KAL_FAIL: the service refused; a null mask; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCaptureAlerts(ushort first, ushort handle, ref uint mask, IntPtr window);
 
@@ -175,33 +175,33 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCaptureAlertsExLM();
 
-        /// <summary>Alias of KalCaptureAlerts. The process has one window: that of the latest successful call receives
-        /// every alert and notification, whatever printer it was given for.</summary>
+        /// <summary>Alias of KalCaptureAlerts. The process has one window: the window of the latest successful call
+        /// receives every alert and notification of every printer.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <param name="mask">the alerts wanted: client alert mask, 32 bits. Not null.</param>
+        /// <param name="mask">the requested alerts: client alert mask, 32 bits. Not null.</param>
         /// <param name="window">HWND to post to.</param>
-        /// <returns>KAL_OKAY: the alerts will come; DEVERR_INVHANDLE: the handle cannot be opened, for whatever reason;
-        /// KAL_FAIL: the service refuses; a null mask; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: alerts will be posted; DEVERR_INVHANDLE: the handle cannot be opened, for any reason;
+        /// KAL_FAIL: the service refused; a null mask; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCaptureAlertsLM(ushort first, ushort handle, ref uint mask, IntPtr window);
 
         /// <summary>Closes a printer once.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <returns>KAL_OKAY: one open is given back; DEVERR_INVHANDLE: the handle is not open; KAL_FAIL: every other
-        /// code of the service; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: one open was closed; DEVERR_INVHANDLE: the handle is not open; KAL_FAIL: every other code
+        /// of the service; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalClose(ushort first, ushort handle);
 
         /// <summary>Alias of KalClose.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <returns>KAL_OKAY: one open is given back; DEVERR_INVHANDLE: the handle is not open; KAL_FAIL: every other
-        /// code of the service; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: one open was closed; DEVERR_INVHANDLE: the handle is not open; KAL_FAIL: every other code
+        /// of the service; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalCloseLM(ushort first, ushort handle);
 
@@ -215,35 +215,35 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalDeviceIoControlLM();
 
-        /// <summary>Ends the print job; the data is then complete.</summary>
+        /// <summary>Ends the print job.</summary>
         /// <param name="handle">open printer handle.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <returns>KAL_OKAY: the service has the whole document; DEVERR_PROTOCOL: the port type does not fit the
-        /// handle; the service was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the
-        /// device cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every
-        /// other code (among them 1: the handle was not opened); no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: the service has the complete document; DEVERR_PROTOCOL: the port type is not valid for
+        /// the handle; the service was not called; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT:
+        /// the device cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL:
+        /// every other code (among them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEndDoc(ushort handle, uint portType);
 
         /// <summary>Alias of KalEndDoc.</summary>
         /// <param name="handle">open printer handle.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <returns>KAL_OKAY: the service has the whole document; DEVERR_PROTOCOL: the port type does not fit the
-        /// handle; the service was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the
-        /// device cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every
-        /// other code (among them 1: the handle was not opened); no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: the service has the complete document; DEVERR_PROTOCOL: the port type is not valid for
+        /// the handle; the service was not called; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT:
+        /// the device cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL:
+        /// every other code (among them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEndDocLM(ushort handle, uint portType);
 
-        /// <summary>Does what KalEnumSpecificPort does, for a UNC name.</summary>
+        /// <summary>Like KalEnumSpecificPort, for a UNC name.</summary>
         /// <param name="first">not used.</param>
         /// <param name="netTypes">as for KalEnumSpecificPort.</param>
-        /// <param name="name">zero-terminated name; not null.</param>
+        /// <param name="name">null-terminated name; not null.</param>
         /// <param name="callback">as for KalEnumSpecificPort.</param>
         /// <returns>as KalEnumSpecificPort.</returns>
-        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
+        /// <remarks>Threads: Any. Runs on a worker thread while the caller waits indefinitely.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumByUNC(ushort first, uint netTypes, [MarshalAs(UnmanagedType.LPStr)] string name,
             KalPortCallback callback);
@@ -251,10 +251,10 @@ namespace Kal
         /// <summary>Alias of KalEnumByUNC.</summary>
         /// <param name="first">not used.</param>
         /// <param name="netTypes">as for KalEnumSpecificPort.</param>
-        /// <param name="name">zero-terminated name; not null.</param>
+        /// <param name="name">null-terminated name; not null.</param>
         /// <param name="callback">as for KalEnumSpecificPort.</param>
         /// <returns>as KalEnumSpecificPort.</returns>
-        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
+        /// <remarks>Threads: Any. Runs on a worker thread while the caller waits indefinitely.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumByUNCLM(ushort first, uint netTypes,
             [MarshalAs(UnmanagedType.LPStr)] string name, KalPortCallback callback);
@@ -264,36 +264,36 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumJobs();
 
-        /// <summary>Reports all printers of the chosen kinds to a callback, one call a printer. Two enumerations at the
-        /// same time both report to the callback that was given last.</summary>
+        /// <summary>Reports all printers of the selected kinds to a callback, one call per printer. Two enumerations at
+        /// the same time both report to the callback that was passed last.</summary>
         /// <param name="first">not read.</param>
-        /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST USB and parallel
-        /// devices are discovered before. Other bits find nothing.</param>
-        /// <param name="callback">called for each printer, on a thread of the service; may be null. Must not throw, and
-        /// must not make the last KalUnregisterApp.</param>
-        /// <returns>KAL_OKAY: the service was asked, also when it failed (the log tells); KAL_FAIL: no binding
+        /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST, USB and
+        /// parallel devices are discovered first. Other bits find nothing.</param>
+        /// <param name="callback">called per printer, on a thread of the service; may be null. Must not throw or make
+        /// the last KalUnregisterApp.</param>
+        /// <returns>KAL_OKAY: the service was called; if it failed, the log has its code; KAL_FAIL: no binding
         /// exists.</returns>
         /// <remarks>Threads: Any. Blocks until the service has reported every printer.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumPrinters(ushort first, uint netTypes, KalPortCallback callback);
 
         /// <summary>Alias of KalEnumPrinters. Two enumerations at the same time both report to the callback that was
-        /// given last.</summary>
+        /// passed last.</summary>
         /// <param name="first">not read.</param>
-        /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST USB and parallel
-        /// devices are discovered before. Other bits find nothing.</param>
-        /// <param name="callback">called for each printer, on a thread of the service; may be null. Must not throw, and
-        /// must not make the last KalUnregisterApp.</param>
-        /// <returns>KAL_OKAY: the service was asked, also when it failed (the log tells); KAL_FAIL: no binding
+        /// <param name="netTypes">mask: NETTYPE_IP, NETTYPEUSB, NETTYPE_LOCAL; with KAL_DISCOVER_FIRST, USB and
+        /// parallel devices are discovered first. Other bits find nothing.</param>
+        /// <param name="callback">called per printer, on a thread of the service; may be null. Must not throw or make
+        /// the last KalUnregisterApp.</param>
+        /// <returns>KAL_OKAY: the service was called; if it failed, the log has its code; KAL_FAIL: no binding
         /// exists.</returns>
         /// <remarks>Threads: Any. Blocks until the service has reported every printer.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumPrintersLM(ushort first, uint netTypes, KalPortCallback callback);
 
-        /// <summary>Reports no printer; KalEnumSpecificPort finds one. Its arguments, four in older applications, are
-        /// not read.</summary>
+        /// <summary>Does not report any printer; use KalEnumSpecificPort. Its arguments, four in older applications,
+        /// are not read.</summary>
         /// <returns>KAL_OKAY, always.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecific();
 
@@ -312,32 +312,30 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecificLM();
 
-        /// <summary>Finds the printer behind one port and reports it to a callback. The result is a port-type code, no
-        /// result code: whether a printer was found, only the callback tells.</summary>
+        /// <summary>Finds the printer at a port and reports it to a callback. The result is a port-type code, not a
+        /// result code. Only the callback shows whether a printer was found.</summary>
         /// <param name="first">not used.</param>
         /// <param name="netTypes">mask of net types to accept; any bit of 0xFFF accepts every recognised kind, ENUM_P2P
-        /// also unrecognised ones, 0 none (but a parallel port whose name contains "LPT").</param>
-        /// <param name="portName">zero-terminated port name as the service knows it; not null.</param>
-        /// <param name="callback">called once when the printer was found, on a worker thread; may be null.</param>
-        /// <returns>the port-type code of the printer after the callback was called (0 for an unknown transport); 0
-        /// when nothing was reported; KAL_FAIL (1) for a null name, when no binding exists and when no worker thread
-        /// could be started.</returns>
-        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
+        /// also unrecognised ones, 0 only a parallel port whose name contains "LPT".</param>
+        /// <param name="portName">null-terminated port name as the service knows it; not null.</param>
+        /// <param name="callback">called once if the printer was found, on a worker thread; may be null.</param>
+        /// <returns>the port-type code of the reported printer (0 for an unknown transport); 0 if nothing was reported;
+        /// KAL_FAIL (1) for a null name, if no binding exists, or if no worker thread could be started.</returns>
+        /// <remarks>Threads: Any. Runs on a worker thread while the caller waits indefinitely.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecificPort(ushort first, uint netTypes,
             [MarshalAs(UnmanagedType.LPStr)] string portName, KalPortCallback callback);
 
-        /// <summary>Alias of KalEnumSpecificPort. The result is a port-type code, no result code: whether a printer was
-        /// found, only the callback tells.</summary>
+        /// <summary>Alias of KalEnumSpecificPort. The result is a port-type code, not a result code. Only the callback
+        /// shows whether a printer was found.</summary>
         /// <param name="first">not used.</param>
         /// <param name="netTypes">mask of net types to accept; any bit of 0xFFF accepts every recognised kind, ENUM_P2P
-        /// also unrecognised ones, 0 none (but a parallel port whose name contains "LPT").</param>
-        /// <param name="portName">zero-terminated port name as the service knows it; not null.</param>
-        /// <param name="callback">called once when the printer was found, on a worker thread; may be null.</param>
-        /// <returns>the port-type code of the printer after the callback was called (0 for an unknown transport); 0
-        /// when nothing was reported; KAL_FAIL (1) for a null name, when no binding exists and when no worker thread
-        /// could be started.</returns>
-        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
+        /// also unrecognised ones, 0 only a parallel port whose name contains "LPT".</param>
+        /// <param name="portName">null-terminated port name as the service knows it; not null.</param>
+        /// <param name="callback">called once if the printer was found, on a worker thread; may be null.</param>
+        /// <returns>the port-type code of the reported printer (0 for an unknown transport); 0 if nothing was reported;
+        /// KAL_FAIL (1) for a null name, if no binding exists, or if no worker thread could be started.</returns>
+        /// <remarks>Threads: Any. Runs on a worker thread while the caller waits indefinitely.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalEnumSpecificPortLM(ushort first, uint netTypes,
             [MarshalAs(UnmanagedType.LPStr)] string portName, KalPortCallback callback);
@@ -352,22 +350,24 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalExchangeNetInfoLM();
 
-        /// <summary>Nothing is buffered here: a write has reached the service when it returns.</summary>
+        /// <summary>Does nothing: the library does not buffer. When a write returns, its data has reached the
+        /// service.</summary>
         /// <returns>KAL_OKAY, always.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalFlushMWOBuffer();
 
-        /// <summary>Reads the data block that the service keeps of a printer, without asking the printer.</summary>
+        /// <summary>Reads the data block that the service stores about a printer, without a request to the
+        /// printer.</summary>
         /// <param name="first">not used.</param>
         /// <param name="handle">printer handle.</param>
-        /// <param name="buffer">receives the block; a head of eight bytes that begins with 0xA5 is removed. Not
+        /// <param name="buffer">receives the block, without an eight-byte header that begins with 0xA5. Not
         /// null.</param>
-        /// <param name="size">bytes of the buffer.</param>
-        /// <param name="length">receives the bytes in the buffer. Not null.</param>
+        /// <param name="size">size of the buffer in bytes.</param>
+        /// <param name="length">receives the number of bytes in the buffer. Not null.</param>
         /// <returns>KAL_OKAY: the block is in the buffer; DEVERR_INVHANDLE: the service does not know the handle (6);
         /// KAL_FAIL: every other code; a null pointer; no binding exists; no worker thread could be started.</returns>
-        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
+        /// <remarks>Threads: Any. Runs on a worker thread while the caller waits indefinitely.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalGetCache(ushort first, ushort handle, [Out] byte[] buffer, uint size,
             ref uint length);
@@ -532,9 +532,9 @@ namespace Kal
         /// <param name="handle">printer handle (PortInfoRecord.handle), 0 to 65535.</param>
         /// <param name="third">not read.</param>
         /// <returns>KAL_OKAY: the printer is open; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT:
-        /// the device cannot be found (1168); DEVERR_INVHANDLE: there is no such handle (6); KAL_FAIL: every other
+        /// the device cannot be found (1168); DEVERR_INVHANDLE: the handle does not exist (6); KAL_FAIL: every other
         /// code; no binding exists; no worker thread could be started.</returns>
-        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
+        /// <remarks>Threads: Any. Runs on a worker thread while the caller waits indefinitely.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalOpen(ushort first, ushort handle, ushort third);
 
@@ -543,9 +543,9 @@ namespace Kal
         /// <param name="handle">printer handle (PortInfoRecord.handle), 0 to 65535.</param>
         /// <param name="third">not read.</param>
         /// <returns>KAL_OKAY: the printer is open; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT:
-        /// the device cannot be found (1168); DEVERR_INVHANDLE: there is no such handle (6); KAL_FAIL: every other
+        /// the device cannot be found (1168); DEVERR_INVHANDLE: the handle does not exist (6); KAL_FAIL: every other
         /// code; no binding exists; no worker thread could be started.</returns>
-        /// <remarks>Threads: Any. Works on a thread of its own while the caller waits without time-out.</remarks>
+        /// <remarks>Threads: Any. Runs on a worker thread while the caller waits indefinitely.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalOpenLM(ushort first, ushort handle, ushort third);
 
@@ -555,38 +555,38 @@ namespace Kal
         public static extern int KalPing();
 
         /// <summary>Does nothing: there is nothing to prepare.</summary>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalPrepareRhoaForUninstall();
 
-        /// <summary>Fetches the bytes of an alert, from its offset 5 on. The alert stays stored and may be fetched
-        /// again, until 65536 further alerts were posted.</summary>
+        /// <summary>Fetches the bytes of an alert from offset 5. The alert stays stored and can be fetched again until
+        /// 65536 further alerts were posted.</summary>
         /// <param name="first">not read.</param>
         /// <param name="alertId">high 16 bits of the message's wParam.</param>
         /// <param name="third">not read.</param>
         /// <param name="fourth">not read.</param>
-        /// <param name="buffer">receives the bytes; may be null only when *size is too small anyway.</param>
-        /// <param name="size">in: bytes of the buffer; out: bytes of the alert. Not null.</param>
-        /// <returns>KAL_OKAY; the number of bytes needed (a positive number, deliberately not a named code) when the
-        /// buffer is too small; KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result
-        /// of 1 with *size changed to 1 means one byte is needed.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <param name="buffer">receives the bytes; may be null only if *size is too small.</param>
+        /// <param name="size">in: size of the buffer; out: bytes of the alert. Not null.</param>
+        /// <returns>KAL_OKAY; the number of bytes needed if the buffer is too small (a positive number, deliberately
+        /// not a named code); KAL_FAIL (1) for an unknown id, for a null pointer, or if no binding exists. If *size
+        /// became 1, a result of 1 means that one byte is needed.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryAlerts(ushort first, ushort alertId, ushort third, ushort fourth,
             [Out] byte[] buffer, ref ushort size);
 
-        /// <summary>Alias of KalQueryAlerts. The alert stays stored and may be fetched again, until 65536 further
-        /// alerts were posted.</summary>
+        /// <summary>Alias of KalQueryAlerts. The alert stays stored and can be fetched again until 65536 further alerts
+        /// were posted.</summary>
         /// <param name="first">not read.</param>
         /// <param name="alertId">high 16 bits of the message's wParam.</param>
         /// <param name="third">not read.</param>
         /// <param name="fourth">not read.</param>
-        /// <param name="buffer">receives the bytes; may be null only when *size is too small anyway.</param>
-        /// <param name="size">in: bytes of the buffer; out: bytes of the alert. Not null.</param>
-        /// <returns>KAL_OKAY; the number of bytes needed (a positive number, deliberately not a named code) when the
-        /// buffer is too small; KAL_FAIL (1) for an unknown id, for a null pointer and when no binding exists. A result
-        /// of 1 with *size changed to 1 means one byte is needed.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <param name="buffer">receives the bytes; may be null only if *size is too small.</param>
+        /// <param name="size">in: size of the buffer; out: bytes of the alert. Not null.</param>
+        /// <returns>KAL_OKAY; the number of bytes needed if the buffer is too small (a positive number, deliberately
+        /// not a named code); KAL_FAIL (1) for an unknown id, for a null pointer, or if no binding exists. If *size
+        /// became 1, a result of 1 means that one byte is needed.</returns>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryAlertsLM(ushort first, ushort alertId, ushort third, ushort fourth,
             [Out] byte[] buffer, ref ushort size);
@@ -601,17 +601,16 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryPrintBuffer();
 
-        /// <summary>Tells whether a printer prints.</summary>
+        /// <summary>Reports whether a printer is printing.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="third">not read.</param>
-        /// <param name="buffer">receives a KalPrinterStatusRecord; may be null only when size is too small
-        /// anyway.</param>
-        /// <param name="size">bytes of the buffer.</param>
+        /// <param name="buffer">receives a KalPrinterStatusRecord; may be null only if size is too small.</param>
+        /// <param name="size">size of the buffer in bytes.</param>
         /// <param name="needed">receives KAL_PRINTER_STATUS_SIZE. Not null.</param>
         /// <returns>KAL_OKAY: the record is in the buffer; KAL_MOREDATA: the buffer is too small; KAL_FAIL: the service
-        /// fails; a null pointer; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// failed; a null pointer; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalQueryPrinterStatus(ushort first, ushort handle, ushort third, [Out] byte[] buffer,
             uint size, ref uint needed);
@@ -627,55 +626,58 @@ namespace Kal
         public static extern int KalReceiveShutdownNotificationLM();
 
         /// <summary>Registers the application with the service on this machine. Registrations are counted per process:
-        /// the first makes the binding, each needs one KalUnregisterApp. Starts nothing yet: comc.dll is loaded by the
-        /// first operation.</summary>
+        /// the first makes the binding, and each needs one KalUnregisterApp. The first operation, not the registration,
+        /// loads comc.dll.</summary>
         /// <param name="first">not read.</param>
-        /// <returns>1, always; also when the binding could not be made (then nothing is registered).</returns>
+        /// <returns>1, always. If the binding cannot be made, it is also 1, but the application is not
+        /// registered.</returns>
         /// <remarks>Threads: Any. Serialised with the other registration exports.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern ushort KalRegisterApp(ushort first);
 
         /// <summary>Alias of KalRegisterApp. Needs a registered application: it opens a trace, which KalRegisterApp
-        /// does not. Registrations are counted per process: the first makes the binding, each needs one
-        /// KalUnregisterApp. Starts nothing yet: comc.dll is loaded by the first operation.</summary>
+        /// does not. Registrations are counted per process: the first makes the binding, and each needs one
+        /// KalUnregisterApp. The first operation, not the registration, loads comc.dll.</summary>
         /// <param name="first">not read.</param>
-        /// <returns>1, always; also when the binding could not be made (then nothing is registered).</returns>
+        /// <returns>1, always. If the binding cannot be made, it is also 1, but the application is not
+        /// registered.</returns>
         /// <remarks>Threads: Any. Serialised with the other registration exports.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern ushort KalRegisterAppLM(ushort first);
 
         /// <summary>Registers the application with the service on a named machine and checks that the network knows
         /// that machine.</summary>
-        /// <param name="serverName">zero-terminated name of the machine, with or without two leading backslashes; null
-        /// or "" is this machine. Ignored when the process is registered already.</param>
-        /// <returns>1: registered; KAL_REGISTRATION_REFUSED: the server cannot be reached or the binding could not be
-        /// made: nothing is registered.</returns>
-        /// <remarks>Threads: Any. Serialised with the other registration exports. Blocks while the network looks a
-        /// foreign name up.</remarks>
+        /// <param name="serverName">null-terminated name of the machine, with or without two leading backslashes; null
+        /// or "" means this machine. Ignored if the process is already registered.</param>
+        /// <returns>1: registered; KAL_REGISTRATION_REFUSED: not registered: the server cannot be reached, or the
+        /// binding could not be made.</returns>
+        /// <remarks>Threads: Any. Serialised with the other registration exports. Blocks while the network looks up
+        /// another machine's name.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalRegisterWithRpcServer([MarshalAs(UnmanagedType.LPStr)] string serverName);
 
-        /// <summary>Gives one capture back. Captures are counted, but every release ends alerts and notifications of
-        /// the handle at the service and closes the handle, once more when notifications were running, whoever opened
-        /// it: an application that captured twice captures again, and one that used KalSetJobControlMode mode 2 does
-        /// not call mode 1 after this.</summary>
+        /// <summary>Releases one capture. Captures are counted, but every release ends all alerts and notifications of
+        /// the handle at the service. It also closes the handle, and a second time if notifications were running, even
+        /// if another part of the program opened it. An application that captured twice must therefore capture again.
+        /// One that called KalSetJobControlMode with mode 2 must not call mode 1 after this.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <returns>KAL_OKAY: released, also when the service fails; DEVERR_INVHANDLE: the handle was not captured;
+        /// <returns>KAL_OKAY: released, even if the service failed; DEVERR_INVHANDLE: the handle was not captured;
         /// KAL_FAIL: no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleaseAlerts(ushort first, ushort handle);
 
-        /// <summary>Alias of KalReleaseAlerts. Captures are counted, but every release ends alerts and notifications of
-        /// the handle at the service and closes the handle, once more when notifications were running, whoever opened
-        /// it: an application that captured twice captures again, and one that used KalSetJobControlMode mode 2 does
-        /// not call mode 1 after this.</summary>
+        /// <summary>Alias of KalReleaseAlerts. Captures are counted, but every release ends all alerts and
+        /// notifications of the handle at the service. It also closes the handle, and a second time if notifications
+        /// were running, even if another part of the program opened it. An application that captured twice must
+        /// therefore capture again. One that called KalSetJobControlMode with mode 2 must not call mode 1 after
+        /// this.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <returns>KAL_OKAY: released, also when the service fails; DEVERR_INVHANDLE: the handle was not captured;
+        /// <returns>KAL_OKAY: released, even if the service failed; DEVERR_INVHANDLE: the handle was not captured;
         /// KAL_FAIL: no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalReleaseAlertsLM(ushort first, ushort handle);
 
@@ -704,55 +706,55 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalRetrieveData();
 
-        /// <summary>Sends one bidirectional request to a printer and returns its response. Opens and closes the handle
-        /// by itself. After a failed exchange the whole response buffer is zero.</summary>
+        /// <summary>Sends one bidirectional request to a printer and returns its response. Opens the handle and closes
+        /// it again. After a failed exchange the complete response buffer is zero.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="third">not read.</param>
-        /// <param name="function">0 to 181: the stored request of that code, with the caller's data appended when it
-        /// fits into 512 bytes together; 170: the caller's data as it stands.</param>
-        /// <param name="response">receives the response, without its five-byte head unless function is 170; may be
+        /// <param name="function">0 to 181: the stored request with that code, followed by the caller's data if both
+        /// together have at most 512 bytes; 170: only the caller's data, unchanged.</param>
+        /// <param name="response">receives the response, without its five-byte header unless function is 170; may be
         /// null.</param>
-        /// <param name="responseSize">in: bytes of response; out: bytes received; may be null (then nothing is
-        /// received).</param>
+        /// <param name="responseSize">in: size of the buffer; out: bytes received; may be null if no response is
+        /// wanted.</param>
         /// <param name="data">bytes to append or, for 170, to send; may be null.</param>
-        /// <param name="dataLength">number of those bytes.</param>
-        /// <returns>KAL_OKAY: the response is in the buffer; KAL_INVALID_FUNCTION: there is no such request; the
-        /// service was not asked; DEVERR_INVHANDLE: the handle cannot be opened, or the service does not know it (6);
-        /// KAL_MOREDATA: the response is longer (122); *responseSize is the needed size when the service told it;
-        /// KAL_PRNBUSY: the printer is busy with another request (1); DEVERR_READFAIL: the printer did not answer in
+        /// <param name="dataLength">number of bytes in data.</param>
+        /// <returns>KAL_OKAY: the response is in the buffer; KAL_INVALID_FUNCTION: no request has this code; the
+        /// service was not called; DEVERR_INVHANDLE: the handle cannot be opened, or the service does not know it (6);
+        /// KAL_MOREDATA: the buffer is too small (122); *responseSize is the needed size, if the service reported it;
+        /// KAL_PRNBUSY: the printer is busy with another request (1); DEVERR_READFAIL: the printer did not respond in
         /// time (1460); KAL_FAIL: every other code; null data with a length for 170; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSendBidi(ushort first, ushort handle, ushort third, ushort function,
             [Out] byte[] response, ref uint responseSize, [In] byte[] data, ushort dataLength);
 
-        /// <summary>Alias of KalSendBidi. Opens and closes the handle by itself. After a failed exchange the whole
+        /// <summary>Alias of KalSendBidi. Opens the handle and closes it again. After a failed exchange the complete
         /// response buffer is zero.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="third">not read.</param>
-        /// <param name="function">0 to 181: the stored request of that code, with the caller's data appended when it
-        /// fits into 512 bytes together; 170: the caller's data as it stands.</param>
-        /// <param name="response">receives the response, without its five-byte head unless function is 170; may be
+        /// <param name="function">0 to 181: the stored request with that code, followed by the caller's data if both
+        /// together have at most 512 bytes; 170: only the caller's data, unchanged.</param>
+        /// <param name="response">receives the response, without its five-byte header unless function is 170; may be
         /// null.</param>
-        /// <param name="responseSize">in: bytes of response; out: bytes received; may be null (then nothing is
-        /// received).</param>
+        /// <param name="responseSize">in: size of the buffer; out: bytes received; may be null if no response is
+        /// wanted.</param>
         /// <param name="data">bytes to append or, for 170, to send; may be null.</param>
-        /// <param name="dataLength">number of those bytes.</param>
-        /// <returns>KAL_OKAY: the response is in the buffer; KAL_INVALID_FUNCTION: there is no such request; the
-        /// service was not asked; DEVERR_INVHANDLE: the handle cannot be opened, or the service does not know it (6);
-        /// KAL_MOREDATA: the response is longer (122); *responseSize is the needed size when the service told it;
-        /// KAL_PRNBUSY: the printer is busy with another request (1); DEVERR_READFAIL: the printer did not answer in
+        /// <param name="dataLength">number of bytes in data.</param>
+        /// <returns>KAL_OKAY: the response is in the buffer; KAL_INVALID_FUNCTION: no request has this code; the
+        /// service was not called; DEVERR_INVHANDLE: the handle cannot be opened, or the service does not know it (6);
+        /// KAL_MOREDATA: the buffer is too small (122); *responseSize is the needed size, if the service reported it;
+        /// KAL_PRNBUSY: the printer is busy with another request (1); DEVERR_READFAIL: the printer did not respond in
         /// time (1460); KAL_FAIL: every other code; null data with a length for 170; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSendBidiLM(ushort first, ushort handle, ushort third, ushort function,
             [Out] byte[] response, ref uint responseSize, [In] byte[] data, ushort dataLength);
 
         /// <summary>Stores a name for the client. Nothing in the library reads it.</summary>
-        /// <param name="name">zero-terminated, at most 260 characters are kept; null changes nothing.</param>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <param name="name">null-terminated; at most 260 characters are kept. Null changes nothing.</param>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalSetClientName([MarshalAs(UnmanagedType.LPStr)] string name);
 
@@ -762,33 +764,33 @@ namespace Kal
         /// <param name="third">not read.</param>
         /// <param name="fourth">not read.</param>
         /// <param name="seconds">time in seconds, 0 to 65535.</param>
-        /// <returns>KAL_OKAY: the service was asked, whatever it said; KAL_FAIL: no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: the service was called, whatever it returned; KAL_FAIL: no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetEndOfJobMode(ushort first, ushort handle, ushort third, ushort fourth,
             ushort seconds);
 
-        /// <summary>Says which job the next cancel refers to.</summary>
+        /// <summary>Selects the job that the next KalCancelJob cancels.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="jobId">job id, 1 or more.</param>
-        /// <returns>KAL_OKAY: the service took the job id; KAL_FAIL: a job id below 1 (the service is not asked); every
-        /// code of the service but 0; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <returns>KAL_OKAY: the service accepted the job id; KAL_FAIL: a job id below 1 (the service is not called);
+        /// every code of the service except 0; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobCancelMode(ushort first, ushort handle, int jobId);
 
         /// <summary>Switches job notifications (WM_KAL_PRINTERSTATUS, WM_KAL_ENDOFJOB) of a handle on or off. Mode 2
-        /// keeps its open even when starting the notifications fails: call mode 1 (or KalClose) to give it back.
-        /// KalReleaseAlerts ends notifications too and then closes once more, whoever opened; see there.</summary>
+        /// leaves the handle open even if it cannot start the notifications: call mode 1 (or KalClose) to close it.
+        /// KalReleaseAlerts also ends notifications and closes the handle; see there.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="mode">2: open the handle and start notifications; 1: stop them and close the handle; 128:
-        /// refused; any other value does nothing.</param>
-        /// <returns>KAL_OKAY: done, or the service answered with a code that counts as such: all but 1 and 2;
-        /// DEVERR_INVHANDLE: mode 2: the handle cannot be opened; both modes: the service answered 1; DEVERR_CONNECT:
-        /// the service cannot find the device (2); KAL_FAIL: mode 128; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// fails; any other value does nothing.</param>
+        /// <returns>KAL_OKAY: the service returned any code except 1 and 2; or the mode does nothing; DEVERR_INVHANDLE:
+        /// mode 2: the handle cannot be opened; both modes: the service returned 1; DEVERR_CONNECT: the service cannot
+        /// find the device (2); KAL_FAIL: mode 128; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobControlMode(ushort first, ushort handle, uint mode);
 
@@ -797,14 +799,14 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobStatus();
 
-        /// <summary>Hands a free key and value for the job to the service.</summary>
+        /// <summary>Passes a key and a value, both of any content, to the service for the job.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
-        /// <param name="key">zero-terminated key; not null.</param>
-        /// <param name="value">zero-terminated value; not null.</param>
-        /// <returns>KAL_OKAY: the service was asked, whatever it said; KAL_FAIL: a null key or value; no binding
+        /// <param name="key">null-terminated key; not null.</param>
+        /// <param name="value">null-terminated value; not null.</param>
+        /// <returns>KAL_OKAY: the service was called, whatever it returned; KAL_FAIL: a null key or value; no binding
         /// exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobStringPrinter(ushort first, ushort handle,
             [MarshalAs(UnmanagedType.LPStr)] string key, [MarshalAs(UnmanagedType.LPStr)] string value);
@@ -831,35 +833,35 @@ namespace Kal
 
         /// <summary>Starts a print job.</summary>
         /// <param name="handle">open printer handle.</param>
-        /// <param name="portType">port-type code (NETTYPE value, 0 or 4095 for any); must fit the handle's bits 11 to
-        /// 14.</param>
-        /// <param name="documentName">zero-terminated name shown by the service; null for none.</param>
-        /// <returns>KAL_OKAY: the job has begun; DEVERR_PROTOCOL: the port type does not fit the handle; the service
-        /// was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the device cannot be
-        /// found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code (among
-        /// them 1: the handle was not opened); no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <param name="portType">port-type code (NETTYPE value, 0 or 4095 for any); must be valid for the handle's
+        /// bits 11 to 14.</param>
+        /// <param name="documentName">null-terminated name that the service shows; may be null.</param>
+        /// <returns>KAL_OKAY: the job has begun; DEVERR_PROTOCOL: the port type is not valid for the handle; the
+        /// service was not called; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the device
+        /// cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other
+        /// code (among them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartDoc(ushort handle, uint portType,
             [MarshalAs(UnmanagedType.LPStr)] string documentName);
 
         /// <summary>Alias of KalStartDoc.</summary>
         /// <param name="handle">open printer handle.</param>
-        /// <param name="portType">port-type code (NETTYPE value, 0 or 4095 for any); must fit the handle's bits 11 to
-        /// 14.</param>
-        /// <param name="documentName">zero-terminated name shown by the service; null for none.</param>
-        /// <returns>KAL_OKAY: the job has begun; DEVERR_PROTOCOL: the port type does not fit the handle; the service
-        /// was not asked; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the device cannot be
-        /// found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code (among
-        /// them 1: the handle was not opened); no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service answers.</remarks>
+        /// <param name="portType">port-type code (NETTYPE value, 0 or 4095 for any); must be valid for the handle's
+        /// bits 11 to 14.</param>
+        /// <param name="documentName">null-terminated name that the service shows; may be null.</param>
+        /// <returns>KAL_OKAY: the job has begun; DEVERR_PROTOCOL: the port type is not valid for the handle; the
+        /// service was not called; KAL_PRNBUSY: the printer is busy (service code 170); DEVERR_CONNECT: the device
+        /// cannot be found (1168); DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other
+        /// code (among them 1: the handle was not opened); no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service responds.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartDocLM(ushort handle, uint portType,
             [MarshalAs(UnmanagedType.LPStr)] string documentName);
 
-        /// <summary>No server is needed.</summary>
+        /// <summary>Does nothing: no server is needed.</summary>
         /// <returns>1: a boolean true, not KAL_FAIL.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStartRpcServer();
 
@@ -888,86 +890,86 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalStoreData();
 
-        /// <summary>Nothing is uninstalled here: the service has an installer of its own.</summary>
+        /// <summary>Does nothing: the service has its own installer.</summary>
         /// <returns>KAL_OKAY, always.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalUninstallORX();
 
-        /// <summary>Gives one registration back; the last one destroys the binding (open handles included) and the
-        /// logger. Not guarded against one call too many: the count then wraps and the next KalRegisterApp only brings
-        /// it back to 0.</summary>
+        /// <summary>Releases one registration; the last one destroys the binding, its open handles and the logger.
+        /// There must not be more calls than registrations: the count would wrap, and the next KalRegisterApp would
+        /// only set it back to 0.</summary>
         /// <param name="first">not read.</param>
         /// <remarks>Threads: Any. Serialised with the other registration exports. The last unregistration waits up to
         /// five seconds for callbacks of the service on other threads: alerts, notifications, enumerations. It does not
-        /// wait for exports that still run, for a callback on its own thread, or while the process ends. If a callback
-        /// is still inside after that, the binding with its open handles, comc.dll and kalclient.dll stay in memory
-        /// until the process ends; a new registration makes a fresh binding. Do not make the last unregistration in a
+        /// wait for running exports, for a callback on its own thread, or while the process exits. If a callback still
+        /// runs after that time, the binding with its open handles, comc.dll and kalclient.dll stay in memory until the
+        /// process exits; a new registration makes a new binding. Do not make the last unregistration in a
         /// KalPortCallback, in DllMain or in the destructor of a DLL's static object.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalUnregisterApp(ushort first);
 
         /// <summary>Alias of KalUnregisterApp. Needs a registered application: it opens a trace, which KalUnregisterApp
-        /// does not. Not guarded against one call too many: the count then wraps and the next KalRegisterApp only
-        /// brings it back to 0.</summary>
+        /// does not. There must not be more calls than registrations: the count would wrap, and the next KalRegisterApp
+        /// would only set it back to 0.</summary>
         /// <param name="first">not read.</param>
         /// <remarks>Threads: Any. Serialised with the other registration exports. The last unregistration waits up to
         /// five seconds for callbacks of the service on other threads: alerts, notifications, enumerations. It does not
-        /// wait for exports that still run, for a callback on its own thread, or while the process ends. If a callback
-        /// is still inside after that, the binding with its open handles, comc.dll and kalclient.dll stay in memory
-        /// until the process ends; a new registration makes a fresh binding. Do not make the last unregistration in a
+        /// wait for running exports, for a callback on its own thread, or while the process exits. If a callback still
+        /// runs after that time, the binding with its open handles, comc.dll and kalclient.dll stay in memory until the
+        /// process exits; a new registration makes a new binding. Do not make the last unregistration in a
         /// KalPortCallback, in DllMain or in the destructor of a DLL's static object.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern void KalUnregisterAppLM(ushort first);
 
-        /// <summary>Sends document data. Nothing is retried: when the service's buffer is full (service code 122) the
-        /// call waits 2000 ms and answers KAL_FAIL; offering the bytes again is the application's part.</summary>
+        /// <summary>Sends document data. Does not retry: if the service's buffer is full (service code 122), the call
+        /// waits 2000 ms and returns KAL_FAIL. The application must then offer the bytes again.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle with a started job.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null unless that is
+        /// <param name="data">*byteCount bytes, which the library does not copy; may be null if *byteCount is
         /// 0.</param>
-        /// <param name="byteCount">in: bytes to send; out: bytes that the service took (may be fewer: send the rest
+        /// <param name="byteCount">in: bytes to send; out: bytes that the service took (if fewer, send the rest
         /// again).</param>
-        /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type does not fit the handle, or
-        /// the device refused the write (service code 50); DEVERR_CONNECT: the device cannot be found (1168);
-        /// DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code, busy (170) included;
-        /// a null pointer; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service takes the data, and for 2000 ms more when its buffer is
+        /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type is not valid for the handle,
+        /// or the device refused the write (service code 50); DEVERR_CONNECT: the device cannot be found (1168);
+        /// DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code, also busy (170); a
+        /// null pointer; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service has taken the data, and for 2000 ms more if its buffer is
         /// full.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalWrite(ushort first, ushort handle, uint portType, [In] byte[] data,
             ref uint byteCount);
 
-        /// <summary>Alias of KalWrite. Nothing is retried: when the service's buffer is full (service code 122) the
-        /// call waits 2000 ms and answers KAL_FAIL; offering the bytes again is the application's part.</summary>
+        /// <summary>Alias of KalWrite. Does not retry: if the service's buffer is full (service code 122), the call
+        /// waits 2000 ms and returns KAL_FAIL. The application must then offer the bytes again.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle with a started job.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <param name="data">the bytes, *byteCount of them, not copied by the library; not null unless that is
+        /// <param name="data">*byteCount bytes, which the library does not copy; may be null if *byteCount is
         /// 0.</param>
-        /// <param name="byteCount">in: bytes to send; out: bytes that the service took (may be fewer: send the rest
+        /// <param name="byteCount">in: bytes to send; out: bytes that the service took (if fewer, send the rest
         /// again).</param>
-        /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type does not fit the handle, or
-        /// the device refused the write (service code 50); DEVERR_CONNECT: the device cannot be found (1168);
-        /// DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code, busy (170) included;
-        /// a null pointer; no binding exists.</returns>
-        /// <remarks>Threads: Any. Blocks while the service takes the data, and for 2000 ms more when its buffer is
+        /// <returns>KAL_OKAY: *byteCount bytes were taken; DEVERR_PROTOCOL: the port type is not valid for the handle,
+        /// or the device refused the write (service code 50); DEVERR_CONNECT: the device cannot be found (1168);
+        /// DEVERR_INVHANDLE: the service does not know the handle (6); KAL_FAIL: every other code, also busy (170); a
+        /// null pointer; no binding exists.</returns>
+        /// <remarks>Threads: Any. Blocks until the service has taken the data, and for 2000 ms more if its buffer is
         /// full.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalWriteLM(ushort first, ushort handle, uint portType, [In] byte[] data,
             ref uint byteCount);
 
-        /// <summary>Sends document data exactly as KalWrite does: despite its name it returns only when the service
-        /// took the data.</summary>
+        /// <summary>Sends document data exactly as KalWrite does. Despite its name, it returns after the service has
+        /// taken the data.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">open printer handle with a started job.</param>
         /// <param name="portType">as for KalStartDoc.</param>
-        /// <param name="data">the bytes, *byteCount of them; not null.</param>
+        /// <param name="data">*byteCount bytes; not null.</param>
         /// <param name="byteCount">in: bytes to send; out: bytes that the service took.</param>
         /// <param name="sixth">not used.</param>
         /// <returns>as KalWrite.</returns>
-        /// <remarks>Threads: Any. Blocks as KalWrite does.</remarks>
+        /// <remarks>Threads: Any. Blocks like KalWrite.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalWriteOverlapped(ushort first, ushort handle, uint portType, [In] byte[] data,
             ref uint byteCount, uint sixth);
@@ -979,7 +981,7 @@ namespace Kal
 
         /// <summary>Does nothing; kept for applications that call it.</summary>
         /// <returns>1 (true), always.</returns>
-        /// <remarks>Threads: Any. Never blocks: the service is not asked.</remarks>
+        /// <remarks>Threads: Any. Never blocks: the service is not called.</remarks>
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int Uninitialize();
     }
