@@ -10,8 +10,8 @@ status=0
 for source in "$here"/targets/*.cpp; do
   target=$(basename "$source" .cpp)
   printf '%-16s ' "$target"
-  "$programs/$target" "$here/corpus/$target" 2>"$notes" || {
-    echo "FAILED at the last file named here:"
+  "$programs/$target" "$here/corpus/$target.txt" 2>"$notes" || {
+    echo "FAILED at the last input named here:"
     tail -n 40 "$notes"
     status=1
   }

@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Writes the first inputs of every corpus: whole, well-formed examples from which a fuzzer finds the rest."""
+"""Writes the first inputs of every corpus: complete, well-formed examples from which a fuzzer finds the rest."""
 import os
 import re
 import struct
 import sys
+
+import corpus
 
 here = os.path.dirname(os.path.abspath(__file__))
 
@@ -165,11 +167,9 @@ SEEDS = {
 
 def main():
     for target, inputs in SEEDS.items():
-        folder = os.path.join(here, "corpus", target)
-        os.makedirs(folder, exist_ok=True)
-        for number, content in enumerate(inputs):
-            with open(os.path.join(folder, f"seed-{number:02}"), "wb") as file:
-                file.write(content if isinstance(content, bytes) else content.encode())
+        seeds = {f"seed-{number:02}": content if isinstance(content, bytes) else content.encode()
+                 for number, content in enumerate(inputs)}
+        corpus.write(target, {**corpus.read(target), **seeds})
     return 0
 
 
