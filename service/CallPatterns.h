@@ -1,6 +1,6 @@
 #pragma once
 
-// The patterns that the operations of OrxClient follow. Only OrxClient.cpp, which makes the operations, includes this.
+// The patterns of OrxClient's operations. Only OrxClient.cpp, which defines the operations, includes this file.
 
 #include "platform/EntryPoint.h"
 #include "service/OrxClient.h"
@@ -49,7 +49,7 @@ inline uint32_t OrxClient::open(HandleFunction<> function, HandleFunction<> clos
         try {
             addHandle(handle);
         } catch (const std::bad_alloc &) {
-            inCurrentModule(closeFunction, handle); // what is not on record could never be closed
+            inCurrentModule(closeFunction, handle); // without a record it could never be closed
             giveBack();
             throw;
         }
@@ -64,12 +64,12 @@ inline uint32_t OrxClient::close(HandleFunction<> function, uint32_t handle) {
     }
     auto *const found = resolve(function);
     if (found == nullptr) {
-        giveBack(); // deliberate: the record stays although its references go
+        giveBack(); // deliberate: the references are released, but the record stays
         return ERROR_PROC_NOT_FOUND;
     }
     const uint32_t result = found(record->clientId, handle);
     if (removeHandle(handle)) {
-        giveBack(); // unless another thread closed this very open meanwhile and gave its references back
+        giveBack(); // otherwise another thread has closed this open and released its references
     }
     return result;
 }
@@ -93,7 +93,7 @@ uint32_t OrxClient::handleScopedOrClose(HandleFunction<Arguments...> function, u
     }
     auto *const found = resolve(function);
     if (found == nullptr) {
-        ClosePrinter(handle); // of a scanner too, deliberately
+        ClosePrinter(handle); // deliberately for scanners as well
         return ERROR_PROC_NOT_FOUND;
     }
     return found(record->clientId, handle, arguments...);
@@ -139,7 +139,7 @@ inline uint32_t OrxClient::setClientInfo(ClientFunction<const void *, const void
         return ERROR_MOD_NOT_FOUND;
     }
     if (const uint32_t code = acquireClientId()) {
-        giveBack(); // deliberately one identifier reference more than was taken
+        giveBack(); // deliberately releases one identifier reference too many
         return code;
     }
     const uint32_t result = inCurrentModule(function, name, value);
@@ -151,7 +151,7 @@ inline uint32_t OrxClient::closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint
     if (const uint32_t code = bringUp()) {
         return code;
     }
-    std::vector<uint32_t> handles; // a snapshot: the closes change the table
+    std::vector<uint32_t> handles; // a copy, because the closes change the table
     try {
         const std::lock_guard guard(handleLock_);
         handles.reserve(openHandles_.size());
@@ -173,7 +173,7 @@ inline uint32_t OrxClient::closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint
     return result;
 }
 
-/// One shot, apart from counts and locks.
+/// Loads, calls and frees comc.dll without counts and locks.
 inline uint32_t OrxClient::installService(ServiceFunction<uint32_t()> function) {
     const HMODULE loaded = LoadLibraryA(libraryPath_.c_str());
     module_ = loaded;

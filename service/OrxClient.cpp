@@ -13,7 +13,7 @@ namespace kal {
 
 namespace {
 
-/// comc.dll in the folder of a module; the bare name, and so the system's search, when that folder cannot be told.
+/// comc.dll in the module's folder. If that folder is unknown, the bare name, which the system searches.
 std::string libraryPathBeside(HMODULE module) {
     char buffer[261] = {};
     std::string directory;
@@ -24,7 +24,7 @@ std::string libraryPathBeside(HMODULE module) {
     return directory + "comc.dll";
 }
 
-/// A failure's code; a failure without one counts as a missing module.
+/// The last error; if that is 0, the code for a missing module.
 uint32_t failureCode() noexcept {
     const DWORD code = GetLastError();
     return code == ERROR_SUCCESS ? ERROR_MOD_NOT_FOUND : code;
@@ -45,8 +45,8 @@ OrxClient::~OrxClient() {
 
 uint32_t OrxClient::loadService() {
     const std::lock_guard guard(loadLock_);
-    // A module that was released after a failed OrxInitialize deliberately counts as loaded here: this call counts up
-    // and answers 0 without loading again; the unload that balances it clears the way for a fresh load.
+    // A module that was freed after a failed OrxInitialize deliberately counts as loaded: this call increases the count
+    // and returns 0 without loading. After the matching unload, comc.dll can be loaded again.
     if (loadCount_ != 0 || module_ != nullptr) {
         ++loadCount_;
         return ERROR_SUCCESS;
@@ -62,7 +62,7 @@ uint32_t OrxClient::loadService() {
         return ERROR_SUCCESS;
     }
     const uint32_t code = failureCode();
-    module_ = releasedModule(); // before it is freed: other threads look names up without the lock
+    module_ = releasedModule(); // before freeing it, because other threads look up names without the lock
     FreeLibrary(loaded);
     return code;
 }
@@ -78,7 +78,7 @@ uint32_t OrxClient::unloadService() {
     return ERROR_SUCCESS;
 }
 
-/// Under the load lock.
+/// To be called with the load lock held.
 void OrxClient::unloadNow() {
     if (auto *const uninitialize = resolve(ENTRY(OrxUninitialize))) {
         uninitialize();
@@ -114,7 +114,7 @@ uint32_t OrxClient::acquireClientId() {
 uint32_t OrxClient::releaseClientId() {
     const std::lock_guard guard(clientIdLock_);
     if (clientIdCount_ != 0 && --clientIdCount_ == 0) {
-        clientId_ = 0; // the service is not told: it has no way to take an identifier back
+        clientId_ = 0; // without a call: the service has no function to release an identifier
     }
     return ERROR_SUCCESS;
 }
@@ -139,7 +139,7 @@ void OrxClient::addHandle(uint32_t handle) {
 std::optional<OrxClient::OpenHandleRecord> OrxClient::findHandle(uint32_t handle) {
     const std::lock_guard guard(handleLock_);
     const auto position = openHandles_.find(handle);
-    // A copy: another thread may close the handle while this one calls the service.
+    // Returns a copy, because another thread may close the handle while this one calls the service.
     return position == openHandles_.end() ? std::nullopt : std::optional(position->second);
 }
 
@@ -155,7 +155,7 @@ bool OrxClient::removeHandle(uint32_t handle) {
     return true;
 }
 
-/// Takes a load reference and an identifier reference. @return 0; or the code for the caller, with nothing taken
+/// Acquires a load reference and an identifier reference. @return 0; or a code, without any reference
 uint32_t OrxClient::bringUp() {
     if (loadService() != ERROR_SUCCESS) {
         return ERROR_MOD_NOT_FOUND;

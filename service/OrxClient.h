@@ -14,32 +14,32 @@
 
 namespace kal {
 
-/// The binding to the communication service: loads comc.dll while somebody needs it, holds the client identifier, knows
-/// which handles are open, and offers one virtual operation an entry point.
+/// The binding to the communication service. It loads comc.dll while a reference exists, and has the client identifier,
+/// the table of open handles and one virtual operation per entry point.
 ///
-/// Every operation returns 0 or a Win32-style code: 126 when comc.dll cannot be brought up, 127 when it lacks the entry
-/// point, 1 for a handle that is not open, else what the service said. Entry points are looked up by name on each call.
-/// Any number of threads may call; the three locks are never held together, and none is held while the service is
-/// called but for OrxInitialize, OrxUninitialize (load lock) and OrxGetClientId (identifier lock).
+/// Every operation returns 0 or a Win32-style code: 126 if comc.dll cannot be loaded or started, 127 if it lacks the
+/// entry point, 1 for a handle that is not open, otherwise the service's code. Entry points are looked up by name on
+/// each call. Any thread may call. The three locks are never held together. During a call of the service no lock is
+/// held, except the load lock for OrxInitialize and OrxUninitialize, and the identifier lock for OrxGetClientId.
 ///
 /// The order of the virtual operations is part of the binary interface.
 class OrxClient {
   public:
-    /// Loads nothing yet.
-    /// @param libraryModule  the module beside whose file comc.dll lies
-    /// @param serverName     machine of the service; null or empty for this one
-    /// @param keepLoaded     whether comc.dll stays loaded once nobody needs it
+    /// Does not load comc.dll yet.
+    /// @param libraryModule  the module in whose folder comc.dll is
+    /// @param serverName     machine of the service; null or empty for this machine
+    /// @param keepLoaded     whether comc.dll stays loaded without references
     OrxClient(HMODULE libraryModule, const char *serverName, bool keepLoaded);
     OrxClient(const OrxClient &) = delete;
     OrxClient &operator=(const OrxClient &) = delete;
-    /// Unloads comc.dll whatever still needs it.
+    /// Unloads comc.dll, even if there are references.
     virtual ~OrxClient();
 
 #define ORX_OPERATION(slot, operation, pattern, parameters, arguments) virtual uint32_t operation parameters;
 #include "service/OrxOperations.inc"
 #undef ORX_OPERATION
 
-    /// The identifier that the service gave this process; 0 while none is held.
+    /// The identifier that the service assigned; 0 without references.
     [[nodiscard]] uint32_t clientId() const noexcept {
         return clientId_.load(std::memory_order_relaxed);
     }
@@ -48,7 +48,7 @@ class OrxClient {
     }
 
   private:
-    /// One open handle. The identifier is that of its open: operations on the handle keep using it.
+    /// One open handle. Operations on the handle use the identifier with which it was opened.
     struct OpenHandleRecord {
         uint32_t handle;
         uint32_t clientId;
@@ -61,31 +61,31 @@ class OrxClient {
     uint32_t unloadService();
     [[nodiscard]] uint32_t acquireClientId();
     uint32_t releaseClientId();
-    /// Counts an open more. Raises std::bad_alloc, with nothing counted.
+    /// Counts one more open. Throws std::bad_alloc without counting.
     void addHandle(uint32_t handle);
     [[nodiscard]] std::optional<OpenHandleRecord> findHandle(uint32_t handle);
-    /// Counts one open less and forgets the handle at none. @return whether there was one to count
+    /// Counts one open less and removes the record of a handle without opens. @return whether the handle was open
     bool removeHandle(uint32_t handle);
     [[nodiscard]] uint32_t bringUp();
     void giveBack();
     void unloadNow();
-    /// Stands for a module that was freed because OrxInitialize failed: the binding then deliberately counts as loaded,
-    /// but there is nothing to look up, to call or to free. No module has this address.
+    /// Replaces a module that was freed because OrxInitialize failed. The binding then deliberately counts as loaded,
+    /// but there is no module to call or free. No module has this address.
     [[nodiscard]] static HMODULE releasedModule() noexcept {
         return reinterpret_cast<HMODULE>(uintptr_t{1});
     }
 
-    /// An entry point that takes the client identifier first; or the identifier and a handle.
+    /// An entry point whose first argument is the client identifier, or the identifier and a handle.
     template <class... Arguments>
     using ClientFunction = ServiceFunction<uint32_t(uint32_t clientId, Arguments...)>;
     template <class... Arguments>
     using HandleFunction = ClientFunction<uint32_t, Arguments...>;
 
-    /// The entry point, or null (and last error 127) when it is missing or no usable module is loaded.
+    /// The entry point. If it is missing or no usable module is loaded, null, with last error 127.
     template <class Function>
     [[nodiscard]] Function *resolve(ServiceFunction<Function> function) const noexcept;
 
-    // The patterns, each written once; OrxOperations.inc says which operation follows which.
+    // The patterns of operations. OrxOperations.inc selects one per operation.
     template <class... Arguments>
     uint32_t clientScoped(ClientFunction<Arguments...> function, Arguments... arguments);
     uint32_t open(HandleFunction<> function, HandleFunction<> closeFunction, uint32_t handle);
@@ -114,7 +114,7 @@ class OrxClient {
     std::string serverName_;
     std::string libraryPath_;
     OpenHandles openHandles_;
-    OpenHandles::node_type spareRecord_; ///< of the latest close: opening and closing in turn allocates nothing
+    OpenHandles::node_type spareRecord_; ///< of the latest close, so that repeated open and close do not allocate
     uint32_t clientIdCount_ = 0;
     CriticalSection clientIdLock_;          ///< guards clientId_ (for writing), clientIdCount_ and the server check
     CriticalSection handleLock_;            ///< guards openHandles_ and spareRecord_

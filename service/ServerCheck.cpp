@@ -18,7 +18,7 @@ struct LibraryDeleter {
 };
 using ScopedLibrary = std::unique_ptr<HINSTANCE__, LibraryDeleter>;
 
-/// Asks the network provider, which is loaded for the one question: few installations ever ask it.
+/// Asks the network provider. Loads it only for this call, because few installations need it.
 uint32_t askNetworkProvider(const std::string &serverName) {
     const ScopedLibrary provider(LoadLibraryA("mpr.dll"));
     if (!provider) {
@@ -54,7 +54,7 @@ uint32_t checkServerByName(const std::string &serverName) {
     try {
         return askNetworkProvider(serverName);
     } catch (const std::bad_alloc &) {
-        return ERROR_NOT_ENOUGH_MEMORY; // a code like any other: whoever asks holds references to give back
+        return ERROR_NOT_ENOUGH_MEMORY; // not an exception: the caller must release references
     }
 }
 

@@ -6,13 +6,13 @@
 
 namespace kal {
 
-/// Whether a server name means this machine: the empty name, and the computer's name in any letter case (ASCII), with
-/// or without two leading backslashes.
-/// @param computerName  null when it could not be found out
+/// Whether a server name means this machine: the empty name or the computer's name. Ignores ASCII case and two leading
+/// backslashes.
+/// @param computerName  null if it could not be read
 [[nodiscard]] bool isThisMachine(std::string_view serverName, const char *computerName) noexcept;
 
-/// A server name as the network knows it: as it stands when a backslash is among its first two characters, else with
-/// two backslashes before it.
+/// A server name for the network: unchanged if one of its first two characters is a backslash, otherwise with two
+/// backslashes in front.
 [[nodiscard]] std::string remoteNameOf(std::string_view serverName);
 
 } // namespace kal
