@@ -1,6 +1,7 @@
 #include "api/BidiRequest.h"
 
 #include <algorithm>
+#include <array>
 
 namespace kal {
 
@@ -21,17 +22,17 @@ constexpr BidiTemplate bidiTemplate(Bytes... bytes) noexcept {
 
 // One entry more than there are codes: the bound test deliberately admits the first code behind them, whose entry is no
 // frame.
-constexpr BidiTemplate templates[] = {
+constexpr auto templates = std::to_array<BidiTemplate>({
 #define BIDI_TEMPLATE(code, ...) bidiTemplate(__VA_ARGS__),
 #include "api/BidiTemplates.inc"
 #undef BIDI_TEMPLATE
     bidiTemplate(),
-};
-static_assert(std::size(templates) == 183);
+});
+static_assert(templates.size() == 183);
 
 /// The stored frame of a function code; empty when it has none.
 std::span<const uint8_t> findTemplate(uint16_t function) noexcept {
-    if (function >= std::size(templates) || templates[function].bytes[0] != leadByte) {
+    if (function >= templates.size() || templates[function].bytes[0] != leadByte) {
         return {};
     }
     const uint8_t *const bytes = templates[function].bytes;

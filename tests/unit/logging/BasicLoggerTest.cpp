@@ -175,6 +175,22 @@ TEST(BasicLoggerSettings, PlainLoggerIsOffWithoutItsFile) {
     EXPECT_EQ(plainSetting("startLog", 7, File::missing), 0u);
 }
 
+TEST(BasicLoggerSettings, PlainLoggerOpensItsFileAsSharedForReadingOnly) {
+    DWORD asked[4] = {};
+    ImportHook<"CreateFileA", CreateFileSignature> create(
+        GetModuleHandleA(nullptr), [&](LPCSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                                       DWORD disposition, DWORD attributes, HANDLE pattern) {
+            asked[0] = access;
+            asked[1] = share;
+            asked[2] = disposition;
+            asked[3] = attributes;
+            return create.original(path, access, share, security, disposition, attributes, pattern);
+        });
+    EXPECT_EQ(plainSetting("startLog", 0), 0xFFFFFFFFu);
+    EXPECT_THAT(asked,
+                ElementsAre(GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+}
+
 TEST(BasicLoggerSettings, PlainLoggerKnowsStartLogInItsExactCaseOnly) {
     EXPECT_EQ(plainSetting("StartLog", 7), 7u);
 }

@@ -72,6 +72,18 @@ class Masks {
 
 } // namespace
 
+TEST(RegistryKeyOpening, KeyWhoseReopeningFailsIsClosedOnce) {
+    ScratchKey scratch;
+    CountedCall<"RegCloseKey", LSTATUS(HKEY)> closed;
+    {
+        RegistryKey64 key(KEY_READ);
+        key.open(scratch.path(), false, HKEY_CURRENT_USER);
+        EXPECT_EQ(key.tryOpen((scratch.path() + "\\missing").c_str(), HKEY_CURRENT_USER), ERROR_FILE_NOT_FOUND);
+        EXPECT_EQ(memberAt<HKEY>(key, 8), nullptr);
+    }
+    EXPECT_EQ(closed.calls(), 1);
+}
+
 TEST(RegistryKeyOpening, MembersAreHandleThenMask) {
     RegistryKey64 key(31);
     EXPECT_EQ(memberAt<HKEY>(key, 8), nullptr);
@@ -381,6 +393,18 @@ TEST_F(RegistryKey, BytesWhoseDataCannotBeReadThrow) {
     scratch.setRaw("bytes", REG_BINARY, "words");
     FailingCall<"RegQueryValueExA", QuerySignature> query(ERROR_MORE_DATA, 99, 2);
     EXPECT_EQ(thrownByRead<Bytes>("bytes"), (Thrown{"RegistryKey64::getValue(binary)", ERROR_MORE_DATA, file, 484}));
+}
+
+TEST_F(RegistryKey, BytesThatShrankBetweenTheirSizeAndTheirDataAreReadAsTheyAre) {
+    scratch.setRaw("bytes", REG_BINARY, "a long value");
+    ImportHook<"RegQueryValueExA", QuerySignature> query(
+        GetModuleHandleA(nullptr),
+        [&](HKEY handle, LPCSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size) {
+            if (query.calls() == 2)
+                scratch.setRaw("bytes", REG_BINARY, "ab");
+            return query.original(handle, name, reserved, type, data, size);
+        });
+    EXPECT_EQ(read<Bytes>("bytes"), (Bytes{'a', 'b'}));
 }
 
 TEST_F(RegistryKey, BytesStoredAsAStringThrow) {

@@ -307,6 +307,22 @@ TEST_F(ProductSettings, HbnDriverThatCannotBeOpenedForReadingDoesNotCount) {
     EXPECT_EQ(open.calls(), 1);
 }
 
+TEST_F(ProductSettings, HbnDriverIsOpenedForReadingWithOtherReaders) {
+    makeKey(own.local("Transports\\Network\\HBN3"));
+    DWORD asked[4] = {};
+    ImportHook<"CreateFileA", HANDLE(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE)> open(
+        GetModuleHandleA(nullptr),
+        [&](LPCSTR, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD attributes, HANDLE) {
+            asked[0] = access;
+            asked[1] = share;
+            asked[2] = disposition;
+            asked[3] = attributes;
+            return INVALID_HANDLE_VALUE;
+        });
+    EXPECT_FALSE(settings.isHbnTransportUsable());
+    EXPECT_THAT(asked, ElementsAre(GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+}
+
 TEST_F(ProductSettings, HbnDriverWithoutASystemFolderIsLookedForInTheDrivesRoot) {
     makeKey(own.local("Transports\\Network\\HBN3"));
     FailingCall<"GetSystemDirectoryA", UINT(LPSTR, UINT)> system(0, ERROR_NOT_ENOUGH_MEMORY);
