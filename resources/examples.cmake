@@ -9,7 +9,10 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 
 add_executable(print_example print.c)
-add_executable(status_window WIN32 status_window/status_window.cpp status_window/status_window.rc)
+add_executable(status_window WIN32 status_window/Main.cpp status_window/PrinterService.cpp status_window/StatusWindow.cpp
+               status_window/StatusWindowLayout.cpp status_window/TestPage.cpp status_window/Texts.cpp
+               status_window/status_window.rc)
+target_compile_definitions(status_window PRIVATE UNICODE NOMINMAX) # the names of the system mean its wide functions
 target_link_libraries(status_window PRIVATE comctl32)
 if(MSVC)
   target_link_options(status_window PRIVATE /MANIFEST:NO) # the resource file contains the manifest
