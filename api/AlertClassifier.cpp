@@ -39,7 +39,7 @@ StatusWindowVerdict classifyExtended(uint8_t type) noexcept {
     case 4:
         return {WM_KAL_CONFIGCHANGEEX, "Alert message = WM_KAL_CONFIGCHANGEEX"};
     default:
-        // "staus" in this and the next two texts: deliberately kept, support searches for it.
+        // "staus" here and in the next two strings is deliberate: support staff search the log for it.
         return {0, "Alert is an extended alert but not one that the staus window cares about."};
     }
 }

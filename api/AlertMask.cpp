@@ -9,12 +9,12 @@ struct AlertBitRow {
     uint32_t service;
 };
 
-constexpr uint32_t clientEverything = 0x400000; ///< stands alone: nothing else is looked at
+constexpr uint32_t clientEverything = 0x400000; ///< overrides all other bits
 constexpr uint32_t serviceEverything = 0x100000;
 constexpr uint32_t unchangedBits = 0x3FF;
 
-// 0x10000 and the bits from 0x800000 up deliberately do not keep their order. Client bits that are not listed (0x400,
-// 0x200000 and all above 0x4000000) ask for alerts that the service does not have.
+// 0x10000 and the bits from 0x800000 upwards deliberately do not keep their order. Client bits without a row (0x400,
+// 0x200000 and those above 0x4000000) select alerts that the service does not have.
 constexpr AlertBitRow movedBits[] = {
     {0x800, 0x400},         //
     {0x1000, 0x800},        //

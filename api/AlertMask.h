@@ -4,7 +4,7 @@
 
 namespace kal {
 
-/// The service's alert mask for a client's.
+/// Converts a client's alert mask to the service's.
 [[nodiscard]] uint32_t mapAlertMask(uint32_t clientMask) noexcept;
 
 } // namespace kal

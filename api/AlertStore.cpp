@@ -11,7 +11,7 @@ void AlertStore::put(uint16_t alertId, std::unique_ptr<Data> alert) {
     if (!page) {
         page = std::make_unique<Page>();
     }
-    (*page)[alertId & 0xFF].swap(alert); // what was there before goes with the argument
+    (*page)[alertId & 0xFF].swap(alert); // the previous alert is freed with the argument
 }
 
 AlertStore::Answer AlertStore::copy(uint16_t alertId, void *buffer, uint16_t size, uint32_t &stored) {

@@ -23,7 +23,7 @@ namespace kal {
 
 namespace {
 
-/// The window that receives everything of a client identifier: that of the latest successful capture.
+/// The window per client identifier: that of the latest successful capture.
 class AlertWindowMap {
   public:
     void set(int32_t clientId, HWND window) {
@@ -47,7 +47,7 @@ AlertStore alertStore;
 MadeAtLoad<Mutex> alertIdLock(false, "", false); ///< held while nextAlertId is read and raised
 std::atomic<uint16_t> nextAlertId = 0;
 MadeAtLoad<Mutex> captureLock(false, "", false); ///< guards captureCounts
-std::map<uint16_t, uint32_t> captureCounts;      ///< successful captures not yet released, by printer handle
+std::map<uint16_t, uint32_t> captureCounts;      ///< successful captures that are not released, by printer handle
 
 uint16_t takeAlertId() {
     const ScopedMutex guard(alertIdLock.get());
@@ -58,7 +58,7 @@ constexpr WPARAM packParameter(uint32_t high, uint32_t handle) noexcept {
     return static_cast<uint32_t>(high << 16 | (handle & 0xFFFF));
 }
 
-/// Stores an alert without its head under a fresh id and tells the window.
+/// Stores an alert, without its header, under the next id, and posts the message.
 void storeAndPost(HWND window, uint32_t message, uint32_t handle, std::unique_ptr<Data> alert) {
     alert->skip(alertHeadSize, true);
     const uint16_t alertId = takeAlertId();
@@ -120,11 +120,11 @@ uint32_t takeAlert(OrxClient &client, uint32_t handle, const uint8_t *alert, uin
     return ERROR_INVALID_FUNCTION;
 }
 
-/// A notification that posts a printer state, or one that the application is not told of.
+/// A notification, and the printer state to post. Without a state, the application does not receive it.
 struct NotificationRow {
     uint32_t notification;
     const char *text;
-    std::optional<uint32_t> state; ///< as WM_KAL_PRINTERSTATUS carries it
+    std::optional<uint32_t> state; ///< in the form of WM_KAL_PRINTERSTATUS
 };
 
 constexpr NotificationRow notifications[] = {
@@ -175,21 +175,21 @@ void takeNotification(OrxClient &client, uint32_t handle, uint32_t category, uin
     }
 }
 
-/// Takes one capture off a handle. @return whether there was one
+/// Counts one capture of a handle less. @return whether there was one
 bool takeCaptureOff(uint16_t handle) {
     const ScopedMutex guard(captureLock.get());
     const auto position = captureCounts.find(handle);
     if (position == captureCounts.end() || position->second == 0) {
         return false;
     }
-    --position->second; // an entry at 0 stays: its handle is likely to be captured again
+    --position->second; // an entry with 0 is kept, because its handle is likely to be captured again
     return true;
 }
 
-/// Counts a capture and gives the alerts to its window; changes nothing when it throws.
+/// Counts a capture and sets its window. Changes nothing if it throws.
 void countCapture(OrxClient &client, uint16_t handle, HWND window) {
     const ScopedMutex guard(captureLock.get());
-    uint32_t &count = captureCounts[handle]; // may throw, as may the window's entry: both before the count
+    uint32_t &count = captureCounts[handle]; // counted last, because this line and the next may throw
     alertWindows.set(static_cast<int32_t>(client.clientId()), window);
     ++count;
 }
@@ -207,18 +207,18 @@ int32_t captureAlerts(CallTrace &trace, OrxClient &client, uint16_t handle, uint
     try {
         countCapture(client, handle, window);
     } catch (const std::bad_alloc &) {
-        // No entry yet of the handle or of the client identifier, so no other capture that this could end.
+        // There is no entry yet for the handle or the client identifier, so this does not end another capture.
         client.UnregisterForAlertsPrinter(handle);
         client.ClosePrinter(handle);
         throw;
     } catch (const Win32Exception &) {
-        client.ClosePrinter(handle); // other captures of the handle, of which nothing is known here, go on
+        client.ClosePrinter(handle); // keeps the registration, because other captures of the handle may exist
         throw;
     }
     return trace.named(KAL_OKAY);
 }
 
-/// Every release, deliberately whatever the remaining count and whoever opened the handle.
+/// Called by every release, deliberately whatever the remaining count and whoever opened the handle.
 void releaseAtService(OrxClient &client, uint16_t handle) {
     if (const uint32_t code = client.UnregisterForAlertsPrinter(handle)) {
         logTrace("unregisterForAlertsPrinter() failed, errorCode=", code);
@@ -228,7 +228,7 @@ void releaseAtService(OrxClient &client, uint16_t handle) {
     }
     if (const uint32_t code = client.UnregisterForNotificationsPrinter(handle)) {
         logTrace("unregisterForNotificationsPrinter() failed, errorCode=", code);
-    } else if (const uint32_t closeCode = client.ClosePrinter(handle)) { // balances the notifications' own open
+    } else if (const uint32_t closeCode = client.ClosePrinter(handle)) { // for the open of the notifications
         logTrace("2nd closePrinter() failed, rc=", closeCode);
     }
 }
@@ -236,7 +236,7 @@ void releaseAtService(OrxClient &client, uint16_t handle) {
 static_assert(sizeof(KalPrinterStatusRecord) == KAL_PRINTER_STATUS_SIZE);
 static_assert(offsetof(KalPrinterStatusRecord, isPrinting) == 8 && offsetof(KalPrinterStatusRecord, reserved) == 16);
 
-/// Whether a printer in a state of the service prints; says the state in the log where there is something to say.
+/// Whether a printer with this state of the service is printing. Logs some of the states.
 bool isPrinting(uint32_t state) {
     switch (state) {
     case ORX_PRINTER_PRINTING_AND_OKAY:
@@ -320,7 +320,7 @@ int32_t KalReleaseAlerts(uint16_t, uint16_t handle) {
 }
 
 int32_t KalQueryAlerts(uint16_t, uint16_t alertId, uint16_t, uint16_t, void *buffer, uint16_t *size) {
-    // The id in the trace is deliberately not the argument but the next one to be given out.
+    // The id in the trace is deliberately that of the next alert, not the argument.
     const uint16_t next = nextAlertId.load(std::memory_order_relaxed);
     return inlineCall(Description("KalQueryAlerts()  alertId=", next), [&](CallTrace &trace, OrxClient &) {
         if (size == nullptr) {
@@ -342,7 +342,7 @@ int32_t KalQueryAlerts(uint16_t, uint16_t alertId, uint16_t, uint16_t, void *buf
         }
         *size = static_cast<uint16_t>(stored);
         logTrace("buffer size too small");
-        return trace.numbered(static_cast<int32_t>(stored)); // deliberately the length itself, no named code
+        return trace.numbered(static_cast<int32_t>(stored)); // deliberately the length, not a named code
     });
 }
 

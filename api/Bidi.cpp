@@ -10,13 +10,13 @@ namespace kal {
 
 namespace {
 
-/// Where a response goes, and how many bytes of it there are.
+/// The buffer for a response, and its size or number of bytes.
 struct ResponseBuffer {
     uint8_t *bytes;
     uint32_t *size;
 };
 
-/// Opens, exchanges and closes, whatever the exchange gave. @return its code
+/// Calls the service and closes the handle, even after a failure. @return the code of the exchange
 uint32_t exchange(OrxClient &client, uint16_t handle, std::span<const uint8_t> request, const ResponseBuffer &response,
                   uint32_t &returnedLength) {
     const uint32_t code = client.ExchangeBidiPrinter(handle, request.data(), static_cast<uint32_t>(request.size()),

@@ -20,8 +20,8 @@ constexpr BidiTemplate bidiTemplate(Bytes... bytes) noexcept {
     return {{static_cast<uint8_t>(bytes)...}};
 }
 
-// One entry more than there are codes: the bound test deliberately admits the first code behind them, whose entry is no
-// frame.
+// One entry more than there are codes: the bounds check deliberately admits the first code after them. Its entry is not
+// a frame.
 constexpr auto templates = std::to_array<BidiTemplate>({
 #define BIDI_TEMPLATE(code, ...) bidiTemplate(__VA_ARGS__),
 #include "api/BidiTemplates.inc"
@@ -30,7 +30,7 @@ constexpr auto templates = std::to_array<BidiTemplate>({
 });
 static_assert(templates.size() == 183);
 
-/// The stored frame of a function code; empty when it has none.
+/// The stored frame of a function code; empty if there is none.
 std::span<const uint8_t> findTemplate(uint16_t function) noexcept {
     if (function >= templates.size() || templates[function].bytes[0] != leadByte) {
         return {};

@@ -7,24 +7,24 @@
 
 namespace kal {
 
-/// The function code under which the caller's bytes go out as they stand.
+/// The function code that sends only the caller's bytes, unchanged.
 inline constexpr uint16_t rawBidiFunction = 170;
 
-/// Room for a composed request.
+/// Maximum size of a composed request.
 inline constexpr size_t bidiRequestSize = 512;
 
-/// Bytes before the response to a stored request that are not the caller's.
+/// Size of the header of a response to a stored request.
 inline constexpr uint32_t bidiResponseHeadSize = 5;
 
-/// The request for a function code: the caller's data for the raw code, else the stored frame with the data appended
-/// when both fit the room; when they do not, the frame alone (deliberately without a message).
-/// @param room  where a composed request is laid; the request may also be the stored frame or the caller's data itself
-/// @return the request, valid as long as room and data; nothing for a function code without a request
+/// The request for a function code. For the raw code, the caller's data; otherwise the stored frame followed by the
+/// data. If both together are too long, only the frame (deliberately without a message).
+/// @param room  buffer for a composed request; the result may also refer to the stored frame or to the caller's data
+/// @return the request, valid as long as room and data; nothing if the function code has no request
 [[nodiscard]] std::optional<std::span<const uint8_t>>
 composeBidiRequest(uint16_t function, std::span<const uint8_t> data, std::span<uint8_t, bidiRequestSize> room) noexcept;
 
-/// Drops the response head in place.
-/// @return bytes of the response proper; 0 when there is nothing behind the head
+/// Removes the response's header in place.
+/// @return length of the remaining response; 0 if there are no bytes after the header
 [[nodiscard]] uint32_t dropBidiResponseHead(uint8_t *response, uint32_t length) noexcept;
 
 } // namespace kal

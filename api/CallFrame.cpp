@@ -35,7 +35,7 @@ bool runWorkerThread(uint32_t (*worker)(void *), void *record, const std::except
             thread.start();
             static_cast<void>(thread.join(waitWithoutTimeout));
         }
-        // Read here: a join may fail, but the thread has ended when its object is gone.
+        // Read only after the thread's destructor, which waits for the thread even if join() failed.
         if (failure) {
             std::rethrow_exception(failure);
         }

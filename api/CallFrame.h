@@ -1,7 +1,7 @@
 #pragma once
 
-// The frames on which the exports and the callbacks stand: the inline frame does its work on the caller's thread, the
-// threaded frame on a worker thread while the caller waits, the callback frame on the service's thread.
+// The frames of the exports and callbacks. The inline frame runs the work on the caller's thread, the threaded frame on
+// a worker thread while the caller waits, and the callback frame on the service's thread.
 
 #include "api/ResultCodes.h"
 #include "api/ServiceBinding.h"
@@ -34,7 +34,8 @@ void logTrace(const Pieces &...pieces) noexcept {
     logMessage(legacyClient(), logLevel::trace, pieces...);
 }
 
-/// The pieces of a call's description; composed only when somebody logs it. Holds references: for the full expression.
+/// The pieces of a call's description, composed only if it is logged. Holds references, so it must not outlive its
+/// full expression.
 template <class... Pieces>
 class Description {
   public:
@@ -53,11 +54,11 @@ class Description {
 /// The entry and exit trace of one call.
 class CallTrace {
   public:
-    /// Raises Win32Exception while no application is registered (see kal.h), but not after a refused registration.
+    /// Throws Win32Exception while no application is registered (see kal.h), but not after a refused registration.
     template <class... Pieces>
     explicit CallTrace(const Description<Pieces...> &description) {
-        // Whether the description is built and whether the trace is active are deliberately two tests. In the field
-        // nothing is logged: what composes lines is out of the way of what each call runs through.
+        // Composing the description and activating the trace are deliberately two tests. Normally nothing is logged, so
+        // the code that composes lines is kept out of the path of each call.
         if (logEnabled(legacyClient(), logLevel::trace)) [[unlikely]] {
             open(description.compose());
         } else {
@@ -65,7 +66,7 @@ class CallTrace {
         }
     }
 
-    /// Gives the exit trace its result's text; without memory for it the trace goes without, since the call is done.
+    /// Sets the result in the exit trace. Without memory, the exit trace has no result; the call has already been made.
     template <class... Pieces>
     void setResult(const Pieces &...pieces) noexcept {
         if (trace_ && trace_->isActive()) [[unlikely]] {
@@ -78,7 +79,7 @@ class CallTrace {
         }
     }
 
-    /// Results on their way out: traced by name, or as a number.
+    /// Both return their argument and trace it: named() by its name, numbered() as a number.
     int32_t named(int32_t result) {
         setResult(resultName(result));
         return result;
@@ -87,7 +88,7 @@ class CallTrace {
         setResult(result);
         return result;
     }
-    /// For a null pointer where one is needed.
+    /// Logs that a required pointer is null. @return KAL_FAIL
     int32_t nullArgument(const char *exportName, const char *argument);
 
   private:
@@ -98,8 +99,8 @@ class CallTrace {
 
 inline constexpr const char *missingBindingMessage = "orxClient=NULL.";
 
-/// The inline frame: trace, binding, then body(trace, client).
-/// @param missingBinding  what is logged when there is no binding
+/// The inline frame: opens the trace, gets the binding and calls body(trace, client).
+/// @param missingBinding  logged if there is no binding
 template <class Body, class... Pieces>
 int32_t inlineCall(const Description<Pieces...> &description, const char *missingBinding, Body body) {
     CallTrace trace(description);
@@ -116,12 +117,12 @@ int32_t inlineCall(const Description<Pieces...> &description, Body body) {
     return inlineCall(description, missingBindingMessage, std::move(body));
 }
 
-/// What a callback returns when the library has no binding for it.
+/// Logs that a callback has no binding. @return the result for the service
 uint32_t callbackWithoutBinding() noexcept;
 
-/// The callback frame: enters the library, then body(client); client is null until a registration has succeeded.
-/// Nothing is thrown into the service, neither by the library nor by a callback of the application.
-/// @return what the body returned; 1 when it threw, and when no application is registered any more
+/// The callback frame: enters the library and calls body(client). The client is null until a registration has
+/// succeeded. Exceptions of the library and of the application's callback do not reach the service.
+/// @return the body's result; 1 if it threw, or if no application is registered
 template <class Body>
 uint32_t callbackFrame(Body body) noexcept {
     const CallbackEntry entry;
@@ -135,12 +136,12 @@ uint32_t callbackFrame(Body body) noexcept {
     }
 }
 
-/// Runs worker(record) on a thread of its own, waits for its end, and throws what it left in failure. A Win32Exception
-/// is not passed on but logged, the message first, then its code. @return whether there was none
+/// Runs worker(record) on a thread of its own, waits for its end, and rethrows the exception in failure, if there is
+/// one. A Win32Exception is logged instead, as message and code. @return false after a Win32Exception
 bool runWorkerThread(uint32_t (*worker)(void *), void *record, const std::exception_ptr &failure,
                      const char *exceptionMessage);
 
-/// What goes to a worker thread, and back: the place of the result, the export's arguments, what the worker threw.
+/// The data that caller and worker thread share.
 template <class... Arguments>
 struct WorkerRecord {
     int32_t *result;
@@ -149,7 +150,8 @@ struct WorkerRecord {
     std::exception_ptr failure;
 };
 
-/// The worker's side of the threaded frame: trace, binding, then Body()(client, arguments...).
+/// The part of the threaded frame on the worker thread: opens the trace, gets the binding, calls Body()(client,
+/// arguments...).
 template <class Body, class... Arguments>
 uint32_t runWorker(void *argument) noexcept {
     auto &record = *static_cast<WorkerRecord<Arguments...> *>(argument);
@@ -169,14 +171,14 @@ uint32_t runWorker(void *argument) noexcept {
     return 0;
 }
 
-/// What the log says of a threaded export.
+/// Names and messages of a threaded export in the log.
 struct ThreadedTexts {
     const char *workerName;
     const char *exceptionMessage; ///< before the code of a Win32Exception
 };
 
-/// The threaded frame: trace, record, worker, result.
-/// @param body  body(client, arguments...), a lambda that captures nothing: it runs on the worker thread
+/// The threaded frame: opens the trace, fills the record, runs the worker and traces the result.
+/// @param body  body(client, arguments...); a lambda without captures, because it runs on the worker thread
 template <class Body, class... Pieces, class... Arguments>
 int32_t threadedCall(const Description<Pieces...> &description, const ThreadedTexts &texts, Body,
                      Arguments... arguments) {

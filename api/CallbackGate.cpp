@@ -26,16 +26,16 @@ CallbackGate::~CallbackGate() {
 
 CallbackGate::Visit CallbackGate::enter(uintptr_t thread) noexcept {
     if (!isOpen_) {
-        return {}; // takes no place: a steady stream of late callbacks must not keep the gate from becoming empty
+        return {}; // without taking a place, so that late callbacks cannot keep the gate from becoming empty
     }
     Place *const place = takePlace(thread);
     if (place == nullptr) {
         return {};
     }
-    // A close that began before the place was taken is seen here; one that begins later sees the place.
+    // This sees a close that began before the place was taken. A later close sees the place.
     const bool isOpen = isOpen_;
     OrxClient *const client = client_;
-    // An abandoned callback must not take the binding of a later registration, which would not wait for it.
+    // An abandoned callback must not get the binding of a later registration, which would not wait for it.
     return isOpen && *place == thread ? Visit{place, client} : leave(*place);
 }
 
@@ -62,7 +62,7 @@ bool CallbackGate::abandon() noexcept {
     for (Block *block = &first_; block != nullptr; block = block->next) {
         for (Place &place : block->places) {
             uintptr_t visitor = place;
-            // Fails when the callback leaves at this very moment.
+            // Fails if the callback is just leaving.
             if (isAwaited(visitor) && place.compare_exchange_strong(visitor, visitor | abandonedMark)) {
                 isAbandoned = true;
             }
@@ -87,7 +87,7 @@ CallbackGate::Place *CallbackGate::takePlace(uintptr_t thread) noexcept {
     return nullptr;
 }
 
-/// The next block, made if there is none; null without memory for it.
+/// The next block; allocated if it does not exist. Null if there is no memory.
 CallbackGate::Block *CallbackGate::blockAfter(Block &block) noexcept {
     Block *next = block.next;
     if (next != nullptr) {
@@ -97,7 +97,7 @@ CallbackGate::Block *CallbackGate::blockAfter(Block &block) noexcept {
     if (made && block.next.compare_exchange_strong(next, made.get())) {
         return made.release();
     }
-    return next; // that of another thread, which was first
+    return next; // another thread's block, which was added first
 }
 
 template <class Condition>

@@ -10,7 +10,7 @@ namespace kal {
 class OrxClient;
 
 /// Counts the callbacks of the service that are inside the library, and knows the thread of each. Binding and logger
-/// stay alive while one is inside.
+/// are kept while a callback is inside.
 ///
 /// Callbacks enter and leave on any thread, without a lock and without a system call. The other operations are called
 /// under the registration lock, in this order: open, admit, close, and abandon for callbacks that do not leave.
@@ -31,28 +31,27 @@ class CallbackGate {
 
     /// @param thread  identifies the calling thread; even and not 0
     [[nodiscard]] Visit enter(uintptr_t thread) noexcept;
-    /// @return the visit of a callback that is not inside
+    /// @return the visit of a callback that is outside
     static Visit leave(Place &place) noexcept;
 
-    /// Lets callbacks in: the logger exists.
+    /// Lets callbacks in; the logger must exist.
     void open() noexcept { isOpen_ = true; }
-    /// Gives the callbacks that enter from now on the binding.
+    /// Sets the binding for callbacks that enter from now on.
     void admit(OrxClient *client) noexcept { client_ = client; }
-    /// Lets no more callbacks in.
+    /// Keeps further callbacks out.
     void close() noexcept;
 
     /// Whether no callback is inside, except abandoned ones.
     [[nodiscard]] bool isEmpty() const noexcept;
     /// Whether a callback that runs on the thread is inside, except abandoned ones.
     [[nodiscard]] bool holds(uintptr_t thread) const noexcept;
-    /// Marks the callbacks that are inside: nobody waits for them any longer. @return whether there was one
+    /// Marks the callbacks that are inside as abandoned: close no longer waits for them. @return whether there was one
     bool abandon() noexcept;
     /// Whether an abandoned callback is still inside.
     [[nodiscard]] bool hasAbandoned() const noexcept;
 
   private:
-    /// Places for as many callbacks at once as a service commonly makes. Further blocks are added when they are needed
-    /// and stay.
+    /// Enough places for the usual number of simultaneous callbacks. Further blocks are added as needed and kept.
     struct Block {
         std::array<Place, 16> places = {};
         std::atomic<Block *> next = nullptr;

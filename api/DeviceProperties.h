@@ -7,17 +7,17 @@ namespace kal {
 
 class OrxClient;
 
-/// A text property of a printer, read into the caller's room.
+/// A string property of a printer, read into the caller's buffer.
 struct TextProperty {
-    uint32_t code;         ///< 0, or why it could not be read
-    std::string_view text; ///< empty when it could not be read
+    uint32_t code;         ///< 0, or the service's code
+    std::string_view text; ///< empty after a failure
 };
 
-/// @param room  zeroed here; the service is told all of its size
+/// @param room  the buffer, which is zeroed first; the service gets its full size
 [[nodiscard]] TextProperty readTextProperty(OrxClient &client, uint32_t handle, const char *descriptor, char *room,
                                             uint32_t size);
 
-/// The port-type code of a printer, from its transport; that of USB when the transport cannot be read.
+/// The port-type code for a printer's transport; that of USB if the transport cannot be read.
 [[nodiscard]] uint32_t queryPortType(OrxClient &client, uint32_t handle);
 
 } // namespace kal

@@ -16,12 +16,12 @@ namespace kal {
 
 namespace {
 
-/// Where KalEnumPrintersCallback reports; deliberately one slot for the process, the latest enumeration's.
+/// The callback of the latest enumeration; deliberately a single one per process.
 std::atomic<KalPortCallback> enumPrintersCallback = nullptr;
 
 constexpr uint32_t portNameRoom = 260;
 
-/// Which property of a found printer could not be read.
+/// The property of a found printer that could not be read.
 enum class ReadFailure { none, macAddress, portName };
 
 struct FailureTexts {
@@ -29,9 +29,9 @@ struct FailureTexts {
     const char *portName;
 };
 
-/// Reads what a printer's record needs; what fails is logged.
-/// @param handle    as the service gave it; the record keeps its low half only
-/// @param nameRoom  portNameRoom bytes, where the name is kept
+/// Reads the properties for a printer's record; failures are logged.
+/// @param handle    as passed by the service; the record has only its low half
+/// @param nameRoom  buffer of portNameRoom bytes for the name
 ReadFailure readPrinter(OrxClient &client, uint32_t handle, FoundPrinter &printer, char *nameRoom,
                         const FailureTexts &texts) {
     if (printer.portType == NETTYPE_RHOA) {
@@ -53,7 +53,7 @@ ReadFailure readPrinter(OrxClient &client, uint32_t handle, FoundPrinter &printe
     char deviceRoom[11];
     const TextProperty device =
         readTextProperty(client, handle, comc::property::device.descriptor, deviceRoom, sizeof deviceRoom);
-    printer.isCpdPrinter = device.text == comc::device::cpdPrinter; // one that cannot be read is none
+    printer.isCpdPrinter = device.text == comc::device::cpdPrinter; // false if it cannot be read
     return ReadFailure::none;
 }
 
@@ -65,11 +65,11 @@ void report(const void *record, KalPortCallback callback) {
     logTrace("Just after callback");
 }
 
-/// Reads a found printer and reports it. @return its port-type code; 0 when it was skipped
+/// Reads a found printer and reports it. @return its port-type code; 0 if it was skipped
 uint32_t reportPrinter(OrxClient &client, uint32_t handle) {
     FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(client, handle), {}, {}, false};
     char nameRoom[portNameRoom];
-    // The port name's failure deliberately speaks of the byte array, too.
+    // Deliberate: the message for the port name also names the byte array.
     constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getByteArrayPrinter, errorCode="};
     switch (readPrinter(client, handle, printer, nameRoom, texts)) {
     case ReadFailure::macAddress:
@@ -87,8 +87,8 @@ uint32_t reportPrinter(OrxClient &client, uint32_t handle) {
     return printer.portType;
 }
 
-/// Called by the service for each printer of an enumeration. Throws nothing into the service.
-/// @return the printer's port-type code; 0 when it was skipped, 1 on failure and without a registration
+/// The service calls this for each printer of an enumeration. It does not throw.
+/// @return the printer's port-type code; 0 if it was skipped; 1 on failure or without a registration
 uint32_t KalEnumPrintersCallback(uint32_t handle) noexcept {
     return callbackFrame([&](OrxClient *client) {
         logTrace("KalEnumPrintersCallback");
@@ -106,7 +106,7 @@ constexpr TransportBit enumerable[] = {{NETTYPE_IP, comc::transport::ipv4},
                                        {NETTYPEUSB, comc::transport::usb},
                                        {NETTYPE_LOCAL, comc::transport::parallel}};
 
-/// Asks the service for each transport of the mask in turn, until one fails.
+/// Calls the service for each transport of the mask in turn, until one call fails.
 template <class Ask>
 bool askEach(std::span<const TransportBit> transports, uint32_t netTypes, const char *failure, Ask ask) {
     for (const TransportBit &each : transports) {
@@ -134,7 +134,7 @@ void enumeratePrinters(OrxClient &client, uint32_t netTypes) {
     }
 }
 
-/// Whether the caller's mask lets a found printer through; says so in the log.
+/// Whether the caller's mask accepts a found printer; logs the answer.
 bool passesCategory(uint32_t portType, uint32_t netTypes, const char *portName) {
     if (const auto category = categoryOf(portType, netTypes, portName)) {
         logTrace(*category);
@@ -206,7 +206,7 @@ int32_t KalEnumPrinters(uint16_t, uint32_t netTypes, KalPortCallback callback) {
     return inlineCall(Description("KalEnumPrinters"), [&](CallTrace &trace, OrxClient &client) {
         enumPrintersCallback = callback;
         enumeratePrinters(client, netTypes);
-        return trace.named(KAL_OKAY); // whatever the service says: errors are deliberately only logged
+        return trace.named(KAL_OKAY); // deliberate: errors of the service are only logged
     });
 }
 
@@ -221,7 +221,7 @@ int32_t KalEnumSpecificPort(uint16_t first, uint32_t netTypes, const char *portN
 }
 
 int32_t KalEnumByUNC(uint16_t first, uint32_t netTypes, const char *name, KalPortCallback callback) {
-    // The traced name is deliberately not quite the export's.
+    // The traced name deliberately differs from the export's name.
     const CallTrace trace{Description("KalEnumByUnc()  name=", name)};
     return KalEnumSpecificPort(first, netTypes, name, callback);
 }

@@ -13,17 +13,17 @@ namespace {
 
 enum JobControlMode : uint32_t { stopNotifications = 1, startNotifications = 2, refusedMode = 128 };
 
-/// Text of two exports' missing binding: KalSetEndOfJobMode deliberately names the other one.
+/// Logged by two exports without a binding: KalSetEndOfJobMode deliberately logs the other export's name.
 constexpr const char *cancelModeWithoutBinding = "KalSetJobCancelMode() orxClient = NULL";
 
 uint32_t stopNotificationsOf(OrxClient &client, uint16_t handle) {
     const uint32_t code = client.UnregisterForNotificationsPrinter(handle);
     if (code == 1) {
-        // The text speaks of success, the result is computed from the unchanged code: deliberate, both are known so.
+        // Deliberate: the message reports success, but the result is computed from the code. Users know both.
         logTrace(
             " unregisterForNotifications() rc=ERROR_INVALID_FUNCTION,                     mapping to ERROR_SUCCESS");
     }
-    client.ClosePrinter(handle); // undoes the open of the start
+    client.ClosePrinter(handle); // for the open of startNotifications
     return code;
 }
 

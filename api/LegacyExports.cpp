@@ -5,7 +5,7 @@ namespace kal {
 
 namespace {
 
-/// A call that has one answer, with or without a binding.
+/// A call whose result is always the same, with or without a binding.
 int32_t fixedAnswer(const char *name, const char *tracedResult, int32_t answer) {
     CallTrace trace{Description(name)};
     trace.setResult(tracedResult);

@@ -47,7 +47,7 @@ int32_t Initialize(void) {
     try {
         makeLocalize();
     } catch (const Win32Exception &) {
-        // Nothing is made then; the next call tries again.
+        // The next call tries again.
     }
     resetAlertIds();
     return 1;
@@ -65,7 +65,7 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
         try {
             Initialize();
         } catch (const std::bad_alloc &) {
-            // An exception must not reach the loader; as above, the next call tries again.
+            // An exception must not reach the loader. The next call tries again.
         }
         break;
     case DLL_PROCESS_DETACH:

@@ -23,7 +23,7 @@ void composePortInformation(void *record, const FoundPrinter &printer, std::stri
     std::memset(record, 0, portInformationSize(secondName));
     auto &information = *static_cast<PortInfoRecord *>(record);
     std::ranges::copy(printer.macAddress, information.macAddress);
-    // Cut, so that a long name never reaches the handle behind it.
+    // Truncated, so that a long name does not overwrite the handle after it.
     std::ranges::copy(printer.name.substr(0, sizeof information.portName - 1), information.portName);
     information.handle = printer.handle;
     information.deviceClass = printer.isCpdPrinter ? KAL_DEVICE_CLASS_CPD : KAL_DEVICE_CLASS_BPD;

@@ -7,7 +7,7 @@
 
 namespace kal {
 
-/// What was read from the service about a printer that was found.
+/// The properties of a found printer.
 struct FoundPrinter {
     uint16_t handle;
     uint32_t portType;     ///< port-type code
@@ -16,15 +16,15 @@ struct FoundPrinter {
     bool isCpdPrinter;
 };
 
-/// Bytes that the record of a printer with this second name needs.
+/// Size of the record of a printer with this second name, in bytes.
 [[nodiscard]] size_t portInformationSize(std::string_view secondName) noexcept;
 
-/// Lays out a PortInfoRecord. @param record  portInformationSize(secondName) bytes, aligned as a PortInfoRecord
+/// Fills a PortInfoRecord. @param record  portInformationSize(secondName) bytes, aligned like a PortInfoRecord
 void composePortInformation(void *record, const FoundPrinter &printer, std::string_view secondName) noexcept;
 
-/// Whether a caller's net-type mask accepts a printer found behind a port. Every named net type lies among the bits of
-/// 0xFFF, so any of those bits accepts every recognised port type: deliberately broad.
-/// @return what the log says when it does, else nothing
+/// Whether a caller's net-type mask accepts a printer found at a port. All named net types are bits of 0xFFF, and any
+/// of these bits accepts every recognised port type: deliberately broad.
+/// @return the line for the log if it is accepted, otherwise nothing
 [[nodiscard]] std::optional<const char *> categoryOf(uint32_t portType, uint32_t netTypes,
                                                      std::string_view portName) noexcept;
 

@@ -5,10 +5,10 @@
 
 namespace kal {
 
-/// Whether a port-type code that a caller states fits the connection kind in bits 11 to 14 of a handle.
+/// Whether a port-type code is valid for the connection kind in bits 11 to 14 of a handle.
 [[nodiscard]] bool portTypeFits(uint32_t portType, uint16_t handle) noexcept;
 
-/// The port-type code of a transport name (any letter case); 0 for an unknown one.
+/// The port-type code of a transport name in any case; 0 for an unknown name.
 [[nodiscard]] uint32_t portTypeOfTransport(std::string_view transport) noexcept;
 
 } // namespace kal

@@ -9,7 +9,8 @@ namespace kal {
 
 namespace {
 
-/// Bytes that applications asked to write since the last start of a job, on any handle; feeds the trace only and wraps.
+/// Bytes that applications passed to be written since the last start of a job, on any handle. Used only by the trace;
+/// wraps.
 std::atomic<uint32_t> totalByteCount = 0;
 
 } // namespace
@@ -33,10 +34,10 @@ int32_t KalStartDoc(uint16_t handle, uint32_t portType, const char *documentName
 
 int32_t KalWrite(uint16_t, uint16_t handle, uint32_t portType, const void *data, uint32_t *byteCount) {
     const uint32_t requested = byteCount == nullptr ? 0 : *byteCount;
-    // Before any check, deliberately: a refused write counts too.
+    // Deliberately before any check: a refused write counts too.
     const uint32_t total = totalByteCount.fetch_add(requested, std::memory_order_relaxed) + requested;
     return inlineCall(Description("KalWrite() handle=", handle, " byteCount=", requested, " totalByteCount=", total),
-                      "orxClient=NULL", // deliberately without the full stop that the others have
+                      "orxClient=NULL", // deliberately without the full stop of the other messages
                       [&](CallTrace &trace, OrxClient &client) {
                           if (!portTypeFits(portType, handle)) {
                               return trace.named(DEVERR_PROTOCOL);

@@ -14,7 +14,7 @@ namespace {
 
 CriticalSection registrationLock; ///< guards initializeCount, and making and destroying binding and logger
 uint32_t initializeCount = 0;
-CriticalSection clientNameLock; ///< guards clientName; registration holds its own lock while it asks the network
+CriticalSection clientNameLock; ///< guards clientName; not registrationLock, which is held during network calls
 constexpr size_t clientNameSize = 260;
 char clientName[clientNameSize];
 
@@ -23,7 +23,7 @@ void logRegistration(const Pieces &...pieces) noexcept {
     logMessage(legacyClient(), logLevel::registration, pieces...);
 }
 
-/// Under the registration lock. Counts a registration that succeeded.
+/// To be called with the registration lock held. Counts a successful registration.
 uint32_t countRegistration() noexcept {
     admitCallbacks();
     refuseRegistration(false);
@@ -43,7 +43,7 @@ uint16_t KalRegisterApp(uint16_t) {
     {
         const std::lock_guard guard(registrationLock);
         if (initializeCount == 0 && !makeLoggerAndBinding("", "KalRegisterApp() throw exception, error=")) {
-            return 1; // deliberately a success: nothing is registered, and the exports will say so
+            return 1; // deliberately a success: nothing is registered, and the other exports report it
         }
         count = countRegistration();
     }
@@ -79,7 +79,7 @@ int32_t KalRegisterWithRpcServer(const char *serverName) {
 
 void KalUnregisterApp(uint16_t) {
     const std::lock_guard guard(registrationLock);
-    --initializeCount; // below 0 it wraps, deliberately unguarded
+    --initializeCount; // deliberately not checked: it wraps below 0
     logRegistration("KalUnregisterApp() initializeCount=", initializeCount);
     if (initializeCount == 0) {
         const CallbackLockout lockout;

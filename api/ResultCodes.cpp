@@ -24,7 +24,7 @@ constexpr ResultNameRow resultNames[] = {
     {KAL_PRNBUSY, "KAL_PRNBUSY"},
 };
 
-/// The Win32-style codes of the service that mean something to an application.
+/// The service's codes that have a result of their own.
 enum ServiceCode : uint32_t {
     success = 0,
     invalidFunction = 1,

@@ -13,18 +13,18 @@ namespace kal {
 
 namespace {
 
-std::atomic<OrxClient *> orxClient = nullptr; ///< for exports; set before a server is asked, by agreement
+std::atomic<OrxClient *> orxClient = nullptr; ///< for exports; deliberately set before a server is checked
 std::atomic<bool> registrationRefused = false;
 CallbackGate callbackGate;
 
 constexpr uint32_t callbackPatienceMilliseconds = 5000;
 
-// GCC 12 takes the block's constant address for an array without elements (its bug 99578).
+// GCC 12 takes the constant address of the block for an array without elements (GCC bug 99578).
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Warray-bounds"
 #endif
-/// The thread's environment block: no other living thread has it, and reading its address calls nothing.
+/// The address of the thread's environment block: unique among living threads, and read without a call.
 uintptr_t thisThread() noexcept {
     return reinterpret_cast<uintptr_t>(NtCurrentTeb());
 }
@@ -32,13 +32,13 @@ uintptr_t thisThread() noexcept {
 #pragma GCC diagnostic pop
 #endif
 
-/// Whether the other threads of the process are gone.
+/// Whether the process is exiting, so that its other threads were terminated.
 bool isProcessEnding() noexcept {
     auto *const isEnding = entryPoint<BOOLEAN WINAPI()>(GetModuleHandleA("ntdll.dll"), "RtlDllShutdownInProgress");
     return isEnding != nullptr && isEnding() != FALSE;
 }
 
-/// Waits for the callbacks that are inside. @return whether all have left
+/// Waits for the callbacks that are inside the library. @return whether all have left
 bool waitForCallbacks() noexcept {
     if (callbackGate.isEmpty()) {
         return true;
@@ -56,7 +56,7 @@ bool waitForCallbacks() noexcept {
     return true;
 }
 
-/// A callback that is still inside returns into this library.
+/// Pins this library, because a callback that is still inside will return to its code.
 void keepLibraryLoaded() noexcept {
     HMODULE library = nullptr;
     GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
@@ -81,11 +81,11 @@ bool makeLoggerAndBinding(const char *serverName, const char *exceptionMessage) 
     try {
         Logger::createInstance();
         callbackGate.open();
-        orxClient = new OrxClient(libraryModule(), serverName, false); // the process's until the last unregistration
+        orxClient = new OrxClient(libraryModule(), serverName, false); // until the last unregistration
         return true;
     } catch (const Win32Exception &exception) {
         if (exceptionMessage != nullptr) {
-            logError(exceptionMessage, exception.code()); // needs the logger: before it goes
+            logError(exceptionMessage, exception.code()); // before the logger is destroyed
         }
         CallbackLockout().endLogger();
         return false;
@@ -109,7 +109,7 @@ CallbackLockout::CallbackLockout() noexcept {
 }
 
 void CallbackLockout::endLogger() const noexcept {
-    // An abandoned callback logs with whatever logger there is, that of a later registration too.
+    // An abandoned callback uses the current logger, even that of a later registration.
     if (isLoggerUnused_) {
         Logger::destroyInstance();
     } else {
@@ -120,7 +120,7 @@ void CallbackLockout::endLogger() const noexcept {
 void CallbackLockout::endBinding() const noexcept {
     OrxClient *const client = orxClient.exchange(nullptr);
     if (isEmpty_) {
-        delete client; // else deliberately never: the callback that is inside uses it
+        delete client; // otherwise deliberately leaked: the callback that is inside uses it
     }
 }
 

@@ -4,16 +4,16 @@
 
 namespace kal {
 
-/// The binding of the process; null while no application is registered. Read without the registration lock: an
-/// unregistration that races with a running export is the application's error.
+/// The binding of the process; null while no application is registered. Read without the registration lock, because
+/// applications must not unregister while an export runs.
 [[nodiscard]] OrxClient *serviceBinding() noexcept;
 
-/// Whether the last attempt to register was refused and none has succeeded since. Exports then fail instead of raising:
-/// the application did try.
+/// Whether the last attempt to register was refused and none has succeeded since. Exports then fail instead of
+/// throwing, because the application did try to register.
 [[nodiscard]] bool isRegistrationRefused() noexcept;
 
-/// Keeps binding and logger alive while a callback of the service uses them. Unlike an export, a callback cannot know
-/// that it comes too late.
+/// Keeps binding and logger alive while a callback of the service uses them. Exports need no such protection; a
+/// callback cannot know that it is too late.
 class CallbackEntry {
   public:
     CallbackEntry() noexcept;
@@ -23,29 +23,29 @@ class CallbackEntry {
 
     /// The binding; null until a registration has succeeded.
     [[nodiscard]] OrxClient *client() const noexcept { return visit_.client; }
-    /// Whether there is neither binding nor logger, or both are being destroyed: the callback may use neither.
+    /// Whether the callback must not use binding and logger, because they do not exist or are being destroyed.
     [[nodiscard]] bool isLockedOut() const noexcept { return visit_.place == nullptr; }
 
   private:
     CallbackGate::Visit visit_;
 };
 
-// The following are called under the registration lock.
+// The following functions must be called with the registration lock held.
 
-/// What isRegistrationRefused returns from now on.
+/// Sets the result of isRegistrationRefused.
 void refuseRegistration(bool isRefused) noexcept;
 
-/// While no application is registered. Callbacks find no binding yet. A Win32Exception is logged under the message, if
-/// there is one, and leaves everything as it was. @return whether both were made
+/// Makes logger and binding; no application may be registered. Callbacks do not get the binding yet. A Win32Exception
+/// is logged after the message, if there is one, and nothing is made. @return whether both were made
 [[nodiscard]] bool makeLoggerAndBinding(const char *serverName, const char *exceptionMessage);
 
-/// The registration succeeded: callbacks get the binding.
+/// Makes the binding available to callbacks, after a successful registration.
 void admitCallbacks() noexcept;
 
-/// Lets no more callbacks in and waits for those that are inside. The wait is given up after some seconds, since a
-/// callback whose thread was terminated never leaves; at once when a callback on this thread is inside, which cannot
-/// leave before; and at once while the process ends, since the other threads are gone. What a callback may still use
-/// is kept then.
+/// Keeps further callbacks out and waits for those that are inside. Stops waiting after five seconds, because a
+/// callback whose thread was terminated never leaves. Does not wait if a callback on this thread is inside, which
+/// cannot leave during the wait, or while the process exits, when other threads no longer run. Objects that a callback
+/// may still use are then kept.
 class CallbackLockout {
   public:
     CallbackLockout() noexcept;
@@ -60,7 +60,7 @@ class CallbackLockout {
 
   private:
     bool isEmpty_;        ///< no callback of this registration is inside
-    bool isLoggerUnused_; ///< nor one that was abandoned by an earlier one
+    bool isLoggerUnused_; ///< and no callback that was abandoned by an earlier registration
 };
 
 } // namespace kal

@@ -1,5 +1,5 @@
-// The GNU standard library's own handler brings its name demangler and formatted output with it, a fifth of the DLL, to
-// print the type of an exception that nobody catches to a console that a DLL's process seldom has.
+// Replaces the terminate handler of the GNU standard library. That one prints the type of an uncaught exception, to a
+// console that the process of a DLL seldom has, and so adds a name demangler and formatted output: a fifth of the DLL.
 
 #include <exception>
 
