@@ -2,7 +2,6 @@
 
 // The patterns of OrxClient's operations. Only OrxClient.cpp, which defines the operations, includes this file.
 
-#include "platform/EntryPoint.h"
 #include "service/OrxClient.h"
 
 #include <mutex>
@@ -10,16 +9,6 @@
 #include <vector>
 
 namespace kal {
-
-template <class Function>
-Function *OrxClient::resolve(ServiceFunction<Function> function) const noexcept {
-    const HMODULE module = module_;
-    if (module == nullptr || module == releasedModule()) {
-        SetLastError(ERROR_PROC_NOT_FOUND);
-        return nullptr;
-    }
-    return entryPoint<Function>(module, function.name);
-}
 
 template <class... Arguments>
 uint32_t OrxClient::clientScoped(ClientFunction<Arguments...> function, Arguments... arguments) {
@@ -62,7 +51,7 @@ inline uint32_t OrxClient::close(HandleFunction<> function, uint32_t handle) {
     if (!record) {
         return ERROR_INVALID_FUNCTION;
     }
-    auto *const found = resolve(function);
+    auto *const found = module_.find(function);
     if (found == nullptr) {
         giveBack(); // deliberate: the references are released, but the record stays
         return ERROR_PROC_NOT_FOUND;
@@ -80,7 +69,7 @@ uint32_t OrxClient::handleScoped(HandleFunction<Arguments...> function, uint32_t
     if (!record) {
         return ERROR_INVALID_FUNCTION;
     }
-    auto *const found = resolve(function);
+    auto *const found = module_.find(function);
     return found == nullptr ? ERROR_PROC_NOT_FOUND : found(record->clientId, handle, arguments...);
 }
 
@@ -91,7 +80,7 @@ uint32_t OrxClient::handleScopedOrClose(HandleFunction<Arguments...> function, u
     if (!record) {
         return ERROR_INVALID_FUNCTION;
     }
-    auto *const found = resolve(function);
+    auto *const found = module_.find(function);
     if (found == nullptr) {
         ClosePrinter(handle); // deliberately for scanners as well
         return ERROR_PROC_NOT_FOUND;
@@ -115,7 +104,7 @@ uint32_t OrxClient::serviceControl(ServiceFunction<uint32_t(Arguments...)> funct
     if (loadService() != ERROR_SUCCESS) {
         return ERROR_MOD_NOT_FOUND;
     }
-    auto *const found = resolve(function);
+    auto *const found = module_.find(function);
     const uint32_t result = found == nullptr ? ERROR_PROC_NOT_FOUND : found(arguments...);
     unloadService();
     return result;
@@ -123,7 +112,7 @@ uint32_t OrxClient::serviceControl(ServiceFunction<uint32_t(Arguments...)> funct
 
 template <class... Arguments>
 uint32_t OrxClient::inCurrentModule(ClientFunction<Arguments...> function, Arguments... arguments) {
-    auto *const found = resolve(function);
+    auto *const found = module_.find(function);
     return found == nullptr ? ERROR_PROC_NOT_FOUND : found(clientId(), arguments...);
 }
 
@@ -154,10 +143,7 @@ inline uint32_t OrxClient::closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint
     std::vector<uint32_t> handles; // a copy, because the closes change the table
     try {
         const std::lock_guard guard(handleLock_);
-        handles.reserve(openHandles_.size());
-        for (const auto &entry : openHandles_) {
-            handles.push_back(entry.first);
-        }
+        handles = openHandles_.handles();
     } catch (const std::bad_alloc &) {
         giveBack();
         throw;
@@ -175,15 +161,13 @@ inline uint32_t OrxClient::closeEveryHandle(uint32_t (OrxClient::*closeOne)(uint
 
 /// Loads, calls and frees comc.dll without counts and locks.
 inline uint32_t OrxClient::installService(ServiceFunction<uint32_t()> function) {
-    const HMODULE loaded = LoadLibraryA(libraryPath_.c_str());
-    module_ = loaded;
+    const HMODULE loaded = module_.load(libraryPath_.c_str());
     if (loaded == nullptr) {
         return GetLastError();
     }
-    auto *const found = resolve(function);
+    auto *const found = module_.find(function);
     const uint32_t result = found == nullptr ? ERROR_PROC_NOT_FOUND : found();
-    module_ = nullptr;
-    FreeLibrary(loaded);
+    module_.free(loaded);
     return result;
 }
 

@@ -1,6 +1,5 @@
 #include "service/OrxClient.h"
 
-#include "platform/EntryPoint.h"
 #include "service/CallPatterns.h"
 #include "service/ServerCheck.h"
 
@@ -38,7 +37,7 @@ OrxClient::OrxClient(HMODULE libraryModule, const char *serverName, bool keepLoa
 
 OrxClient::~OrxClient() {
     const std::lock_guard guard(loadLock_);
-    if (module_ != nullptr) {
+    if (module_.countsAsLoaded()) {
         unloadNow();
     }
 }
@@ -47,23 +46,21 @@ uint32_t OrxClient::loadService() {
     const std::lock_guard guard(loadLock_);
     // A module that was freed after a failed OrxInitialize deliberately counts as loaded: this call increases the count
     // and returns 0 without loading. After the matching unload, comc.dll can be loaded again.
-    if (loadCount_ != 0 || module_ != nullptr) {
+    if (loadCount_ != 0 || module_.countsAsLoaded()) {
         ++loadCount_;
         return ERROR_SUCCESS;
     }
-    const HMODULE loaded = LoadLibraryA(libraryPath_.c_str());
+    const HMODULE loaded = module_.load(libraryPath_.c_str());
     if (loaded == nullptr) {
         return failureCode();
     }
-    module_ = loaded;
-    auto *const initialize = resolve(ENTRY(OrxInitialize));
+    auto *const initialize = module_.find(ENTRY(OrxInitialize));
     if (initialize != nullptr && initialize() == ERROR_SUCCESS) {
         ++loadCount_;
         return ERROR_SUCCESS;
     }
     const uint32_t code = failureCode();
-    module_ = releasedModule(); // before freeing it, because other threads look up names without the lock
-    FreeLibrary(loaded);
+    module_.freeButCountAsLoaded(loaded);
     return code;
 }
 
@@ -72,7 +69,7 @@ uint32_t OrxClient::unloadService() {
     if (loadCount_ != 0) {
         --loadCount_;
     }
-    if (loadCount_ == 0 && module_ != nullptr && !keepLoaded_) {
+    if (loadCount_ == 0 && module_.countsAsLoaded() && !keepLoaded_) {
         unloadNow();
     }
     return ERROR_SUCCESS;
@@ -80,13 +77,10 @@ uint32_t OrxClient::unloadService() {
 
 /// To be called with the load lock held.
 void OrxClient::unloadNow() {
-    if (auto *const uninitialize = resolve(ENTRY(OrxUninitialize))) {
+    if (auto *const uninitialize = module_.find(ENTRY(OrxUninitialize))) {
         uninitialize();
     }
-    const HMODULE module = module_.exchange(nullptr);
-    if (module != releasedModule()) {
-        FreeLibrary(module);
-    }
+    module_.unload();
     loadCount_ = 0;
 }
 
@@ -96,7 +90,7 @@ uint32_t OrxClient::acquireClientId() {
         return code;
     }
     if (clientIdCount_ == 0) {
-        auto *const getClientId = resolve(ENTRY(OrxGetClientId));
+        auto *const getClientId = module_.find(ENTRY(OrxGetClientId));
         if (getClientId == nullptr) {
             return failureCode();
         }
@@ -121,38 +115,18 @@ uint32_t OrxClient::releaseClientId() {
 
 void OrxClient::addHandle(uint32_t handle) {
     const std::lock_guard guard(handleLock_);
-    const auto position = openHandles_.lower_bound(handle);
-    if (position != openHandles_.end() && position->first == handle) {
-        ++position->second.openCount;
-        return;
-    }
-    const OpenHandleRecord record = {handle, clientId(), 1};
-    if (spareRecord_.empty()) {
-        openHandles_.emplace_hint(position, handle, record);
-        return;
-    }
-    spareRecord_.key() = handle;
-    spareRecord_.mapped() = record;
-    openHandles_.insert(position, std::move(spareRecord_));
+    openHandles_.add(handle, clientId());
 }
 
-std::optional<OrxClient::OpenHandleRecord> OrxClient::findHandle(uint32_t handle) {
+std::optional<OpenHandles::Record> OrxClient::findHandle(uint32_t handle) {
     const std::lock_guard guard(handleLock_);
-    const auto position = openHandles_.find(handle);
     // Returns a copy, because another thread may close the handle while this one calls the service.
-    return position == openHandles_.end() ? std::nullopt : std::optional(position->second);
+    return openHandles_.find(handle);
 }
 
 bool OrxClient::removeHandle(uint32_t handle) {
     const std::lock_guard guard(handleLock_);
-    const auto position = openHandles_.find(handle);
-    if (position == openHandles_.end()) {
-        return false;
-    }
-    if (--position->second.openCount == 0) {
-        spareRecord_ = openHandles_.extract(position);
-    }
-    return true;
+    return openHandles_.remove(handle);
 }
 
 /// Acquires a load reference and an identifier reference. @return 0; or a code, without any reference

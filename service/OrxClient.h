@@ -2,13 +2,14 @@
 
 #include "comc/comc.h"
 #include "platform/CriticalSection.h"
+#include "service/OpenHandles.h"
 #include "service/ServiceFunction.h"
+#include "service/ServiceModule.h"
 
 #include <windows.h>
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 
@@ -48,42 +49,23 @@ class OrxClient {
     }
 
   private:
-    /// One open handle. Operations on the handle use the identifier with which it was opened.
-    struct OpenHandleRecord {
-        uint32_t handle;
-        uint32_t clientId;
-        uint32_t openCount;
-    };
-
-    using OpenHandles = std::map<uint32_t, OpenHandleRecord>; ///< by handle
-
     [[nodiscard]] uint32_t loadService();
     uint32_t unloadService();
     [[nodiscard]] uint32_t acquireClientId();
     uint32_t releaseClientId();
     /// Counts one more open. Throws std::bad_alloc without counting.
     void addHandle(uint32_t handle);
-    [[nodiscard]] std::optional<OpenHandleRecord> findHandle(uint32_t handle);
+    [[nodiscard]] std::optional<OpenHandles::Record> findHandle(uint32_t handle);
     /// Counts one open less and removes the record of a handle without opens. @return whether the handle was open
     bool removeHandle(uint32_t handle);
     [[nodiscard]] uint32_t bringUp();
     void giveBack();
     void unloadNow();
-    /// Replaces a module that was freed because OrxInitialize failed. The binding then deliberately counts as loaded,
-    /// but there is no module to call or free. No module has this address.
-    [[nodiscard]] static HMODULE releasedModule() noexcept {
-        return reinterpret_cast<HMODULE>(uintptr_t{1});
-    }
-
     /// An entry point whose first argument is the client identifier, or the identifier and a handle.
     template <class... Arguments>
     using ClientFunction = ServiceFunction<uint32_t(uint32_t clientId, Arguments...)>;
     template <class... Arguments>
     using HandleFunction = ClientFunction<uint32_t, Arguments...>;
-
-    /// The entry point. If it is missing or no usable module is loaded, null, with last error 127.
-    template <class Function>
-    [[nodiscard]] Function *resolve(ServiceFunction<Function> function) const noexcept;
 
     // The patterns of operations. OrxOperations.inc selects one per operation.
     template <class... Arguments>
@@ -114,12 +96,11 @@ class OrxClient {
     std::string serverName_;
     std::string libraryPath_;
     OpenHandles openHandles_;
-    OpenHandles::node_type spareRecord_; ///< of the latest close, so that repeated open and close do not allocate
     uint32_t clientIdCount_ = 0;
-    CriticalSection clientIdLock_;          ///< guards clientId_ (for writing), clientIdCount_ and the server check
-    CriticalSection handleLock_;            ///< guards openHandles_ and spareRecord_
-    CriticalSection loadLock_;              ///< guards module_ (for writing) and loadCount_
-    std::atomic<HMODULE> module_ = nullptr; ///< may be releasedModule()
+    CriticalSection clientIdLock_; ///< guards clientId_ (for writing), clientIdCount_ and the server check
+    CriticalSection handleLock_;   ///< guards openHandles_
+    CriticalSection loadLock_;     ///< guards module_ (for writing) and loadCount_
+    ServiceModule module_;
     uint32_t loadCount_ = 0;
     bool keepLoaded_;
 };
