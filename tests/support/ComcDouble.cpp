@@ -1,5 +1,5 @@
-// comc.dll for tests: every entry point hands its arguments to the test program and returns what the program answers.
-// Without a program that listens each entry point answers 0.
+// The fake comc.dll: every entry point passes its arguments to the test program and returns the program's result.
+// Without a RecordedService in the program, each entry point returns 0.
 #include "tests/support/ServiceHost.h"
 
 #include <cstdlib>
@@ -28,8 +28,8 @@ uint32_t handOver(EntryPoint entryPoint, const uint64_t *arguments) {
 
 } // namespace
 
-// All entry points read eight arguments, whatever the caller passed: the words behind the last real one are the
-// caller's stack and are recorded as they are.
+// All entry points read eight arguments. The words after the last real argument come from the caller's stack and are
+// recorded as well.
 #define EXPECTED_ENTRY_POINT(name, kinds)                                                                              \
     extern "C" __declspec(dllexport) uint32_t name(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,    \
                                                    uint64_t a5, uint64_t a6, uint64_t a7) {                            \

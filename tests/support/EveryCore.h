@@ -1,12 +1,12 @@
-// A test that looks for races wants its threads to run at the same time. The suite keeps a program on one core, where
-// its server is (cmake/wine-run).
+// For tests that look for races: their threads must run at the same time, but the suite keeps a program on one core,
+// together with its server (cmake/wine-run).
 #pragma once
 
 #include <windows.h>
 
 namespace kal::test {
 
-/// While it exists, the threads of this program may use every core of the machine.
+/// While it exists, the threads of this program may use all cores.
 class EveryCore {
   public:
     EveryCore() {

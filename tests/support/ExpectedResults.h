@@ -1,5 +1,5 @@
-// What a service may answer, and what each answer means to an application: the documented results,
-// not taken from the library's own tables, so that the two are checked against each other.
+// The codes that a service may return, and the result of each for an application. This list is based on the
+// documentation and not on the library's tables, so that the tests can compare the two.
 #pragma once
 
 #include "api/kal.h"
@@ -10,14 +10,14 @@
 
 namespace kal::test {
 
-/// Answers worth trying: success, every code that some export tells from the others, and some that none does.
+/// Codes for tests: success, every code that has a result of its own in any export, and some others.
 inline constexpr uint32_t serviceCodes[] = {0, 1, 2, 5, 6, 50, 87, 122, 126, 127, 170, 1168, 1460, 0xFFFFFFFF};
 
-inline constexpr uint32_t libraryMissing = 126;    ///< the binding's own answer when comc.dll cannot be brought up
-inline constexpr uint32_t entryPointMissing = 127; ///< when comc.dll lacks the entry point
-inline constexpr uint32_t handleUnknown = 1;       ///< when the handle is not open
+inline constexpr uint32_t libraryMissing = 126;    ///< the binding's code if comc.dll cannot be loaded
+inline constexpr uint32_t entryPointMissing = 127; ///< if comc.dll lacks the entry point
+inline constexpr uint32_t handleUnknown = 1;       ///< if the handle is not open
 
-/// From the service's code to the export's result.
+/// Maps the service's codes to the export's results.
 class ExpectedResult {
   public:
     constexpr ExpectedResult(std::initializer_list<std::pair<uint32_t, int32_t>> rows, int32_t anyOther)
@@ -47,12 +47,12 @@ inline constexpr ExpectedResult write({{0, 0}, {1168, DEVERR_CONNECT}, {50, DEVE
 inline constexpr ExpectedResult plain({{0, 0}}, KAL_FAIL);
 inline constexpr ExpectedResult cache({{0, 0}, {6, DEVERR_INVHANDLE}}, KAL_FAIL);
 inline constexpr ExpectedResult ignored({}, KAL_OKAY);
-inline constexpr ExpectedResult openFirst({{0, 0}}, DEVERR_INVHANDLE); ///< of exports that open before their own work
+inline constexpr ExpectedResult openFirst({{0, 0}}, DEVERR_INVHANDLE); ///< of the open that some exports begin with
 inline constexpr ExpectedResult notificationMode({{1, DEVERR_INVHANDLE}, {2, DEVERR_CONNECT}}, KAL_OKAY);
 inline constexpr ExpectedResult bidi({{0, 0}, {122, KAL_MOREDATA}, {6, DEVERR_INVHANDLE}, {1, KAL_PRNBUSY}, {1460, DEVERR_READFAIL}}, KAL_FAIL);
 // clang-format on
 
-/// Whether the port type that a caller states fits a handle.
+/// Whether the port type is valid for the handle.
 constexpr bool portTypeFits(uint32_t portType, uint16_t handle) {
     const unsigned kind = handle & 0x7800u;
     switch (portType) {

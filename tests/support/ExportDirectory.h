@@ -9,11 +9,11 @@
 
 namespace kal::test {
 
-/// The exported names, in the order of the directory (ascending).
+/// The exported names in the order of the directory, which is ascending.
 std::vector<std::string> exportNames(HMODULE module);
 
-/// Takes a name out of the export directory of a loaded module, so that GetProcAddress does not find it. Gone until the
-/// module is loaded anew. Does nothing when the name is not there.
+/// Removes a name from the export directory of a loaded module, so that GetProcAddress does not find it until the
+/// module is loaded again. Does nothing if the name does not exist.
 void removeExport(HMODULE module, std::string_view name);
 
 } // namespace kal::test

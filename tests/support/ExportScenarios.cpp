@@ -23,7 +23,7 @@ std::string text(const uint8_t *bytes, size_t count) {
     return all;
 }
 
-/// What the library posted, taken out of the queue.
+/// Removes the posted messages from the queue and returns them as text.
 std::string takeMessages() {
     std::string all;
     MSG message;
@@ -35,7 +35,7 @@ std::string takeMessages() {
 }
 
 std::string deliverAlert(const ScenarioSurroundings &surroundings) {
-    // From offset 10 on an extended alert of type 2 (warnings).
+    // The bytes from offset 10 mean an extended alert of type 2 (warnings).
     static const uint8_t alert[24] = {0xA5, 0, 21, 0, 0xF0, 0x73, 0, 0, 0, 0, 2};
     return text(surroundings.alertCallback()(handle, alert, sizeof alert)) + takeMessages();
 }
@@ -53,7 +53,7 @@ void noteFound(const PortInfoRecord *printer) {
     found += std::string(" found=") + printer->portName + "/" + text(printer->deviceClass);
 }
 
-/// What is made of the exports of one library.
+/// Makes the scenarios for the exports of one library.
 class Maker {
   public:
     explicit Maker(const ScenarioSurroundings &surroundings) : surroundings_(surroundings) {}
@@ -86,11 +86,11 @@ class Maker {
     void add(const std::string &name, std::vector<std::string> exports, Call call, Step before, Step after) {
         scenarios_.push_back({name, std::move(exports), std::move(call), std::move(before), std::move(after)});
     }
-    /// For a printer that has a job.
+    /// Adds a scenario with a started job.
     void addStarted(const std::string &name, std::vector<std::string> exports, Call call) {
         add(name, std::move(exports), std::move(call), openAndStart(), tidy());
     }
-    /// For a printer that is open, as for most exports.
+    /// Adds a scenario with an open printer.
     void addOpened(const std::string &name, std::vector<std::string> exports, Call call) {
         add(name, std::move(exports), std::move(call), open(), tidy());
     }
@@ -108,7 +108,7 @@ class Maker {
             function(0, handle, &mask, window);
         };
     }
-    /// Starting a job also sets the traced byte count back.
+    /// Starting a job also resets the traced byte count.
     Step openAndStart() const {
         return [first = open(), second = EXPORT(KalStartDoc)] {
             first();
@@ -121,7 +121,7 @@ class Maker {
     Step notify() const {
         return [function = EXPORT(KalSetJobControlMode)] { function(0, handle, 2); };
     }
-    /// Releases and closes until the library knows the handle no more.
+    /// Releases and closes the handle until the library does not know it.
     Step tidy() const {
         return [release = EXPORT(KalReleaseAlerts), close = EXPORT(KalClose)] {
             for (int count = 0; count < 8 && release(0, handle) == KAL_OKAY; ++count) {
@@ -315,9 +315,8 @@ class Maker {
             "KalSendBidi, nothing open", {"KalSendBidi"}, callBidi(EXPORT(KalSendBidi)), [] {}, tidy());
     }
 
-    /// Unregisters until nobody is registered, whether or not a registration has failed, which it need not tell, or was
-    /// refused: one too many would wrap the count. Without a registration, and unless it was refused, an export that
-    /// opens a trace raises an exception.
+    /// Unregisters until no registration is left, without one call too many, which would wrap the count. It works in
+    /// every state: without a registration, unless the last one was refused, an export that opens a trace throws.
     Step unregisterWholly() const {
         return [registerApp = EXPORT(KalRegisterApp), unregister = EXPORT(KalUnregisterApp),
                 probe = EXPORT(KalFlushMWOBuffer)] {
@@ -372,7 +371,7 @@ class Maker {
             function("name");
             return std::string();
         });
-        // The service on another machine: each operation checks the server anew.
+        // The service is on another machine, so each operation checks the server.
         scenarios_.push_back({"KalOpen at another machine",
                               {"KalOpen"},
                               callOpen(EXPORT(KalOpen)),
@@ -383,7 +382,7 @@ class Maker {
         add("Uninitialize", {"Uninitialize"}, [function = EXPORT(Uninitialize)] { return text(function()); });
     }
 
-    /// An export that reads no argument.
+    /// Adds an export that does not read its arguments.
     void addPlain(const char *name, std::vector<std::string> exports) {
         add(name, std::move(exports), [function = get<int32_t()>(name)] { return text(function()); });
     }

@@ -1,6 +1,6 @@
-// Every export of kalclient.dll, called as applications call it: one scenario for each way through it that matters.
-// Knows neither how the service is stood in for nor what is measured, so that counting, failing and timing can share
-// it.
+// Every export of kalclient.dll, called as applications call it, with one scenario for each important path through it.
+// The scenarios depend neither on the kind of fake service nor on the measurement, so that tests for counts, failures
+// and times can share them.
 #pragma once
 
 #include "comc/comc.h"
@@ -13,36 +13,36 @@
 
 namespace kal::test {
 
-/// What the scenarios of one loaded library stand on.
+/// Requirements of the scenarios of one loaded library.
 struct ScenarioSurroundings {
     HMODULE library = nullptr;
-    HWND window = nullptr; ///< of the calling thread; receives what the library posts (makeMessageWindow)
-    /// The callbacks that the library gave the service; asked for while alerts, or notifications, are registered.
+    HWND window = nullptr; ///< of the calling thread; receives the library's messages (makeMessageWindow)
+    /// The callbacks that the library registered with the service; called while alerts or notifications are registered.
     std::function<OrxAlertCallback()> alertCallback;
     std::function<OrxNotificationCallback()> notificationCallback;
-    /// A server that KalRegisterWithRpcServer accepts.
+    /// A server for KalRegisterWithRpcServer that the network knows.
     std::string serverName;
 };
 
-/// One call, between what it needs before and what is tidied after it.
+/// One call, with its preparation and cleanup.
 struct ExportScenario {
     std::string name;
-    /// The exports that the call goes through: the one it is made to, and those that this one forwards to. Empty for an
-    /// event that the service brings.
+    /// The exports that the call runs through: the one that is called, and those that it forwards to. Empty for an
+    /// event of the service.
     std::vector<std::string> exports;
-    /// Makes the call. Returns its result and what it handed out, as text: "0 count=4096".
+    /// Makes the call. Returns its result and outputs as text: "0 count=4096".
     std::function<std::string()> call;
     std::function<void()> before = [] {};
-    /// Leaves neither an open handle nor a capture nor a message behind, whatever the call did.
+    /// Closes handles, releases captures and removes messages, whatever the call did.
     std::function<void()> after = [] {};
-    /// Whether an application is registered before `before`, and unregisters behind `after`. Otherwise the scenario is
-    /// about registration itself and does both.
+    /// Whether an application must be registered before `before` and unregistered after `after`. Otherwise the scenario
+    /// is about registration and does both itself.
     bool needsRegistration = true;
-    /// Whether an earlier scenario differs from this one by names only.
+    /// Whether an earlier scenario differs from this one only in names.
     bool isLikeEarlierOne = false;
 };
 
-/// All of them. The printer has handle 3; the service finds it under "USB001" and enumerates it.
+/// All scenarios. The printer has handle 3; the service finds it under "USB001" and enumerates it.
 std::vector<ExportScenario> exportScenarios(const ScenarioSurroundings &surroundings);
 
 /// A message-only window of the calling thread.

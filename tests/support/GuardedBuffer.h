@@ -1,4 +1,4 @@
-// A buffer with an inaccessible page right behind its last byte: an overrun faults at the access.
+// A buffer directly before an inaccessible page, so that an overrun faults immediately.
 #pragma once
 
 #include <cstddef>

@@ -15,7 +15,7 @@ const IMAGE_IMPORT_DESCRIPTOR *firstImport(const char *base) {
     return reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR *>(base + entry.VirtualAddress);
 }
 
-/// Visits each function imported by name, with the place that holds its address.
+/// Visits each function that is imported by name, with the location of its address.
 template <class Visit>
 void eachImport(HMODULE module, Visit visit) {
     auto *base = reinterpret_cast<char *>(module);

@@ -1,4 +1,4 @@
-// Replaces a system call in the import table of one loaded module, for as long as the hook lives.
+// Replaces a system call in the import table of one loaded module while the hook exists.
 #pragma once
 
 #include <algorithm>
@@ -13,20 +13,20 @@
 
 namespace kal::test {
 
-/// The place in a module's import table that holds the address of the imported function, or null when the module does
-/// not import it. Looks through all imported libraries.
+/// The location in a module's import table with the address of the imported function; null if the module does not
+/// import it. Searches all imported libraries.
 void **findImport(HMODULE module, const char *name);
 
 /// Names of the libraries in the module's import table.
 std::vector<std::string> importedLibraries(HMODULE module);
 
-/// Names of the functions in the module's import table, in its order.
+/// Names of the functions in the module's import table, in table order.
 std::vector<std::string> importedFunctions(HMODULE module);
 
 /// Writes an address into the import table, whose page is normally read-only.
 void writeImport(void **place, void *address);
 
-/// Waits until no thread is inside a replacement. Ends the program with a message when that takes half a minute.
+/// Waits until no thread is inside a replacement. Ends the program with a message after half a minute.
 void awaitZero(const std::atomic<int> &threadsInside, const char *name) noexcept;
 
 /// A function's name as a template argument.
@@ -41,9 +41,9 @@ class ImportHook;
 
 /// ImportHook<"Sleep", void(DWORD)> hook(module, [&](DWORD milliseconds) { ... });
 ///
-/// Only calls out of that module are seen. One hook a name and signature at a time; the replacement may run on any
-/// thread and may call hook.original(...). The hook's end waits until no thread is inside the replacement; a
-/// replacement that does not return ends the program.
+/// Only calls from that module are replaced. There can be one hook per name and signature at a time. The replacement
+/// may run on any thread and may call hook.original(...). The destructor waits until no thread is inside the
+/// replacement; if one does not return, it ends the program.
 template <ImportName Name, typename Result, typename... Arguments>
 class ImportHook<Name, Result(Arguments...)> {
   public:
@@ -69,7 +69,7 @@ class ImportHook<Name, Result(Arguments...)> {
     ImportHook &operator=(const ImportHook &) = delete;
 
     Result original(Arguments... arguments) const { return original_(arguments...); }
-    /// How often the module made the call.
+    /// Number of calls that the module made.
     int calls() const { return calls_; }
 
   private:
@@ -84,9 +84,9 @@ class ImportHook<Name, Result(Arguments...)> {
     };
 
     static Result WINAPI enter(Arguments... arguments) {
-        const Visit visit; // first, so that the hook that is found now stays
+        const Visit visit; // first, so that the hook found next is not destroyed
         ImportHook *const hook = active;
-        if (hook == nullptr) // taken away since this thread read the address
+        if (hook == nullptr) // the hook was removed after this thread read the address
             return latestOriginal.load()(arguments...);
         ++hook->calls_;
         return hook->replacement_(arguments...);

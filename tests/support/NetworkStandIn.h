@@ -11,25 +11,25 @@
 
 namespace kal::test {
 
-/// Stands in for the machine's name and for mpr.dll in the calls that one module makes.
+/// Replaces the computer name and mpr.dll for the calls of one module.
 class NetworkStandIn {
   public:
-    /// What the provider answers; 0: it knows the resource.
+    /// The provider's result; 0 means that it knows the resource.
     DWORD answer = 0;
-    /// Non-zero: mpr.dll cannot be loaded and leaves this error.
+    /// If not 0, mpr.dll cannot be loaded, with this error.
     DWORD loadError = 0;
-    /// Non-zero: mpr.dll lacks the entry point; resolving it leaves this error.
+    /// If not 0, mpr.dll lacks the entry point, with this error.
     DWORD resolveError = 0;
-    /// Runs while the provider is asked.
+    /// Runs during the call of the provider.
     std::function<void()> duringTheQuestion;
-    /// Empty: the computer name cannot be read.
+    /// If empty, the computer name cannot be read.
     std::string computerName = "PRINTHOST";
 
     std::vector<std::string> loaded;
     std::vector<std::string> resolved;
-    std::vector<std::string> asked; ///< remote names that the provider was asked for
-    NETRESOURCEA resource = {};     ///< of the latest question; its strings are gone
-    std::string output;             ///< the output buffer of the latest question as it came
+    std::vector<std::string> asked; ///< remote names passed to the provider
+    NETRESOURCEA resource = {};     ///< of the latest call; its strings are no longer valid
+    std::string output;             ///< the output buffer before the latest call
     bool hasSystemPart = false;
     int computerNameReads = 0;
     DWORD computerNameSize = 0;
@@ -86,7 +86,7 @@ class NetworkStandIn {
         if (which != module())
             return free_.original(which);
         ++freed;
-        SetLastError(0); // freeing may change the last error: the one that counts was there before
+        SetLastError(0); // freeing may change the last error; the error that matters was set before
         return TRUE;
     }
 

@@ -7,7 +7,7 @@ namespace kal::test {
 
 namespace {
 
-// The key is chosen by the library's file name; this is what the brand code "ka" stands for.
+// The library's file name selects the key; this one is for the brand code "ka".
 constexpr char productRoot[] = "Software\\Kalder Print Services";
 
 HKEY createKey(HKEY parent, const std::string &name) {

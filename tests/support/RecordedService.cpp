@@ -26,10 +26,10 @@ const EntryPointRow &rowOf(std::string_view name) {
     for (const EntryPointRow &row : entryPoints)
         if (name == row.name)
             return row;
-    throw std::logic_error("no such entry point: " + std::string(name)); // a slip of the test, not of the library
+    throw std::logic_error("no such entry point: " + std::string(name)); // an error in the test
 }
 
-/// The zero-terminated text at an address, as far as it can be read.
+/// The null-terminated string at an address, as far as it can be read.
 std::string readableText(uint64_t address) {
     constexpr size_t most = 1024;
     MEMORY_BASIC_INFORMATION region = {};
@@ -41,7 +41,7 @@ std::string readableText(uint64_t address) {
     return {start, strnlen(start, std::min(left, most))};
 }
 
-/// The module that the client loaded: the double itself, or the spy in front of it, for which it was loaded.
+/// The module that the client loaded: the fake itself, or the spy that loaded it.
 HMODULE frontOf(HMODULE module) {
     std::string path(MAX_PATH, '\0');
     path.resize(GetModuleFileNameA(module, path.data(), MAX_PATH));
@@ -83,7 +83,7 @@ RecordedService::RecordedService() {
 }
 
 RecordedService::~RecordedService() {
-    // What a test left loaded would hide the next test's first load.
+    // Frees modules that the test left loaded; otherwise the next test would not see its first load.
     for (auto left = modules_; !left.empty(); left = modules_)
         FreeLibrary(frontOf(left.front()));
     const std::lock_guard guard(instanceLock);
@@ -237,7 +237,7 @@ void RecordedService::detached(HMODULE module) {
     if (instance == nullptr)
         return;
     const std::lock_guard guard(instance->lock_);
-    if (std::erase(instance->modules_, module) != 0) // one that came before this instance is none of its loads
+    if (std::erase(instance->modules_, module) != 0) // a module loaded before this instance is not counted
         ++instance->unloads_;
 }
 

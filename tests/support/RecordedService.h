@@ -1,4 +1,4 @@
-// The scripted, recording service behind the test double comc.dll.
+// The scripted service in the fake comc.dll, which records all calls.
 #pragma once
 
 #include "tests/support/ServiceHost.h"
@@ -16,15 +16,15 @@
 
 namespace kal::test {
 
-/// One call of an entry point as it arrived. Arguments are counted from 0, the client identifier included.
+/// One call of an entry point. Arguments are counted from 0, with the client identifier.
 struct ServiceCall {
     std::string entryPoint;
     std::array<uint64_t, recordedArguments> arguments{};
-    /// What a pointer argument pointed to when the call arrived, up to the first zero byte (at most 1024 bytes); empty
-    /// for numbers and for memory that cannot be read.
+    /// The memory at each pointer argument at the time of the call, up to the first zero byte (at most 1024 bytes).
+    /// Empty for numbers and unreadable memory.
     std::array<std::string, recordedArguments> texts;
     DWORD thread = 0;
-    /// The load of comc.dll that the call went into, counted from 1.
+    /// The load of comc.dll in which the call was made, counted from 1.
     int load = 0;
 
     uint32_t number(size_t index) const { return static_cast<uint32_t>(arguments.at(index)); }
@@ -39,11 +39,11 @@ struct ServiceCall {
     }
 };
 
-/// Script and recording of the double. One instance at a time; make it before the first service operation and destroy
-/// it after the last: a comc.dll that is still loaded then is freed. Everything may be called from any thread, from
-/// within an action too.
+/// Script and recording of the fake. There can be one instance at a time. Make it before the first service operation
+/// and destroy it after the last; the destructor frees a comc.dll that is still loaded. Any thread may call any
+/// function, also in an action.
 ///
-/// Unscripted entry points answer 0. OrxGetClientId hands out 101, 102, 103 ... unless told otherwise.
+/// Entry points without a script return 0. OrxGetClientId assigns 101, 102, 103 ... by default.
 class RecordedService {
   public:
     using Action = std::function<uint32_t(const ServiceCall &)>;
@@ -53,26 +53,27 @@ class RecordedService {
     RecordedService(const RecordedService &) = delete;
     RecordedService &operator=(const RecordedService &) = delete;
 
-    /// Every further call answers the code.
+    /// Every further call returns the code.
     void answers(std::string_view entryPoint, uint32_t code);
-    /// The next calls answer these codes, one each; the calls after them answer as scripted otherwise.
+    /// The next calls return one of these codes each; later calls follow the rest of the script.
     void answersInTurn(std::string_view entryPoint, std::initializer_list<uint32_t> codes);
-    /// Runs the action on the calling thread, with no lock held; its value is the answer.
+    /// Runs the action on the calling thread, without a lock, and returns its value.
     void does(std::string_view entryPoint, Action action);
-    /// Copies the bytes to where the pointer argument points, then answers the code.
+    /// Copies the bytes to the address in the pointer argument and returns the code.
     void fills(std::string_view entryPoint, size_t argument, std::string bytes, uint32_t code = 0);
-    /// The entry point is absent from the export directory: at once when comc.dll is loaded, and after every later
-    /// load.
+    /// Removes the entry point from the export directory: immediately if comc.dll is loaded, and after every load.
     void lacks(std::string_view entryPoint);
-    /// Takes `lacks` back from the next load on.
+    /// Ends the effect of `lacks` from the next load.
     void hasAgain(std::string_view entryPoint);
 
-    /// The identifiers that OrxGetClientId hands out next, before the counting from 101 goes on.
+    /// The identifiers that OrxGetClientId assigns next, before it continues to count from 101.
     void handsOutClientIds(std::initializer_list<uint32_t> identifiers);
 
-    /// Answers the property getters (OrxGetString..., OrxGetLong..., OrxGetByteArray...) whose descriptor holds
-    /// "<Name>name</Name>", for every handle or for one. A string is written with its terminator; the length argument
-    /// receives the bytes written. A buffer that is too small gets nothing, the length needed, and the answer 122.
+    /// Sets the value for the property getters (OrxGetString..., OrxGetLong..., OrxGetByteArray...) whose descriptor
+    /// contains
+    /// "<Name>name</Name>", for every handle or for one. Strings are written with their terminator; the length argument
+    /// receives the number of bytes. If the buffer is too small, the getter sets only the needed length and returns
+    /// 122.
     void stringProperty(std::string name, std::string value);
     void stringProperty(uint32_t handle, std::string name, std::string value);
     void bytesProperty(std::string name, std::string bytes);
@@ -82,14 +83,14 @@ class RecordedService {
 
     std::vector<ServiceCall> calls() const;
     std::vector<ServiceCall> calls(std::string_view entryPoint) const;
-    /// The latest call of the entry point; throws when there was none.
+    /// The latest call of the entry point; throws if there was none.
     ServiceCall lastCall(std::string_view entryPoint) const;
     size_t count(std::string_view entryPoint) const;
     /// The names of all entry points called, in order.
     std::vector<std::string> sequence() const;
     /// As sequence(), without OrxInitialize, OrxUninitialize and OrxGetClientId.
     std::vector<std::string> operations() const;
-    /// Forgets the calls recorded so far (not the script, not the loads).
+    /// Deletes the recorded calls, but not the script and the loads.
     void forgetCalls();
 
     int loads() const;
@@ -119,9 +120,9 @@ class RecordedService {
     static std::mutex instanceLock;
     static RecordedService *instance;
 
-    mutable std::mutex lock_; // all members below
+    mutable std::mutex lock_; // guards all members below
     std::map<std::string, Script, std::less<>> scripts_;
-    std::map<std::pair<int64_t, std::string>, Property> properties_; // handle -1: every handle
+    std::map<std::pair<int64_t, std::string>, Property> properties_; // handle -1 means every handle
     std::set<std::string, std::less<>> lacking_;
     std::deque<uint32_t> clientIds_;
     uint32_t nextClientId_ = 101;
@@ -131,7 +132,7 @@ class RecordedService {
     int unloads_ = 0;
 };
 
-/// The names of all entry points of the double.
+/// The names of all entry points of the fake.
 const std::vector<std::string> &entryPointNames();
 /// Argument kinds of an entry point: I client identifier, H handle, N number, P pointer.
 std::string_view argumentKinds(std::string_view entryPoint);

@@ -1,5 +1,5 @@
-// The block through which the recording comc.dll finds the test program. It lives in the program, so that script and
-// recording outlive the unloading of the library, which happens whenever the client is idle.
+// The structure through which the fake comc.dll calls the test program. It belongs to the program, so that script and
+// recording are kept when the client is idle and unloads the library.
 #pragma once
 
 #include <cstdint>
@@ -23,8 +23,8 @@ struct ServiceHost {
     uint32_t (*called)(EntryPoint entryPoint, const uint64_t *arguments);
 };
 
-/// Environment variable that holds "process id:address of the block", both hexadecimal. The process id keeps a child,
-/// which inherits the variable, from following its parent's address.
+/// Environment variable with "process id:address of the structure", both hexadecimal. Child processes inherit the
+/// variable; the process id tells them that the address is not theirs.
 constexpr char serviceHostVariable[] = "KAL_TEST_SERVICE_HOST";
 
 } // namespace kal::test

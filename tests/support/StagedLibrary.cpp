@@ -4,8 +4,8 @@ namespace kal::test {
 
 namespace {
 
-/// What a comc.dll that is the spy needs: the double as the real library beside it, and the recorder, which stays
-/// loaded and therefore comes from the program's folder, not from one that goes away.
+/// If comc.dll is the spy, adds the fake as its real library, and loads the recorder. The recorder stays loaded, so it
+/// comes from the program's folder and not from a temporary one.
 void stageBehindSpy(const TemporaryFolder &folder) {
     if (std::filesystem::exists(programFolder() / realComcName)) {
         std::filesystem::copy_file(programFolder() / realComcName, folder / realComcName);

@@ -1,5 +1,5 @@
-// A copy of kalclient.dll in a folder of its own, with the comc.dll of the test's choice beside it. Each copy has its
-// own state: registration count, binding, logger, counters.
+// A copy of kalclient.dll in its own folder, with a selected comc.dll next to it. Each copy has its own state:
+// registration count, binding, logger, counters.
 #pragma once
 
 #include "tests/support/TemporaryFolder.h"
@@ -11,8 +11,8 @@
 
 namespace kal::test {
 
-/// An export of a module under a type of the test's choice, for example one whose arguments are 64 bits wide to leave
-/// dirt above a narrow argument.
+/// An export of a module, with a type that the test selects, for example with 64-bit arguments to pass garbage in the
+/// upper half.
 template <class Function>
 Function *exported(HMODULE module, const char *name) {
     auto *address = GetProcAddress(module, name);
@@ -22,15 +22,15 @@ Function *exported(HMODULE module, const char *name) {
 }
 
 enum class ComcFile {
-    recording, ///< the double that lies beside the test program
+    recording, ///< the comc.dll in the test program's folder
     missing,
-    notALibrary ///< a file of that name that Windows cannot load
+    notALibrary ///< a file with this name that Windows cannot load
 };
 
-/// Where this file lies beside the test program, comc.dll is the spy and this the double behind it.
+/// If this file is in the test program's folder, it is the fake, and comc.dll is the spy.
 inline constexpr const char *realComcName = "comc-real.dll";
 
-/// Puts a comc.dll, or none, into the folder.
+/// Puts the selected comc.dll into the folder.
 void stageComc(const TemporaryFolder &folder, ComcFile comc);
 
 class StagedLibrary {

@@ -11,13 +11,13 @@ namespace kal::test {
 TemporaryFolder::TemporaryFolder() {
     static std::atomic<int> number = 0;
     const auto beginning = "kal-test-" + std::to_string(GetCurrentProcessId()) + "-";
-    do { // an earlier process of the same number may have been ended before it could tidy up
+    do { // an earlier process with the same id may have been killed before its cleanup
         path_ = std::filesystem::temp_directory_path() / (beginning + std::to_string(++number));
     } while (!std::filesystem::create_directories(path_));
 }
 
 TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored; // a library that is still mapped keeps its file; the test itself is not wrong for that
+    std::error_code ignored; // the file of a library that is still loaded cannot be deleted; that is not an error
     std::filesystem::remove_all(path_, ignored);
 }
 

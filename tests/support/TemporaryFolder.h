@@ -1,4 +1,4 @@
-// A folder of its own under the system's temporary folder, removed with everything in it at the end.
+// A folder under the system's temporary folder, deleted with its content at the end.
 #pragma once
 
 #include <filesystem>
@@ -15,14 +15,14 @@ class TemporaryFolder {
 
     const std::filesystem::path &path() const { return path_; }
     std::filesystem::path operator/(const std::string &name) const { return path_ / name; }
-    /// Writes a file of these bytes; returns its full path.
+    /// Writes a file with these bytes; returns its full path.
     std::string write(const std::string &name, const std::string &bytes) const;
 
   private:
     std::filesystem::path path_;
 };
 
-/// The whole content of a file; empty when it cannot be read.
+/// The content of a file; empty if it cannot be read.
 std::string readFile(const std::filesystem::path &path);
 
 /// The folder of the running test program.
