@@ -10,7 +10,7 @@ using namespace recording;
 
 namespace {
 
-/// Its "hash" is the bytes' count and sum: enough to see that all of them passed.
+/// Its "hash" is the number and the sum of the bytes, which is enough to show that all of them arrived.
 class CountingDigest : public Digest {
   public:
     void add(const void *bytes, size_t count) override {
@@ -34,7 +34,7 @@ class CaptureTest : public testing::Test {
         [](uint64_t address, ArgumentKind) { return address == 0xF00 ? 1u : 0u; },
     };
     size_t readable = static_cast<size_t>(-1);
-    std::vector<std::pair<uint64_t, size_t>> pieces; // offset and length
+    std::vector<std::pair<uint64_t, size_t>> pieces; // offset and length of each chunk
 
     const PieceSink sink = [this](std::string_view, uint64_t offset, const std::string &hex) {
         pieces.emplace_back(offset, hex.size() / 2);
@@ -46,7 +46,7 @@ class CaptureTest : public testing::Test {
         return Capture(host, redacts).arguments(*findEntryPoint(entryPoint), words, sink);
     }
 
-    /// What the recording says of a call in which the work happened.
+    /// The recorded outputs of a call that does the given work.
     template <class Work>
     Json outputs(const char *entryPoint, const Words &words, bool succeeded, Work work) {
         const Capture capture(host, false);

@@ -1,5 +1,5 @@
-// spy_client SIZE [FILE]: a client that prints a document of SIZE bytes in two writes. Its exit status is the count of
-// calls that do not return what they return without a spy. FILE receives the most memory, in bytes, that it ever used.
+// spy_client SIZE [FILE]: a client that prints a document of SIZE bytes in two writes. The exit status is the number of
+// calls whose result differs from that without a spy. Writes the peak memory use in bytes to FILE.
 #include "tests/spy/ClientDocument.h"
 
 #include <windows.h>
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Of this process: Wine reports the peak only of a process that runs.
+/// Of this process, because Wine reports the peak only while a process runs.
 void writePeakMemory(const char *file) {
     PROCESS_MEMORY_COUNTERS memory{};
     memory.cb = sizeof memory;

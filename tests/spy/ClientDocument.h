@@ -7,7 +7,7 @@
 
 namespace kal::test {
 
-/// Bytes that depend on their position, so that none can be missing, doubled or in another's place unnoticed.
+/// Bytes that depend on their position, so that missing, repeated and exchanged bytes are noticed.
 inline std::string clientDocument(size_t size) {
     std::string document(size, '\0');
     uint32_t position = 0;

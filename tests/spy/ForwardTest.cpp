@@ -36,7 +36,7 @@ uint32_t takeAlert(uint32_t handle, const uint8_t *alert, uint32_t length) {
     return 7;
 }
 
-/// Whether a library can be loaded. It does not stay loaded.
+/// Whether a library can be loaded; frees it again.
 bool canBeLoaded(const std::filesystem::path &file) {
     const HMODULE library = LoadLibraryW(file.c_str());
     return library != nullptr && FreeLibrary(library) != 0;
@@ -49,9 +49,9 @@ TEST_F(Forwarding, EveryEntryPointIsThere) {
 }
 
 TEST_F(Forwarding, EveryWordArrivesWhole) {
-    service.answers("OrxGetClientId", 0); // else the double writes where it is told to
+    service.answers("OrxGetClientId", 0); // otherwise the fake service writes to the address in the first argument
     for (const std::string &name : entryPointNames()) {
-        // Garbage in every place: what is no memory must not be touched, what is no function must not be replaced.
+        // Invalid values in all arguments: the spy must not read such addresses or replace them with relays.
         exported<uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t)>(
             module, name.c_str())(0x1111'0000'0000'1001, 0x2222'0000'0000'1002, 0x3333'0000'0000'1003,
                                   0x4444'0000'0000'1004, 0x5555'0000'0000'1005, 0x6666'0000'0000'1006,
@@ -192,13 +192,14 @@ TEST_F(Forwarding, ThreadsWriteWholeLines) {
     for (auto &each : running) {
         each.join();
     }
-    const auto recorded = calls(); // a torn line would be an error
+    const auto recorded = calls(); // throws if lines are mixed up
     EXPECT_EQ(recorded.size(), static_cast<size_t>(threads * callsEach));
     EXPECT_TRUE(std::all_of(recorded.begin(), recorded.end(),
                             [](const auto &each) { return each.end && each.end->thread == each.begin.thread; }));
 }
 
-// ------------------------------------------------------------------------------------------------- what comes and goes
+// ------------------------------------------------------------------------------------------------ loading and
+// unloading
 
 TEST_F(SpyTest, MissingEntryPointIsMissing) {
     service.lacks("OrxStartJobPrinterW");

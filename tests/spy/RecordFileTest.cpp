@@ -1,5 +1,5 @@
-// What needs a recorder of its own: settings, a folder that cannot be written, large documents. Each test runs a small
-// client in a process of its own.
+// Tests that need a recorder of their own: settings, a folder that cannot be written, large documents. Each runs a
+// small client in its own process.
 #include "tests/spy/ClientDocument.h"
 #include "tests/spy/SpyFixture.h"
 
@@ -10,7 +10,7 @@ using testing::SizeIs;
 
 namespace {
 
-/// Runs spy_client.exe in a folder of its own that has the spy before the double.
+/// Runs spy_client.exe in its own folder, with the spy in front of the fake service.
 class RecordFile : public testing::Test {
   protected:
     RecordFile() {
@@ -25,7 +25,7 @@ class RecordFile : public testing::Test {
         SetEnvironmentVariableW(L"KAL_SPY_REDACT", nullptr);
     }
 
-    /// The client's exit status: the count of calls that did not answer as they would without the spy.
+    /// The client's exit status: the number of calls whose result differs from that without a spy.
     DWORD runClient(const std::string &arguments) {
         std::string command = "\"" + (folder / "spy_client.exe").string() + "\" " + arguments;
         STARTUPINFOA startup{};
@@ -43,7 +43,7 @@ class RecordFile : public testing::Test {
         return status;
     }
 
-    /// The most memory that the client used for a document of this size; its own copy of the document counts.
+    /// Peak memory use of the client for a document of this size, including its own copy of the document.
     uint64_t peakMemory(size_t documentSize) {
         const auto file = folder / "peak-memory";
         EXPECT_EQ(runClient(std::to_string(documentSize) + " \"" + file.string() + "\""), 0u);
@@ -66,7 +66,7 @@ class RecordFile : public testing::Test {
 TEST_F(RecordFile, LiesBesideTheSpyByItself) {
     EXPECT_EQ(runClient("4"), 0u);
     const auto recording = only(folder / "recordings");
-    EXPECT_EQ(recording.calls.size(), 4u); // initialize, two writes of half each, uninitialize
+    EXPECT_EQ(recording.calls.size(), 4u); // initialize, two writes, uninitialize
     EXPECT_TRUE(recording.header.program.ends_with("\\spy_client.exe"));
     EXPECT_TRUE(recording.header.service.ends_with("\\comc-real.dll"));
     EXPECT_FALSE(recording.header.redacted);
@@ -87,7 +87,7 @@ TEST_F(RecordFile, RedactedHasNoDocument) {
     EXPECT_TRUE(recording.header.redacted);
     const auto data = recording.calls.at(1).begin.values["data"];
     EXPECT_EQ(data["length"], 100000);
-    // Of the first half of the document.
+    // The hash of the first half of the document.
     EXPECT_EQ(data["sha256"], "e24ae9cbcc7500392dfa5d018f63f0bf87232dc30ae5996d8ca6b25c2ae4b665");
     EXPECT_EQ(data.size(), 2u);
     const auto text = readFile(recordingsIn(folder / "recordings").front());

@@ -1,4 +1,4 @@
-// Recordings written down in a test.
+// Recordings for tests.
 #pragma once
 
 #include "recording/Recording.h"
@@ -10,7 +10,7 @@ namespace kal::test {
 
 using recording::Json;
 
-/// Composes the lines of a recording; each event is a millisecond later than the one before it.
+/// Composes the lines of a recording. Each event is one millisecond later than the previous one.
 class RecordingText {
   public:
     explicit RecordingText(bool redacted = false)
@@ -36,11 +36,11 @@ class RecordingText {
         event.values = std::move(outputs);
         add(event);
     }
-    /// A call and its answer.
+    /// A call and its return.
     void whole(const std::string &entryPoint, Json arguments, uint32_t result = 0, Json outputs = Json::object()) {
         answer(call(entryPoint, std::move(arguments)), entryPoint, result, std::move(outputs));
     }
-    /// A callback and its answer, within the call when there is one.
+    /// A callback and its return; made during the call inCall, if given.
     void callback(const std::string &kind, uint32_t function, Json arguments, uint32_t result = 0,
                   std::optional<uint64_t> inCall = {}) {
         auto event = next(recording::EventKind::callback, ++number_);
@@ -93,7 +93,7 @@ class RecordingText {
     int64_t time_ = 0;
 };
 
-/// Arguments of OrxOpenPrinter and its like.
+/// The arguments of OrxOpenPrinter and similar functions.
 inline Json handleOf(int handle, int client = 100) {
     return {{"clientId", client}, {"handle", handle}};
 }

@@ -105,7 +105,7 @@ TEST(ReplayPlan, CallbackAfterAReturnFollowsItThoughAnEarlierCallIsStillOpen) {
     EXPECT_TRUE(callbacks[1].isAfterReturn);
 }
 
-// The plan is made while the simulator is being loaded.
+// The plan is made inside DllMain of the simulator, so it must be fast.
 TEST(ReplayPlan, TimeGrowsWithTheRecordingAndNotWithItsSquare) {
     RecordingText text;
     for (int number = 0; number < 40000; ++number) {
@@ -116,7 +116,7 @@ TEST(ReplayPlan, TimeGrowsWithTheRecordingAndNotWithItsSquare) {
     const auto begin = std::chrono::steady_clock::now();
     const ReplayPlan plan(std::move(recording));
     EXPECT_LT(std::chrono::steady_clock::now() - begin,
-              std::chrono::seconds(10)); // half a second; squared, half a minute
+              std::chrono::seconds(10)); // takes half a second; with quadratic time, half a minute
     EXPECT_THAT(plan.callbacksByThemselves(), SizeIs(40000));
 }
 

@@ -1,4 +1,4 @@
-// Whole sessions: kal.exe through the spy to the simulator, and once more with the recording as the simulator.
+// Sessions: kal.exe calls the simulator through the spy; then the simulator replays the recording.
 #include "tests/spy/SpyFixture.h"
 #include "tests/tool/ToolFixture.h"
 
@@ -24,7 +24,7 @@ class Session : public ToolTest {
         }
     }
 
-    /// Runs a command that is recorded into the folder; its recording's path, quoted.
+    /// Runs a command and records it in the folder. @return the quoted path of the recording
     std::string record(const std::string &name, const std::string &arguments, ToolRun &run) {
         const auto where = folder / name;
         SetEnvironmentVariableW(L"KAL_SPY_FOLDER", where.c_str());
@@ -39,7 +39,7 @@ class Session : public ToolTest {
     }
     std::string journal() const { return readFile(folder / "spool" / "simulator.log"); }
 
-    /// Records the command, replays it, and compares what both said and what was recorded of both.
+    /// Records the command, replays it, and compares the two recordings.
     void expectSameAgain(const std::string &arguments, ToolRun &first, ToolRun &second) {
         const auto field = record("field", arguments, first);
         replay(field);
@@ -71,7 +71,7 @@ TEST_F(Session, PrintJobIsReplayedWithItsEnd) {
     expectSameAgain("print --printer 0x6001 --wait --json " + file("letter.prn", documentOf(300'000)), field, desk);
     EXPECT_EQ(desk.json()["bytes"], 300'000);
     EXPECT_EQ(desk.json()["endOfJobFlag"], field.json()["endOfJobFlag"]);
-    EXPECT_THAT(spooledJobs(), SizeIs(1)); // the second one was never printed
+    EXPECT_THAT(spooledJobs(), SizeIs(1)); // the replayed command does not print
 }
 
 TEST_F(Session, RedactedPrintJobIsReplayed) {
@@ -156,8 +156,7 @@ TEST_F(Session, RecordingThatIsNoneIsTold) {
     EXPECT_THAT(journal(), HasSubstr("letter.jsonl: this is no recording of the spy"));
 }
 
-// -------------------------------------------------------------------------------------------------------------- kal
-// spy
+// ---------------------------------------------------------------------------------------------------------- kal spy
 
 TEST_F(Session, ShowTellsCallsAndAnswers) {
     ToolRun run;

@@ -1,4 +1,4 @@
-// comc.dll, the spy, before the recording double, loaded as a client loads it; and what it recorded.
+// Loads the spy in front of the fake service, as a client does, and reads its recording.
 #pragma once
 
 #include "recording/Recording.h"
@@ -15,7 +15,7 @@
 
 namespace kal::test {
 
-/// The recording in a folder that has one.
+/// Reads a recording.
 inline recording::Recording readRecording(const std::filesystem::path &file) {
     recording::RecordingReader reader;
     std::ifstream lines(file, std::ios::binary);
@@ -36,7 +36,7 @@ inline std::vector<std::filesystem::path> recordingsIn(const std::filesystem::pa
     return found;
 }
 
-/// All tests of the program share its recorder, and so its recording: each looks at what came since it began.
+/// All tests of the program share one recorder and one recording. Each looks only at the events since its start.
 class SpyTest : public testing::Test {
   protected:
     SpyTest() : before_(recording().calls.size()), callbacksBefore_(recording().callbacks.size()) {}

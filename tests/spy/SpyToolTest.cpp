@@ -1,4 +1,4 @@
-// What kal spy makes of recordings.
+// The output of kal spy for given recordings.
 #include "tests/spy/RecordingText.h"
 #include "tools/spy/SpyDiff.h"
 #include "tools/spy/SpyTimeline.h"
@@ -42,7 +42,7 @@ std::vector<Json> objects(const RecordingText &recording, tool::SpyFilter filter
     return found;
 }
 
-/// An enumeration that reports a printer, whose name the client asks for at once.
+/// An enumeration that reports one printer.
 RecordingText enumeration() {
     RecordingText recording;
     const auto call = recording.call("OrxEnumPrinters", {{"clientId", 100}, {"callback", {{"callback", 1}}}});
@@ -132,7 +132,7 @@ TEST(SpyObjects, UnfinishedCallIsToldAtTheEnd) {
 
 TEST(SpyTimeline, CallIsASpan) {
     const auto events = timelineOf(enumeration());
-    ASSERT_THAT(events, SizeIs(3)); // the process's name first
+    ASSERT_THAT(events, SizeIs(3)); // the first one is the process's name
     EXPECT_EQ(events[1]["name"], "enum callback");
     EXPECT_EQ(events[2]["name"], "OrxEnumPrinters");
     EXPECT_EQ(events[2]["ts"], 1000);

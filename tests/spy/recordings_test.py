@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Checks what the contract suite recorded when it ran through the spy: recordings_test.py RESULTS FOLDER...
+"""Checks the recordings of the contract tests that ran through the spy: recordings_test.py RESULTS FOLDER...
 
-Each suite must have run to its end, which its report in RESULTS shows, with the same tests and results as without the spy,
-if there is a report of that run, too. The newest recording in each FOLDER must be complete: a header, lines that are JSON, and
-an end for every call and callback of the same thread. Together they must show every entry point, and callbacks of each
+The report of each suite in RESULTS must show that it finished, with the same tests and results as without the spy, if there
+is a report of that run too. The newest recording in each FOLDER must be complete: a header, lines that are JSON, and an end
+for every call and callback of the same thread. Together, the recordings must contain every entry point and callbacks of each
 kind."""
 import json
 import pathlib
