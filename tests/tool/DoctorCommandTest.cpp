@@ -21,7 +21,7 @@ class DoctorCommand : public LogToolTest {
     ToolRun doctor(const std::string &arguments = "") {
         return RunningTool(installation() / "kal.exe", "doctor " + arguments, folder / "run").finish();
     }
-    /// The check of that name.
+    /// The check with this name.
     nlohmann::json check(const std::string &name) {
         const ToolRun run = doctor("--json");
         const nlohmann::json report = run.json();

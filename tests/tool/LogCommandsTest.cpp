@@ -12,9 +12,9 @@ namespace {
 
 class LogCommands : public LogToolTest {
   protected:
-    /// A log of the test's own, quoted for the command line.
+    /// A log file with these lines; its name is quoted for the command line.
     std::string log(const std::string &lines) { return file("given.log", lines); }
-    /// The library's log, with this line and no other.
+    /// Writes the library's log with only this text.
     void writeLog(const std::string &text) {
         std::filesystem::create_directories(logFile().parent_path());
         std::ofstream(logFile(), std::ios::binary) << "Bidi            " << text << "\r\n";

@@ -27,7 +27,7 @@ SettingReader reader(Stored stored) {
     };
 }
 
-/// Whether the library writes such a message with these settings.
+/// Whether the library writes a message of the component at the level with these settings.
 bool isWritten(const Stored &stored, std::string_view component, uint32_t level) {
     const SettingReader read = reader(stored);
     for (size_t id = 0; id < static_cast<size_t>(kal::ComponentId::count); ++id) {

@@ -11,7 +11,7 @@ namespace {
 
 class PrintCommand : public ToolTest {
   protected:
-    /// A configuration with a USB printer 3 whose entry points misbehave as given.
+    /// Configures a USB printer with handle 3, and the given misbehaviour of entry points.
     void misbehave(const std::string &entryPoints) {
         configure(R"({"printers":[{"handle":3,"transport":"USB1","port":"USB001","device":"BpdPrinter"}],
                       "entryPoints":{)" +
@@ -166,7 +166,7 @@ TEST_F(PrintCommand, WaitOnAPrinterWithoutNotificationsSendsNothing) {
 TEST_F(PrintCommand, InterruptionCancelsTheJob) {
     misbehave(R"("OrxWritePrinter":{"fromCall":1,"accept":10,"delayMs":100})");
     const auto running = start("print --printer 3 " + file("d", documentOf(100'000)));
-    ASSERT_TRUE(eventually([&] { return !spoolEntries().empty(); })); // the job has begun
+    ASSERT_TRUE(eventually([&] { return !spoolEntries().empty(); })); // the job has started
     ASSERT_TRUE(running->interrupt());
     const ToolRun run = running->finish();
     EXPECT_EQ(run.status, 1);

@@ -16,7 +16,7 @@ struct Composed {
     size_t unfinished;
     size_t lines;
 
-    /// The events of a phase ("X" for spans, "i" for marks) in the order of the document.
+    /// The events with this phase ("X" for spans, "i" for marks), in the order of the document.
     [[nodiscard]] std::vector<Json> events(const std::string &phase) const {
         std::vector<Json> found;
         for (const Json &event : document["traceEvents"]) {

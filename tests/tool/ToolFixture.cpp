@@ -14,8 +14,8 @@ namespace fs = std::filesystem;
 
 constexpr DWORD longestRun = 120'000;
 
-/// Keeps the desktop alive between the programs' windows: making it anew for each costs time, and a window that is
-/// asked for while it goes away may not be made at all.
+/// Keeps the desktop between the programs' windows. Making it for each program takes time, and while it is being
+/// removed, a new window may fail.
 void holdDesktop() {
     static const HWND window = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     static_cast<void>(window);
@@ -83,7 +83,7 @@ bool RunningTool::waitForOutput(const std::string &text) const {
 }
 
 bool RunningTool::interrupt() const {
-    // What a console does on Ctrl-C: a new thread in the program runs this function. A test has no console to ask.
+    // On Ctrl-C, a console starts a thread in the program that runs this function. The test has no console.
     const FARPROC routine = GetProcAddress(GetModuleHandleA("kernelbase.dll"), "CtrlRoutine");
     const HANDLE thread =
         routine == nullptr

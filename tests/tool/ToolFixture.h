@@ -1,4 +1,4 @@
-// Runs kal.exe as a user does: a process of its own, beside kalclient.dll and the simulator.
+// Runs kal.exe like a user: in its own process, in a folder with kalclient.dll and the simulator.
 #pragma once
 
 #include "tests/support/TemporaryFolder.h"
@@ -20,11 +20,11 @@ struct ToolRun {
     std::string error;
 
     [[nodiscard]] nlohmann::json json() const { return nlohmann::json::parse(output); }
-    /// Each line of the output as JSON.
+    /// Each line of the output, parsed as JSON.
     [[nodiscard]] std::vector<nlohmann::json> jsonLines() const;
 };
 
-/// Waits until the condition holds; false after half a minute.
+/// Waits until the condition is true; returns false after half a minute.
 template <class Condition>
 bool eventually(const Condition &condition) {
     for (int tries = 0; tries < 3000; ++tries) {
@@ -36,7 +36,7 @@ bool eventually(const Condition &condition) {
     return false;
 }
 
-/// kal.exe while it runs; ended by force when the test forgets it.
+/// A running kal.exe; the destructor kills it if it still runs.
 class RunningTool {
   public:
     RunningTool(const std::filesystem::path &program, const std::string &arguments,
@@ -45,11 +45,11 @@ class RunningTool {
     RunningTool(const RunningTool &) = delete;
     RunningTool &operator=(const RunningTool &) = delete;
 
-    /// What it has written so far.
+    /// The output so far.
     [[nodiscard]] std::string output() const;
-    /// Waits until the text stands in the output; false after a while.
+    /// Waits until the output contains the text; returns false after a while.
     [[nodiscard]] bool waitForOutput(const std::string &text) const;
-    /// Ctrl-C. @return false when it could not be sent
+    /// Sends Ctrl-C. @return false if that failed
     [[nodiscard]] bool interrupt() const;
     ToolRun finish();
 
@@ -63,16 +63,16 @@ class ToolTest : public testing::Test {
   protected:
     ToolTest();
 
-    /// The simulator's configuration for the runs to come; without one it has its own.
+    /// Sets the simulator's configuration for further runs. By default, the built-in configuration is used.
     void configure(const std::string &json);
     ToolRun kal(const std::string &arguments);
     std::unique_ptr<RunningTool> start(const std::string &arguments);
 
-    /// A file of these bytes in the test's folder, its name quoted for the command line.
+    /// Writes a file in the test's folder. @return its name, quoted for the command line
     std::string file(const std::string &name, const std::string &bytes);
     /// The bytes of each finished job, in order.
     [[nodiscard]] std::vector<std::string> spooledJobs() const;
-    /// Names of everything in the spool folder that belongs to a job.
+    /// Names of all files in the spool folder that belong to jobs.
     [[nodiscard]] std::vector<std::string> spoolEntries() const;
 
     TemporaryFolder folder;
@@ -81,7 +81,7 @@ class ToolTest : public testing::Test {
     int runs_ = 0;
 };
 
-/// As ToolTest, with the library's settings key gone at the beginning and at the end, and a log file of the test's own.
+/// Like ToolTest, without the library's settings key before and after the test, and with a separate log file.
 class LogToolTest : public ToolTest {
   protected:
     LogToolTest();
@@ -95,7 +95,7 @@ class LogToolTest : public ToolTest {
     std::string previousAllUsers_;
 };
 
-/// Bytes that no two positions share by accident.
+/// Pseudo-random bytes, the same in every run.
 std::string documentOf(size_t size);
 
 } // namespace kal::test
