@@ -16,9 +16,9 @@ struct StatusWindowVerdict {
     const char *text; ///< the line for the log
 };
 
-/// @param alert   for an extended alert (class 0x73) at least 11 readable bytes, even if length is less: the type is
-/// read
-///                without a check, because the service always passes a complete frame
+/// Reads the type of an extended alert (class 0x73) without checking the length, because the service always passes a
+/// complete frame.
+/// @param alert   for an extended alert, at least 11 readable bytes, even if length is less
 /// @param length  number of bytes in the alert
 [[nodiscard]] StatusWindowVerdict classifyStatusWindowAlert(const uint8_t *alert, uint32_t length) noexcept;
 

@@ -175,7 +175,7 @@ void takeNotification(OrxClient &client, uint32_t handle, uint32_t category, uin
     }
 }
 
-/// Counts one capture of a handle less. @return whether there was one
+/// Decrements the capture count of a handle. @return false if it was 0
 bool takeCaptureOff(uint16_t handle) {
     const ScopedMutex guard(captureLock.get());
     const auto position = captureCounts.find(handle);
@@ -218,7 +218,7 @@ int32_t captureAlerts(CallTrace &trace, OrxClient &client, uint16_t handle, uint
     return trace.named(KAL_OKAY);
 }
 
-/// Called by every release, deliberately whatever the remaining count and whoever opened the handle.
+/// Ends everything for the handle at each release. Deliberate: it ignores the capture count and other opens.
 void releaseAtService(OrxClient &client, uint16_t handle) {
     if (const uint32_t code = client.UnregisterForAlertsPrinter(handle)) {
         logTrace("unregisterForAlertsPrinter() failed, errorCode=", code);

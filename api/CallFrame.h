@@ -66,7 +66,7 @@ class CallTrace {
         }
     }
 
-    /// Sets the result in the exit trace. Without memory, the exit trace has no result; the call has already been made.
+    /// Sets the result in the exit trace. If there is no memory for it, the exit trace shows no result.
     template <class... Pieces>
     void setResult(const Pieces &...pieces) noexcept {
         if (trace_ && trace_->isActive()) [[unlikely]] {
@@ -150,8 +150,7 @@ struct WorkerRecord {
     std::exception_ptr failure;
 };
 
-/// The part of the threaded frame on the worker thread: opens the trace, gets the binding, calls Body()(client,
-/// arguments...).
+/// The worker thread's part of the threaded frame: opens the trace, gets the binding and calls the body.
 template <class Body, class... Arguments>
 uint32_t runWorker(void *argument) noexcept {
     auto &record = *static_cast<WorkerRecord<Arguments...> *>(argument);

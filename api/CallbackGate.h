@@ -45,7 +45,8 @@ class CallbackGate {
     [[nodiscard]] bool isEmpty() const noexcept;
     /// Whether a callback that runs on the thread is inside, except abandoned ones.
     [[nodiscard]] bool holds(uintptr_t thread) const noexcept;
-    /// Marks the callbacks that are inside as abandoned: close no longer waits for them. @return whether there was one
+    /// Marks the callbacks that are inside as abandoned, so that no unregistration waits for them.
+    /// @return whether any was inside
     bool abandon() noexcept;
     /// Whether an abandoned callback is still inside.
     [[nodiscard]] bool hasAbandoned() const noexcept;

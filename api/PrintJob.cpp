@@ -9,8 +9,7 @@ namespace kal {
 
 namespace {
 
-/// Bytes that applications passed to be written since the last start of a job, on any handle. Used only by the trace;
-/// wraps.
+/// Number of bytes passed to KalWrite since the last start of a job, on any handle. Only for the trace; it may wrap.
 std::atomic<uint32_t> totalByteCount = 0;
 
 } // namespace

@@ -23,7 +23,7 @@ void logRegistration(const Pieces &...pieces) noexcept {
     logMessage(legacyClient(), logLevel::registration, pieces...);
 }
 
-/// To be called with the registration lock held. Counts a successful registration.
+/// Counts a successful registration. The caller must hold the registration lock.
 uint32_t countRegistration() noexcept {
     admitCallbacks();
     refuseRegistration(false);

@@ -43,13 +43,13 @@ class BasicLogger {
 
     /// The logger of the process. Throws Win32Exception "BasicLogger::getInstance()", code 1, if there is none.
     [[nodiscard]] static BasicLogger &getInstance();
-    /// Whether the argument is the logger of the process; it may point to a destroyed one.
+    /// Whether the argument is the logger of the process. The pointer may be dangling.
     [[nodiscard]] static bool isInstance(const BasicLogger *logger) noexcept;
     /// The number of the process's logger: 1 for the first, 2 for the second; 0 without one. Numbers, unlike addresses,
     /// are not reused.
     [[nodiscard]] static uint64_t instanceNumber() noexcept;
 
-    /// Whether a line of the component is written at the level. If a setting cannot be read, the answer is no.
+    /// Whether the component's lines at the level are written; false if a setting cannot be read.
     [[nodiscard]] bool isEnabled(const LoggerComponent &component, uint32_t level) noexcept;
 
     /// @return 87 for a width of 0, which changes nothing; otherwise 0
@@ -87,8 +87,8 @@ class BasicLogger {
     SettingCache cache_;
 };
 
-/// Whether a component logs at a level; to be asked before a message is composed. Looks for the settings key on every
-/// call, so that removing the key stops all logging, also of errors.
+/// Whether a component logs at a level. Callers check it before they compose a message. Looks for the settings key on
+/// every call, so that removing the key stops all logging, also of errors.
 [[nodiscard]] bool logEnabled(const LoggerComponent &component, uint32_t level);
 
 } // namespace kal

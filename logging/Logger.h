@@ -18,8 +18,7 @@ class Logger : public BasicLogger {
     static void createInstance();
     /// Destroys the logger of the process, if there is one.
     static void destroyInstance() noexcept;
-    /// The process then has no logger, but the object is kept for the next createInstance: another thread may still
-    /// write.
+    /// Leaves the process without a logger, but keeps the object for the next createInstance and for running writes.
     static void keepInstance() noexcept;
 
   private:

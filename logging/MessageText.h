@@ -20,8 +20,7 @@ struct PaddedNumber {
     uint32_t base = 10; ///< 10, or 16 in lower case
 };
 
-/// Composes a string from pieces, like a string stream without a locale. Uses the heap only if the fixed buffer is too
-/// small.
+/// Composes a string from pieces, like a string stream without a locale. Uses the heap only for long strings.
 class MessageText {
   public:
     // cppcheck-suppress uninitMemberVar // the room is written before it is read

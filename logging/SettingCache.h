@@ -15,7 +15,7 @@ namespace kal {
 }
 
 /// The last value of each setting, with the tick at which it was read. Threads find and store without a lock: an entry
-/// is never removed, and has value and tick in one word.
+/// is never removed, and stores value and tick in one word.
 class SettingCache {
   public:
     SettingCache() = default;

@@ -19,8 +19,8 @@ class Mutex {
     Mutex(bool initialOwner, const std::string &name, bool everyoneAccess);
 
     /// Waits for the mutex. A timeout of 0 is deliberately not a try-lock: it returns false without checking.
-    /// @return true if it was acquired, also after its last owner died; false after a timeout. Throws on any other
-    /// result.
+    /// @return true if it was acquired, even after its last owner died; false after a timeout.
+    /// Throws on any other result.
     [[nodiscard]] bool acquire(uint32_t timeoutMilliseconds);
 
     /// Releases all holds of the calling thread at once (deliberate: one release undoes nested acquires). Does nothing

@@ -4,8 +4,8 @@
 
 namespace kal {
 
-/// Security attributes for objects that processes share. This class has attributes without a descriptor. Without effect
-/// outside the NT platform family. The order of the virtual operations is part of the binary interface.
+/// Security attributes for objects that processes share. The attributes of this class have no descriptor. It has no
+/// effect outside the NT platform family. The order of the virtual operations is part of the binary interface.
 class Security {
   public:
     Security();

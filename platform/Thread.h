@@ -56,8 +56,7 @@ class Thread {
         Event *started;
     };
     static unsigned __stdcall procedure(void *startRecord);
-    /// Returns when the thread has ended, even if the system refuses to wait for it: objects that it uses are then
-    /// freed.
+    /// Returns when the thread has ended, even if the system refuses to wait for it. Its objects may then be freed.
     void awaitEnd() const noexcept;
 
     std::unique_ptr<StartRecord> startRecord_;

@@ -21,7 +21,7 @@ class Digest {
   public:
     virtual ~Digest() = default;
     virtual void add(const void *bytes, size_t count) = 0;
-    /// In lower-case hexadecimal digits. To be called once, after the last add().
+    /// The hash in lower-case hexadecimal digits. Call it once, after the last add().
     [[nodiscard]] virtual std::string finish() = 0;
 };
 

@@ -37,7 +37,7 @@ struct RecordingHeader {
 
 enum class EventKind {
     load,          ///< the service's library was loaded; says which entry points it lacks
-    unload,        ///< it is about to be freed
+    unload,        ///< the service's library is about to be freed
     bytes,         ///< a chunk of a large buffer; written before the line that describes the buffer
     call,          ///< an entry point was called
     callReturn,    ///< it returned

@@ -24,7 +24,7 @@ class RecordingParser {
 
     /// @throws RecordingError
     void add(std::string_view line);
-    /// To be called after the last line. @throws RecordingError if there was no line
+    /// Call it after the last line. @throws RecordingError if there was no line
     void finish() const;
 
     [[nodiscard]] const RecordingHeader &header() const noexcept { return header_; }

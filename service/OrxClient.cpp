@@ -75,7 +75,7 @@ uint32_t OrxClient::unloadService() {
     return ERROR_SUCCESS;
 }
 
-/// To be called with the load lock held.
+/// The caller must hold the load lock.
 void OrxClient::unloadNow() {
     if (auto *const uninitialize = module_.find(ENTRY(OrxUninitialize))) {
         uninitialize();

@@ -6,8 +6,8 @@
 
 namespace kal {
 
-/// Whether a server name means this machine: the empty name or the computer's name. Ignores ASCII case and two leading
-/// backslashes.
+/// Whether a server name means this machine: an empty name, or the computer's name in any ASCII case, with or without
+/// two leading backslashes.
 /// @param computerName  null if it could not be read
 [[nodiscard]] bool isThisMachine(std::string_view serverName, const char *computerName) noexcept;
 

@@ -17,18 +17,17 @@ class Data;
 /// the binary interface.
 class BasicSettings64 {
   public:
+    /// Does not copy its strings, because every log test makes such an object.
     /// @param root      for example HKEY_LOCAL_MACHINE
-    /// @param basePath  ends with a backslash; must outlive the object, which does not copy it: every log test makes
-    /// such
-    ///                  an object
-    /// @param localId   the brand code of this library; not copied either
+    /// @param basePath  ends with a backslash; must outlive the object
+    /// @param localId   the brand code of this library; must outlive the object
     /// @param access    mask for writes
     BasicSettings64(HKEY root, std::string_view basePath, std::string_view localId, REGSAM access) noexcept
         : root_(root), basePath_(basePath), localId_(localId), access_(access), key_(access) {}
     virtual ~BasicSettings64() = default;
 
     /// Reads a value. If the base key opens but the value does not exist, writes the default and returns it.
-    /// @return whether the output has the value; false after a Win32Exception, whose code is then the thread's last
+    /// @return whether the output has the value. After a Win32Exception, false, with its code as the thread's last
     /// error
     [[nodiscard]] virtual bool readOrCreate(const std::string &subkey, const std::string &name,
                                             std::vector<uint8_t> &value, const Data &defaultValue, uint32_t selector);
@@ -48,7 +47,7 @@ class BasicSettings64 {
     /// Deletes a subkey with everything below it.
     virtual void deleteKey(const std::string &subkey, uint32_t selector);
     virtual void deleteValue(const std::string &subkey, const std::string &name, uint32_t selector);
-    /// Deletes every key below the base path. @return whether there was one
+    /// Deletes every key below the base path. @return whether any key existed
     virtual bool removeStores();
     /// The full path of a subkey. This class has one root and ignores the selector.
     [[nodiscard]] virtual std::string keyPath(const std::string &subkey, uint32_t selector) const;

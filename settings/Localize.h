@@ -16,7 +16,7 @@ class Localize {
     /// Throws "Localize::Localize(): GetModuleFileName failed" and "Localize::Localize(): GetLocalId failed".
     static void createInstance(HMODULE module);
 
-    /// To be called when the library is unloaded and the instance is no longer used.
+    /// Call it when the library is unloaded and nothing uses the instance any more.
     static void destroyInstance() noexcept;
 
     /// Throws a plain C string if there is no instance, which is a programming error.

@@ -23,7 +23,7 @@ class RecordFile {
     RecordFile(const RecordFile &) = delete;
     RecordFile &operator=(const RecordFile &) = delete;
 
-    /// To be called with the recorder's lock held.
+    /// The caller must hold the recorder's lock.
     void write(std::string line, const std::wstring &service);
     [[nodiscard]] bool hasFailed() const noexcept { return hasFailed_; }
     void fail(const char *what) noexcept;

@@ -35,8 +35,7 @@ class KeptLastError {
     DWORD code_;
 };
 
-/// While the process exits, a terminated thread may still own the lock. acquire() then returns false instead of
-/// waiting.
+/// While the process exits, a terminated thread may still own the lock; acquire() then does not wait.
 class ProcessLock {
   public:
     [[nodiscard]] bool acquire() noexcept {

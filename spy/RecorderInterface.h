@@ -1,5 +1,4 @@
-/// The functions that the spy calls in the recorder. The client loads and frees the spy often; the recorder stays
-/// loaded.
+/// The functions of the recorder. The recorder stays loaded while the client loads and frees the spy many times.
 #pragma once
 
 #include <windows.h>

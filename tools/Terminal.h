@@ -1,4 +1,4 @@
-/// The terminal, if there is one: colours, a status line, and handling of Ctrl-C.
+/// Terminal support: colours, a status line, and handling of Ctrl-C.
 #pragma once
 
 #include <windows.h>
@@ -36,8 +36,8 @@ class StatusLine {
     size_t width_ = 0;
 };
 
-/// While it exists, Ctrl-C, Ctrl-Break and a closed console are recorded and do not end the process. Only one may
-/// exist.
+/// While it exists, Ctrl-C, Ctrl-Break and closing the console are recorded and do not end the process. There can be
+/// only one such object at a time.
 class Interruption {
   public:
     Interruption();

@@ -8,8 +8,7 @@
 
 namespace simulator {
 
-/// At least this many bytes of every delivered alert are readable, since clients read byte 10 without checking the
-/// length.
+/// Minimum number of readable bytes of a delivered alert: clients read byte 10 without checking the length.
 constexpr size_t readableAlertBytes = 12;
 
 /// The bytes of an alert by its name in a configuration; nothing if this kind of device does not have the alert.

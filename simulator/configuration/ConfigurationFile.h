@@ -11,7 +11,7 @@
 
 namespace simulator {
 
-/// The configuration in use, or the reason why there is none.
+/// The configuration, or the reason it cannot be used.
 struct LoadedConfiguration {
     Configuration configuration;
     std::filesystem::path spool;

@@ -7,7 +7,7 @@
 
 namespace simulator {
 
-/// The paths that follow from the environment and from the module's folder.
+/// The paths that the environment and the module's folder determine.
 struct ConfigurationLocation {
     std::filesystem::path file;                  ///< KAL_SIMULATOR_CONFIG; otherwise comc.json in the module's folder
     bool isNamed = false;                        ///< by KAL_SIMULATOR_CONFIG; the file must then be readable

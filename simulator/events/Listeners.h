@@ -24,8 +24,8 @@ class Listeners {
     [[nodiscard]] std::optional<uint32_t> state(uint16_t handle) const;
     void setState(uint16_t handle, uint32_t state);
 
-    /// Stores the state and calls the registered callback on this thread, without a lock. @return whether there was
-    /// one.
+    /// Stores the state and calls the registered callback on this thread, without a lock.
+    /// @return whether a callback was registered.
     bool deliver(const PrinterEvent &event);
 
   private:

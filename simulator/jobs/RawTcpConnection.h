@@ -21,8 +21,8 @@ class RawTcpConnection {
     [[nodiscard]] uint32_t send(const void *data, uint32_t count) noexcept;
     /// Ends the document and waits until the printer has read it and closed the connection.
     [[nodiscard]] uint32_t finish() noexcept;
-    /// Resets the connection, so that the printer does not take the data for a complete document. (Wine closes it
-    /// normally.)
+    /// Resets the connection, so that the printer does not treat the data as a complete document. (Wine closes the
+    /// connection normally instead.)
     void abort() noexcept;
 
   private:

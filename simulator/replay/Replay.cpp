@@ -107,7 +107,7 @@ class Replay {
                    std::to_string(noMatch));
     }
 
-    /// To be called with the lock held. Stores the client's functions under their recorded numbers.
+    /// Stores the client's functions under their recorded numbers. The caller must hold the lock.
     void noteFunctions(const EntryPoint &entryPoint, const RecordedCall &call, const Words &words) {
         const auto arguments = entryPoint.arguments();
         for (size_t index = 0; index < arguments.size(); ++index) {
@@ -119,7 +119,7 @@ class Replay {
         }
     }
 
-    /// To be called with the lock held. Delivers the unsolicited callbacks that were made before this place, and waits.
+    /// Waits until the unsolicited callbacks before this place were made. The caller must hold the lock.
     void waitForCallbacks(std::unique_lock<std::mutex> &hold, size_t place) {
         reached_ = std::max(reached_, place);
         changed_.notify_all();
@@ -133,7 +133,7 @@ class Replay {
         changed_.wait_for(hold, longestWait, isDone);
     }
 
-    /// To be called with the lock held.
+    /// The caller must hold the lock.
     void startThread() {
         if (deliveryThread_ == 0 && !plan_.callbacksByThemselves().empty()) {
             CloseHandle(CreateThread(nullptr, 0, &Replay::run, this, 0, &deliveryThread_));

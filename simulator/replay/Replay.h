@@ -4,9 +4,9 @@
 
 namespace simulator {
 
-/// If a recording is configured: redirects every entry point of this library to code that replays it, removes those
-/// that the recorded service lacked, and pins the library. The position in the recording is thus kept while clients are
-/// idle.
+/// If a recording is configured, redirects every entry point of this library to code that replays it, and removes those
+/// that the recorded service lacked. Also pins the library, so that idle clients do not lose the position in the
+/// recording.
 /// @return whether a recording is configured
 bool startReplay(HMODULE module);
 

@@ -198,8 +198,7 @@ TEST_F(Forwarding, ThreadsWriteWholeLines) {
                             [](const auto &each) { return each.end && each.end->thread == each.begin.thread; }));
 }
 
-// ------------------------------------------------------------------------------------------------ loading and
-// unloading
+// ------------------------------------------------------------------------------------------- loading and unloading
 
 TEST_F(SpyTest, MissingEntryPointIsMissing) {
     service.lacks("OrxStartJobPrinterW");

@@ -69,10 +69,9 @@ class RecordedService {
     /// The identifiers that OrxGetClientId assigns next, before it continues to count from 101.
     void handsOutClientIds(std::initializer_list<uint32_t> identifiers);
 
-    /// Sets the value for the property getters (OrxGetString..., OrxGetLong..., OrxGetByteArray...) whose descriptor
-    /// contains
-    /// "<Name>name</Name>", for every handle or for one. Strings are written with their terminator; the length argument
-    /// receives the number of bytes. If the buffer is too small, the getter sets only the needed length and returns
+    /// Sets a property of every handle or of one. The getters (OrxGetString..., OrxGetLong..., OrxGetByteArray...)
+    /// return it for a descriptor with "<Name>name</Name>". Strings are written with their terminator; the length
+    /// argument receives the number of bytes. If the buffer is too small, a getter sets only the length and returns
     /// 122.
     void stringProperty(std::string name, std::string value);
     void stringProperty(uint32_t handle, std::string name, std::string value);

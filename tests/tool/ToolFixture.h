@@ -1,4 +1,4 @@
-// Runs kal.exe like a user: in its own process, in a folder with kalclient.dll and the simulator.
+// Runs kal.exe in its own process, in a folder with kalclient.dll and the simulator, like a user does.
 #pragma once
 
 #include "tests/support/TemporaryFolder.h"

@@ -224,8 +224,7 @@ bool isFailureResult(std::string_view result) {
             return true;
         }
     }
-    // Numbers: 1 is the general failure; device errors are negative. "0, bytesWritten=..." and port types are
-    // successes.
+    // 1 is the general failure, and device errors are negative. "0, bytesWritten=..." and port types are successes.
     const std::string_view number = result.substr(0, result.find(','));
     return number == "1" || (number.size() > 1 && number[0] == '-' && isDigit(number[1]));
 }

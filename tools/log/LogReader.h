@@ -20,8 +20,7 @@ struct FollowEnd {
 };
 
 /// Like readLog, then passes every line that is added. Waits for a file that does not exist yet. If the file is
-/// deleted, renamed or truncated, continues with the file that then has its name. Calls afterBatch after each set of
-/// lines.
+/// deleted, renamed or truncated, continues with the file that then has its name. Calls afterBatch after each batch.
 void followLog(const std::string &path, const LineSplitter::Sink &sink, const std::function<void()> &afterBatch,
                const FollowEnd &end);
 

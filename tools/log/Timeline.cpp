@@ -73,7 +73,7 @@ void Timeline::leave(const Thread &thread, const LogLine &line, int64_t time) {
     } else {
         const auto call = std::prev(found.base());
         const auto milliseconds = line.clock ? std::optional(line.clock->milliseconds()) : std::nullopt;
-        // With thread ids, the exit lines of calls that this thread opened later were lost. Without, those calls may
+        // Later entries without an exit: if the log has thread ids, their exit lines were lost. Otherwise they may
         // belong to another thread and still run.
         if (line.threadId) {
             while (std::next(call) != calls.end()) {

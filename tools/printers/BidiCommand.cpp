@@ -16,8 +16,8 @@ namespace tool {
 namespace {
 
 constexpr uint16_t rawRequest = 170;
-/// Sizes of a composed request and of the shortest stored request. The library silently drops data beyond the
-/// difference.
+/// Maximum size of a composed request, and size of the shortest stored request. If stored request and data together are
+/// longer than the maximum, the library silently drops the data.
 constexpr size_t composedRequestSize = 512;
 constexpr size_t shortestStoredRequest = 3;
 constexpr size_t longestData = 0xFFFF;
