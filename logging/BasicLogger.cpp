@@ -20,8 +20,8 @@ std::atomic<bool> created = false;
 std::atomic<BasicLogger *> instance = nullptr;
 std::atomic<uint64_t> lastInstanceNumber = 0;
 std::atomic<uint64_t> currentInstanceNumber = 0;    ///< 0 while there is no instance
-std::atomic<BasicLogger *> instanceToAsk = nullptr; ///< what logEnabled goes by
-std::atomic<bool> loggingBroken = false;            ///< set-up failed once: nothing is logged for the process's life
+std::atomic<BasicLogger *> instanceToAsk = nullptr; ///< used by logEnabled
+std::atomic<bool> loggingBroken = false;            ///< set-up has failed; nothing more is logged
 std::atomic<uint32_t> lastAllMask = 0;              ///< the last value read for "All"
 
 constexpr uint32_t defaultWidth = 15;
@@ -33,7 +33,7 @@ std::string baseName(const std::string &path) {
 /// The path of a bare file name in the root of the Windows drive.
 std::string inWindowsDriveRoot(const std::string &name) {
     constexpr size_t driveRootLength = 3;
-    constexpr size_t nameLimit = 257; // after the drive's root: 258 bytes with the terminator
+    constexpr size_t nameLimit = 257; // characters after the drive's root, without the terminator
     char directory[261] = {};
     const UINT length = GetWindowsDirectoryA(directory, sizeof directory);
     const std::string drive = length == 0 || length >= sizeof directory ? "c:\\" : directory;

@@ -108,7 +108,7 @@ uint32_t OrxClient::acquireClientId() {
 uint32_t OrxClient::releaseClientId() {
     const std::lock_guard guard(clientIdLock_);
     if (clientIdCount_ != 0 && --clientIdCount_ == 0) {
-        clientId_ = 0; // without a call: the service has no function to release an identifier
+        clientId_ = 0; // not reported: the service has no function to release an identifier
     }
     return ERROR_SUCCESS;
 }

@@ -27,7 +27,7 @@ namespace kal {
 class OrxClient {
   public:
     /// Does not load comc.dll yet.
-    /// @param libraryModule  the module in whose folder comc.dll is
+    /// @param libraryModule  the module whose folder contains comc.dll
     /// @param serverName     machine of the service; null or empty for this machine
     /// @param keepLoaded     whether comc.dll stays loaded without references
     OrxClient(HMODULE libraryModule, const char *serverName, bool keepLoaded);

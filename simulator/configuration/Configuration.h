@@ -42,7 +42,7 @@ struct PrinterConfiguration {
     std::string name;
     std::optional<std::string> transport; // nothing: the property cannot be read
     std::string port;
-    std::string device; // value of the property Device; may be another than the two known kinds
+    std::string device; // value of the property Device; not limited to the two known kinds
     std::optional<std::array<uint8_t, 6>> macAddress;
     uint32_t state = 3;
     bool isReachable = true;

@@ -16,7 +16,7 @@ class EventJournal {
 
     void append(const PrinterEvent &event, uint32_t afterMs) noexcept;
 
-    /// Ignores all lines that the journal has now.
+    /// Skips all lines that are already in the journal.
     void skipToEnd() noexcept;
     /// The events that other processes appended since the last call.
     [[nodiscard]] std::vector<EventLine> takeNew();

@@ -27,7 +27,7 @@ class Printers {
     /// Removes the printer until the next discovery.
     [[nodiscard]] uint32_t remove(const PrinterConfiguration &printer);
 
-    /// Handles of the printers that can be found on a transport; on all transports for null.
+    /// Handles of the printers that can be found on a transport; null means all transports.
     [[nodiscard]] std::vector<uint16_t> find(const char *transport) const;
     [[nodiscard]] uint32_t discover(const char *transport);
     [[nodiscard]] uint32_t findPort(std::string_view portName, uint32_t &handle) const;
