@@ -10,7 +10,7 @@ namespace kal {
 
 namespace {
 
-/// The buffer for a response, and its size or number of bytes.
+/// The buffer for a response. *size is its size at first, then the number of bytes received.
 struct ResponseBuffer {
     uint8_t *bytes;
     uint32_t *size;

@@ -69,7 +69,7 @@ void report(const void *record, KalPortCallback callback) {
 uint32_t reportPrinter(OrxClient &client, uint32_t handle) {
     FoundPrinter printer = {static_cast<uint16_t>(handle), queryPortType(client, handle), {}, {}, false};
     char nameRoom[portNameRoom];
-    // Deliberate: the message for the port name also names the byte array.
+    // Deliberate: a port name that cannot be read is logged with the message for the MAC address.
     constexpr FailureTexts texts = {"getByteArrayPrinter, errorCode=", "getByteArrayPrinter, errorCode="};
     switch (readPrinter(client, handle, printer, nameRoom, texts)) {
     case ReadFailure::macAddress:

@@ -19,7 +19,7 @@ constexpr const char *cancelModeWithoutBinding = "KalSetJobCancelMode() orxClien
 uint32_t stopNotificationsOf(OrxClient &client, uint16_t handle) {
     const uint32_t code = client.UnregisterForNotificationsPrinter(handle);
     if (code == 1) {
-        // Deliberate: the message reports success, but the result is computed from the code. Users know both.
+        // Deliberate: the message reports success, but the result is computed from the code. Both are known to users.
         logTrace(
             " unregisterForNotifications() rc=ERROR_INVALID_FUNCTION,                     mapping to ERROR_SUCCESS");
     }

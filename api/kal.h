@@ -482,7 +482,7 @@ KAL_API int32_t KalSetJobCancelMode(uint16_t first, uint16_t handle, int32_t job
 KAL_API int32_t KalSetJobControlMode(uint16_t first, uint16_t handle, uint32_t mode);
 
 /**
- * Passes a key and a value, both of any content, to the service for the job.
+ * Passes an arbitrary key and value for the job to the service.
  * @param[in] first   not read.
  * @param[in] handle  printer handle.
  * @param[in] key     null-terminated key; not null.

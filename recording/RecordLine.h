@@ -64,7 +64,7 @@ struct RecordEvent {
     std::string hex;                   ///< bytes
 };
 
-/// Both return one line without a line end.
+/// These return one line without a line end.
 [[nodiscard]] std::string composeHeader(const RecordingHeader &header);
 [[nodiscard]] std::string composeLine(const RecordEvent &event);
 

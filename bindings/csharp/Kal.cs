@@ -799,7 +799,7 @@ namespace Kal
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi, ExactSpelling = true)]
         public static extern int KalSetJobStatus();
 
-        /// <summary>Passes a key and a value, both of any content, to the service for the job.</summary>
+        /// <summary>Passes an arbitrary key and value for the job to the service.</summary>
         /// <param name="first">not read.</param>
         /// <param name="handle">printer handle.</param>
         /// <param name="key">null-terminated key; not null.</param>

@@ -88,8 +88,8 @@ uint32_t OrxGetClientId(uint32_t *clientId, const char *) {
     });
 }
 
-/// Clients load the library for this call alone and do not call OrxInitialize before it. The call then makes a service
-/// of its own.
+/// Clients load the library only for this call, without calling OrxInitialize. In that case, the function makes a
+/// temporary service.
 uint32_t OrxInstall() {
     if (currentService()) {
         return answerDone("OrxInstall");

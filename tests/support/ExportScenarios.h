@@ -17,7 +17,8 @@ namespace kal::test {
 struct ScenarioSurroundings {
     HMODULE library = nullptr;
     HWND window = nullptr; ///< of the calling thread; receives the library's messages (makeMessageWindow)
-    /// The callbacks that the library registered with the service; called while alerts or notifications are registered.
+    /// These return the callbacks that the library registered with the service. Scenarios call them only while alerts
+    /// or notifications are registered.
     std::function<OrxAlertCallback()> alertCallback;
     std::function<OrxNotificationCallback()> notificationCallback;
     /// A server for KalRegisterWithRpcServer that the network knows.

@@ -14,7 +14,7 @@ constexpr std::string_view red = "\x1b[31m";
 constexpr std::string_view faint = "\x1b[2m";
 constexpr std::string_view plain = "\x1b[0m";
 constexpr size_t componentColumn = 15;
-/// A line with more open calls than this is taken for damaged.
+/// A line with more open calls than this is treated as damaged.
 constexpr size_t deepestIndentation = 100;
 
 } // namespace
