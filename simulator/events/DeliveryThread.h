@@ -18,7 +18,7 @@ class DeliveryThread {
     DeliveryThread(const DeliveryThread &) = delete;
     DeliveryThread &operator=(const DeliveryThread &) = delete;
 
-    /// Starts the thread unless it runs; needed if it shall only read the journal.
+    /// Starts the thread unless it runs, so that it reads the journal.
     void start();
 
     /// Starts the thread unless it runs. Events that are due at the same time keep their order.
