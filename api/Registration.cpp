@@ -79,7 +79,7 @@ int32_t KalRegisterWithRpcServer(const char *serverName) {
 
 void KalUnregisterApp(uint16_t) {
     const std::lock_guard guard(registrationLock);
-    --initializeCount; // deliberately not checked: it wraps below 0
+    --initializeCount; // deliberately unchecked, so it may wrap
     logRegistration("KalUnregisterApp() initializeCount=", initializeCount);
     if (initializeCount == 0) {
         const CallbackLockout lockout;

@@ -29,7 +29,7 @@ class FunctionTrace {
     BasicLogger &logger_;
     uint32_t level_;
     bool active_;
-    uint64_t loggerNumber_; ///< not the address, which a later logger may have too
+    uint64_t loggerNumber_; ///< identifies the logger, since addresses are reused
 };
 
 } // namespace kal

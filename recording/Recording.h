@@ -28,7 +28,7 @@ class RecordingParser {
     void finish() const;
 
     [[nodiscard]] const RecordingHeader &header() const noexcept { return header_; }
-    /// "line 12: the line is cut off or damaged", if the last line is.
+    /// "line 12: the line is cut off or damaged" if the last line is incomplete; otherwise nothing.
     [[nodiscard]] const std::optional<std::string> &cutOff() const noexcept { return broken_; }
 
   private:

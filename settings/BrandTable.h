@@ -6,7 +6,7 @@
 
 namespace kal {
 
-/// One product line: the brand code of its libraries and the place of its settings.
+/// One product line: the brand code of its libraries and the registry key of its settings.
 struct BrandRow {
     std::string_view code;           ///< the first two characters of the library's lower-cased file name
     std::string_view productKeyName; ///< its key under "Software\"

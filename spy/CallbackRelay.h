@@ -18,7 +18,7 @@ struct RelayedCallback {
 /// none, and neither do functions after the first 256. The service receives those unchanged.
 [[nodiscard]] RelayedCallback relayFor(uint64_t function, comc::ArgumentKind kind) noexcept;
 
-/// Called by each relay; defined by the recorder. @param function  the client's function, to be called with the words
+/// Records a callback and calls the client's function. Each relay calls this; Recorder.cpp defines it.
 uint64_t relayCallback(uint32_t number, comc::ArgumentKind kind, AnyFunction *function,
                        const uint64_t (&words)[comc::mostWords]);
 

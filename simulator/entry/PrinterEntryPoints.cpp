@@ -138,7 +138,7 @@ uint32_t OrxDiscovery(uint32_t, const char *transport, const char *) {
 }
 
 uint32_t OrxCancelDiscovery(uint32_t, const char *, const char *) {
-    return answerDone("OrxCancelDiscovery"); // a discovery has ended when it returns
+    return answerDone("OrxCancelDiscovery"); // OrxDiscovery returns only when the discovery has ended
 }
 
 uint32_t OrxGetDiscoveryDefaults(uint32_t, const char *, void *, uint32_t, uint32_t *) {
