@@ -11,8 +11,7 @@
  * **Before the first registration.** Every export opens a trace first. The trace needs the logger, which exists from
  * the first registration to the last unregistration. While no application is registered, exports therefore throw a C++
  * exception (Win32Exception, "BasicLogger::getInstance()", code 1). Only ::Initialize, ::Uninitialize,
- * ::KalRegisterApp, ::KalRegisterWithRpcServer, ::KalUnregisterApp and ::KalSetClientName do not throw; their LM
- * aliases
+ * ::KalRegisterApp, ::KalRegisterWithRpcServer, ::KalUnregisterApp and ::KalSetClientName do not throw; the aliases
  * ::KalRegisterAppLM and ::KalUnregisterAppLM do. After ::KalRegisterWithRpcServer returned -12, and until a
  * registration succeeds, the exports that would throw return ::KAL_FAIL instead (or their fixed result) and log
  * nothing.

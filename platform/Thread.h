@@ -17,7 +17,7 @@ class Runnable {
     virtual uint32_t run() = 0;
 };
 
-/// A plain function with one untyped argument, as a Runnable. Owns neither.
+/// A Runnable for a plain function with one untyped argument. Owns neither function nor argument.
 class RunnableFunction : public Runnable {
   public:
     using Function = uint32_t(void *);

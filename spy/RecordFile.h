@@ -43,7 +43,7 @@ class RecordFile {
 /// Converts to UTF-8.
 [[nodiscard]] std::string narrowText(std::wstring_view text);
 
-/// The path of a module; the program's for null.
+/// The path of a module's file; null means the program.
 [[nodiscard]] std::wstring moduleFile(HMODULE module);
 
 } // namespace spy

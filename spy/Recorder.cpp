@@ -143,7 +143,7 @@ class Exchange {
     Exchange &operator=(const Exchange &) = delete;
 
     ~Exchange() {
-        if (isBegun_) { // an exception passed, or there was no memory for the outputs
+        if (isBegun_) { // an exception was thrown, or there was no memory for the outputs
             quietly([&](Recorder &) { finish(); });
         }
     }

@@ -12,7 +12,7 @@ namespace spy {
 using AnyFunction = uint64_t(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t);
 
 struct RecorderInterface {
-    /// Differs if spy and recorder are not of the same build.
+    /// Size of this structure. It may differ if spy and recorder come from different builds.
     uint32_t size;
     /// Reports that the real library was loaded.
     /// @param functions  its entry points in the order of EntryPointIndex, null for those it lacks

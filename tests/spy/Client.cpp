@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Of this process, because Wine reports the peak only while a process runs.
+/// Writes the peak memory use of this process. Wine reports it only while the process runs.
 void writePeakMemory(const char *file) {
     PROCESS_MEMORY_COUNTERS memory{};
     memory.cb = sizeof memory;

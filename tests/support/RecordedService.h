@@ -71,8 +71,7 @@ class RecordedService {
 
     /// Sets a property of every handle or of one. The getters (OrxGetString..., OrxGetLong..., OrxGetByteArray...)
     /// return it for a descriptor with "<Name>name</Name>". Strings are written with their terminator; the length
-    /// argument receives the number of bytes. If the buffer is too small, a getter sets only the length and returns
-    /// 122.
+    /// argument receives the number of bytes. A getter with a small buffer sets only the length and returns 122.
     void stringProperty(std::string name, std::string value);
     void stringProperty(uint32_t handle, std::string name, std::string value);
     void bytesProperty(std::string name, std::string bytes);
