@@ -12,7 +12,7 @@ static_assert(sizeof(OSVERSIONINFOEXA) == 156 && sizeof(OSVERSIONINFOA) == 148);
 
 bool readVersion(OSVERSIONINFOEXA &record) noexcept {
 #if defined(_MSC_VER)
-#pragma warning(suppress : 4996) // deprecated, but only it reports the version that the process is to see
+#pragma warning(suppress : 4996) // deprecated, but it reports the version that Windows shows to this process
 #endif
     return GetVersionExA(reinterpret_cast<OSVERSIONINFOA *>(&record)) != 0;
 }

@@ -20,7 +20,7 @@ class OpenHandles {
     /// Counts one more open. Throws std::bad_alloc without counting.
     void add(uint32_t handle, uint32_t clientId);
     [[nodiscard]] std::optional<Record> find(uint32_t handle) const;
-    /// Counts one open less and removes the record of a handle without opens. @return whether the handle was open
+    /// Decrements the open count of a handle and removes its record at 0. @return whether the handle was open
     bool remove(uint32_t handle);
     /// In ascending order. Throws std::bad_alloc.
     [[nodiscard]] std::vector<uint32_t> handles() const;

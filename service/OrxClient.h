@@ -56,7 +56,7 @@ class OrxClient {
     /// Counts one more open. Throws std::bad_alloc without counting.
     void addHandle(uint32_t handle);
     [[nodiscard]] std::optional<OpenHandles::Record> findHandle(uint32_t handle);
-    /// Counts one open less and removes the record of a handle without opens. @return whether the handle was open
+    /// Decrements the open count of a handle and removes its record at 0. @return whether the handle was open
     bool removeHandle(uint32_t handle);
     [[nodiscard]] uint32_t bringUp();
     void giveBack();
