@@ -147,7 +147,7 @@ namespace {
 std::string argumentText(std::string_view description) {
     std::string text;
     for (const CallArgument &argument : callArguments(description)) {
-        text += "[" + argument.name + "|" + argument.value + "]";
+        text += "[" + std::string(argument.name) + "|" + std::string(argument.value) + "]";
     }
     return text;
 }

@@ -209,7 +209,7 @@ std::vector<CallArgument> callArguments(std::string_view description) {
         if (!arguments.empty()) {
             arguments.back().value = trimmed(text.substr(valueBegin, begin - valueBegin));
         }
-        arguments.push_back({std::string(text.substr(begin, labelEnd - begin)), {}});
+        arguments.push_back({text.substr(begin, labelEnd - begin), {}});
         valueBegin = equals + 1;
     }
     if (!arguments.empty()) {

@@ -68,9 +68,10 @@ CallText splitExit(std::string_view exitText);
 /// The export's name: the part before "()", or the complete description.
 std::string_view callName(std::string_view description);
 
+/// The views live as long as the description.
 struct CallArgument {
-    std::string name;
-    std::string value;
+    std::string_view name;
+    std::string_view value;
 };
 
 /// The labelled arguments after the name: "KalWrite() handle=5 byteCount=7" has handle and byteCount.

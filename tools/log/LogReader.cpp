@@ -14,8 +14,18 @@ namespace {
 constexpr size_t blockSize = size_t{1024} * 1024;
 constexpr DWORD pollInterval = 200;
 
+bool isAscii(std::string_view text) {
+    return std::ranges::all_of(text, [](char character) { return static_cast<unsigned char>(character) < 0x80; });
+}
+
 LineSplitter::Sink decoding(const LineSplitter::Sink &sink) {
-    return [&sink](std::string_view line) { sink(fromNarrow(line)); };
+    return [&sink](std::string_view line) {
+        if (isAscii(line)) {
+            sink(line); // the same in every code page
+        } else {
+            sink(fromNarrow(line));
+        }
+    };
 }
 
 /// Feeds the rest of the file. @return the number of bytes

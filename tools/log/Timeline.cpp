@@ -3,12 +3,50 @@
 #include "tools/text/NumberText.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace tool {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+/// What a call's event says of it. A name that comes twice has its last value in its first place.
+class Members {
+  public:
+    explicit Members(std::string_view description) {
+        members_.push_back({"call", description, false});
+        for (const CallArgument &argument : callArguments(description)) {
+            set(argument.name, argument.value, false);
+        }
+    }
+
+    /// @param isLiteral  whether the value is a number, or true or false
+    void set(std::string_view name, std::string_view value, bool isLiteral) {
+        const auto found = std::ranges::find(members_, name, &Member::name);
+        if (found == members_.end()) {
+            members_.push_back({name, value, isLiteral});
+        } else {
+            *found = {name, value, isLiteral};
+        }
+    }
+
+    void write(JsonLine &event) const {
+        for (const Member &member : members_) {
+            if (member.isLiteral) {
+                event.addLiteral(member.name, member.value);
+            } else {
+                event.add(member.name, member.value);
+            }
+        }
+    }
+
+  private:
+    struct Member {
+        std::string_view name;
+        std::string_view value;
+        bool isLiteral;
+    };
+    std::vector<Member> members_;
+};
 
 } // namespace
 
@@ -57,6 +95,9 @@ int64_t Timeline::placeOf(const LogLine &line) {
 }
 
 void Timeline::introduce(const Thread &thread) {
+    if (document_.isIntroduced(thread.first)) {
+        return;
+    }
     const std::string name =
         thread.first == 0 ? "process (no pid= in the log)" : "process " + hexNumber(thread.first, 4);
     document_.introduce(thread.first, name);
@@ -94,42 +135,49 @@ void Timeline::writeCall(const Thread &thread, const OpenCall &call, int64_t end
                          std::optional<int64_t> endMilliseconds, const std::string_view *result, bool finished) {
     --openCount_;
     ++callCount_;
-    Json arguments = Json::object();
-    arguments["call"] = call.description;
-    for (const CallArgument &argument : callArguments(call.description)) {
-        arguments[argument.name] = argument.value;
-    }
+    event_.begin();
+    event_.add("name", callName(call.description));
+    event_.add("cat", call.component);
+    event_.add("ph", "X");
+    event_.add("ts", call.begin);
+    event_.add("dur", std::max<int64_t>(0, end - call.begin));
+    event_.add("pid", thread.first);
+    event_.add("tid", thread.second);
+    Members members(call.description);
+    std::string milliseconds;
     if (result != nullptr) {
-        arguments["result"] = *result;
+        members.set("result", *result, false);
     }
     if (endMilliseconds && call.beginMilliseconds) {
-        arguments["milliseconds"] = *endMilliseconds - *call.beginMilliseconds;
+        milliseconds = std::to_string(*endMilliseconds - *call.beginMilliseconds);
+        members.set("milliseconds", milliseconds, true);
     }
     if (!finished) {
         ++unfinishedCount_;
-        arguments["unfinished"] = true;
+        members.set("unfinished", "true", true);
     }
-    Json event{{"name", callName(call.description)},
-               {"cat", call.component},
-               {"ph", "X"},
-               {"ts", call.begin},
-               {"dur", std::max<int64_t>(0, end - call.begin)},
-               {"pid", thread.first},
-               {"tid", thread.second},
-               {"args", std::move(arguments)}};
+    event_.beginObject("args");
+    members.write(event_);
+    event_.endObject();
     if (!finished || (result != nullptr && isFailureResult(*result))) {
-        event["cname"] = failureColour;
+        event_.add("cname", failureColour);
     }
-    document_.write(event);
+    document_.write(event_.end());
 }
 
 void Timeline::writeMark(const Thread &thread, const LogLine &line, int64_t time) {
-    Json event{{"name", line.text}, {"cat", line.component}, {"ph", "i"},           {"s", "t"},
-               {"ts", time},        {"pid", thread.first},   {"tid", thread.second}};
+    event_.begin();
+    event_.add("name", line.text);
+    event_.add("cat", line.component);
+    event_.add("ph", "i");
+    event_.add("s", "t");
+    event_.add("ts", time);
+    event_.add("pid", thread.first);
+    event_.add("tid", thread.second);
     if (isFailure(line)) {
-        event["cname"] = failureColour;
+        event_.add("cname", failureColour);
     }
-    document_.write(event);
+    document_.write(event_.end());
 }
 
 void Timeline::writeUnfinished() {

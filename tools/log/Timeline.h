@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/log/LogLineParser.h"
+#include "tools/text/JsonLine.h"
 #include "tools/text/TraceDocument.h"
 
 #include <cstddef>
@@ -59,6 +60,7 @@ class Timeline {
     static constexpr size_t mostOpenCalls = 100'000;
 
     TraceDocument document_;
+    JsonLine event_; ///< the one that is being written
     std::map<Thread, std::vector<OpenCall>> open_;
     size_t openCount_ = 0;
     size_t callCount_ = 0;

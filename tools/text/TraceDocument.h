@@ -18,9 +18,12 @@ class TraceDocument {
     /// @param clock  a note on the times, for people who read the file
     TraceDocument(Sink sink, std::string_view clock);
 
+    [[nodiscard]] bool isIntroduced(uint32_t process) const { return introduced_.contains(process); }
     /// Writes the name of a process at its first use.
     void introduce(uint32_t process, const std::string &name);
     void write(const nlohmann::ordered_json &event);
+    /// An event that is JSON already.
+    void write(std::string_view event);
     void finish();
 
   private:
