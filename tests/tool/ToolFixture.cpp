@@ -6,6 +6,10 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <windows.h>
+
+#include <tlhelp32.h>
+
 namespace kal::test {
 
 namespace {
@@ -13,6 +17,23 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr DWORD longestRun = 120'000;
+
+/// The address of a module in another process, which may differ from the address here; null if it is not loaded there.
+HMODULE moduleIn(DWORD process, const char *name) {
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, process);
+    if (snapshot == INVALID_HANDLE_VALUE) {
+        return nullptr;
+    }
+    HMODULE found = nullptr;
+    MODULEENTRY32 module = {};
+    module.dwSize = sizeof module;
+    for (BOOL more = Module32First(snapshot, &module); more != FALSE && found == nullptr;
+         more = Module32Next(snapshot, &module)) {
+        found = lstrcmpiA(module.szModule, name) == 0 ? module.hModule : nullptr;
+    }
+    CloseHandle(snapshot);
+    return found;
+}
 
 /// Keeps the desktop between the programs' windows. Making it for each program takes time, and while it is being
 /// removed, a new window may fail.
@@ -84,13 +105,16 @@ bool RunningTool::waitForOutput(const std::string &text) const {
 
 bool RunningTool::interrupt() const {
     // On Ctrl-C, a console starts a thread in the program that runs this function. The test has no console.
-    const FARPROC routine = GetProcAddress(GetModuleHandleA("kernelbase.dll"), "CtrlRoutine");
+    const HMODULE ours = GetModuleHandleA("kernelbase.dll");
+    const auto routine = reinterpret_cast<uintptr_t>(GetProcAddress(ours, "CtrlRoutine"));
+    const auto theirs = reinterpret_cast<uintptr_t>(moduleIn(process_.dwProcessId, "kernelbase.dll"));
+    if (routine == 0 || theirs == 0) {
+        return false;
+    }
+    const uintptr_t address = routine - reinterpret_cast<uintptr_t>(ours) + theirs;
     const HANDLE thread =
-        routine == nullptr
-            ? nullptr
-            : CreateRemoteThread(process_.hProcess, nullptr, 0,
-                                 reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void *>(routine)),
-                                 reinterpret_cast<void *>(static_cast<uintptr_t>(CTRL_C_EVENT)), 0, nullptr);
+        CreateRemoteThread(process_.hProcess, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(address),
+                           reinterpret_cast<void *>(static_cast<uintptr_t>(CTRL_C_EVENT)), 0, nullptr);
     if (thread != nullptr) {
         CloseHandle(thread);
     }
