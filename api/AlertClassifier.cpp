@@ -54,20 +54,21 @@ StatusWindowVerdict classifyExtension(const uint8_t *alert, uint32_t length) noe
 
 } // namespace
 
-CpdAlert classifyCpdAlert(std::span<const uint8_t> alert) noexcept {
+CpdVerdict classifyCpdAlert(std::span<const uint8_t> alert) noexcept {
+    constexpr CpdVerdict invalid = {CpdAlert::invalid, 0, "Invalid alert data"};
     if (alert.empty() || alert[leadOffset] != leadByte) {
-        return CpdAlert::invalid;
+        return invalid;
     }
     if (alert.size() >= 8 && hasPattern(alert, powerOnResetPattern)) {
-        return CpdAlert::powerOnReset;
+        return {CpdAlert::powerOnReset, WM_KAL_DSA, "POR alert, posting WM_KAL_DSA"};
     }
     if (alert.size() >= 24 && hasPattern(alert, statusPattern)) {
-        return CpdAlert::status;
+        return {CpdAlert::status, WM_KAL_CPD_STATUSCHANGE, "Posting WM_KAL_CPD_STATUSCHANGE"};
     }
     if (alert.size() == 12 && hasPattern(alert, printResyncPattern)) {
-        return CpdAlert::printResync;
+        return {CpdAlert::printResync, 0, "got Print Resync Alert - consuming it..."};
     }
-    return CpdAlert::invalid;
+    return invalid;
 }
 
 StatusWindowVerdict classifyStatusWindowAlert(const uint8_t *alert, uint32_t length) noexcept {

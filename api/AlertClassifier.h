@@ -8,7 +8,14 @@ namespace kal {
 /// The kind of a CpdPrinter's alert.
 enum class CpdAlert { invalid, powerOnReset, status, printResync };
 
-[[nodiscard]] CpdAlert classifyCpdAlert(std::span<const uint8_t> alert) noexcept;
+/// What to do with an alert of a CpdPrinter.
+struct CpdVerdict {
+    CpdAlert kind;
+    uint32_t message; ///< the window message to post; 0 for none
+    const char *text; ///< for the log
+};
+
+[[nodiscard]] CpdVerdict classifyCpdAlert(std::span<const uint8_t> alert) noexcept;
 
 /// What to do with a BpdPrinter's alert.
 struct StatusWindowVerdict {

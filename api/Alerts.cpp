@@ -73,24 +73,15 @@ std::unique_ptr<Data> copyAlert(const uint8_t *alert, uint32_t length) {
 }
 
 uint32_t takeCpdAlert(HWND window, uint32_t handle, std::span<const uint8_t> bytes) {
-    const CpdAlert kind = classifyCpdAlert(bytes);
-    switch (kind) {
-    case CpdAlert::invalid:
-        logTrace("Invalid alert data");
+    const CpdVerdict verdict = classifyCpdAlert(bytes);
+    logTrace(verdict.text);
+    if (verdict.kind == CpdAlert::invalid) {
         return ERROR_INVALID_PARAMETER;
-    case CpdAlert::printResync:
-        logTrace("got Print Resync Alert - consuming it...");
-        return ERROR_SUCCESS;
-    case CpdAlert::powerOnReset:
-        logTrace("POR alert, posting WM_KAL_DSA");
-        break;
-    case CpdAlert::status:
-        logTrace("Posting WM_KAL_CPD_STATUSCHANGE");
-        break;
     }
-    storeAndPost(window, kind == CpdAlert::powerOnReset ? WM_KAL_DSA : WM_KAL_CPD_STATUSCHANGE, handle,
-                 copyAlert(bytes.data(), static_cast<uint32_t>(bytes.size())));
-    logTrace("ERROR_SUCCESS");
+    if (verdict.message != 0) {
+        storeAndPost(window, verdict.message, handle, copyAlert(bytes.data(), static_cast<uint32_t>(bytes.size())));
+        logTrace("ERROR_SUCCESS");
+    }
     return ERROR_SUCCESS;
 }
 

@@ -7,6 +7,22 @@
 
 namespace kal {
 
+namespace {
+
+struct CategoryRow {
+    uint32_t portType;
+    const char *text;
+};
+
+constexpr CategoryRow categories[] = {
+    {NETTYPEUSB, "realNetType == NETTYPEUSB"},
+    {NETTYPE_RHOA, "realNetType == NETTYPE_RHOA"},
+    {NETTYPE_LOCAL, "realNetType == NETTYPE_LOCAL"},
+    {NETTYPE_IP, "realNetType == NETTYPE_IP"},
+};
+
+} // namespace
+
 static_assert(offsetof(PortInfoRecord, portName) == 6);
 static_assert(offsetof(PortInfoRecord, handle) == 86);
 static_assert(offsetof(PortInfoRecord, deviceClass) == 88);
@@ -34,21 +50,12 @@ void composePortInformation(void *record, const FoundPrinter &printer, std::stri
 
 std::optional<const char *> categoryOf(uint32_t portType, uint32_t netTypes, std::string_view portName) noexcept {
     constexpr uint32_t anyNetType = 0xFFF;
-    const bool acceptsAny = (netTypes & anyNetType) != 0;
-    switch (portType) {
-    case NETTYPEUSB:
-        return acceptsAny ? std::optional("realNetType == NETTYPEUSB") : std::nullopt;
-    case NETTYPE_RHOA:
-        return acceptsAny ? std::optional("realNetType == NETTYPE_RHOA") : std::nullopt;
-    case NETTYPE_LOCAL:
-        return acceptsAny || portName.find("LPT") != std::string_view::npos
-                   ? std::optional("realNetType == NETTYPE_LOCAL")
-                   : std::nullopt;
-    case NETTYPE_IP:
-        return acceptsAny ? std::optional("realNetType == NETTYPE_IP") : std::nullopt;
-    default:
+    const auto *const row = std::ranges::find(categories, portType, &CategoryRow::portType);
+    if (row == std::end(categories)) {
         return std::nullopt;
     }
+    const bool isNamedParallel = portType == NETTYPE_LOCAL && portName.find("LPT") != std::string_view::npos;
+    return (netTypes & anyNetType) != 0 || isNamedParallel ? std::optional(row->text) : std::nullopt;
 }
 
 } // namespace kal

@@ -1,5 +1,6 @@
 #include "logging/BasicLogger.h"
 
+#include "logging/LogFailure.h"
 #include "logging/LogLine.h"
 #include "platform/Exception.h"
 #include "platform/InterProcessLock.h"
@@ -8,7 +9,6 @@
 #include "settings/Localize.h"
 #include "settings/Settings.h"
 
-#include <exception>
 #include <mutex>
 #include <new>
 
@@ -169,7 +169,7 @@ bool BasicLogger::isOn(std::string_view headerSetting, uint32_t defaultValue) {
 
 void BasicLogger::write(const LoggerComponent &component, uint32_t level, const char *text) {
     const LastErrorKeeper lastError;
-    try {
+    ignoringLogFailures([&] {
         const bool hasTime = isOn("Clocktime_In_Header", 1);
         const bool hasProcessId = isOn("Proc_Id_In_Header", 0);
         const bool hasThreadId = isOn("Thread_Id_In_Header", 0);
@@ -195,10 +195,7 @@ void BasicLogger::write(const LoggerComponent &component, uint32_t level, const 
         composeHeader(line, header);
         line << text << lineSuffix(component, level, text) << "\r\n";
         append(line.view());
-    } catch (const Exception &) {
-        // The line is lost. Callers must not notice a failing log.
-    } catch (const std::exception &) {
-    }
+    });
 }
 
 void BasicLogger::append(std::string_view line) {

@@ -1,9 +1,7 @@
 #include "logging/FunctionTrace.h"
 
+#include "logging/LogFailure.h"
 #include "logging/MessageText.h"
-#include "platform/Exception.h"
-
-#include <exception>
 
 namespace kal {
 
@@ -23,7 +21,7 @@ FunctionTrace::~FunctionTrace() {
     if (!active_ || BasicLogger::instanceNumber() != loggerNumber_) {
         return;
     }
-    try {
+    ignoringLogFailures([&] { // the call's result is kept
         logger_.unindent();
         MessageText line;
         line << '-' << text_;
@@ -31,10 +29,7 @@ FunctionTrace::~FunctionTrace() {
             line << " rc=" << result_;
         }
         logger_.write(component_, level_, line.c_str());
-    } catch (const Exception &) {
-        // The exit line is lost; the call's result is kept.
-    } catch (const std::exception &) {
-    }
+    });
 }
 
 void FunctionTrace::setResult(std::string_view text) {

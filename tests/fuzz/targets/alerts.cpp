@@ -33,11 +33,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
     checkMask(input.number<uint32_t>());
 
     const std::vector<uint8_t> alert = input.remainingBytes();
-    const kal::CpdAlert kind = kal::classifyCpdAlert(alert);
-    if (kind != kal::CpdAlert::invalid) {
+    const kal::CpdVerdict cpd = kal::classifyCpdAlert(alert);
+    if (cpd.kind != kal::CpdAlert::invalid) {
         fuzz::require(alert.size() >= 8 && alert[0] == 0xA5, "an alert that is one begins with its lead byte");
     }
-    if (kind == kal::CpdAlert::printResync) {
+    if (cpd.kind == kal::CpdAlert::printResync) {
         fuzz::require(alert.size() == 12, "a resync has twelve bytes");
     }
 

@@ -16,10 +16,14 @@ namespace {
 using Alert = std::vector<uint8_t>;
 
 /// Classifies a copy that ends at an inaccessible page.
-CpdAlert classify(const Alert &alert) {
+CpdVerdict verdictOn(const Alert &alert) {
     GuardedBuffer copy(alert.size());
     std::copy(alert.begin(), alert.end(), copy.data());
     return classifyCpdAlert({copy.data(), copy.size()});
+}
+
+CpdAlert classify(const Alert &alert) {
+    return verdictOn(alert).kind;
 }
 
 Alert cpdAlert(size_t length, std::initializer_list<uint8_t> pattern) {
@@ -101,6 +105,25 @@ TEST(CpdAlerts, BytesOneToThreeAreNotExamined) {
             alert[offset] = static_cast<uint8_t>(value);
             EXPECT_EQ(classify(alert), CpdAlert::powerOnReset);
         }
+}
+
+TEST(CpdAlerts, EachKindHasItsMessageAndText) {
+    struct Row {
+        Alert alert;
+        uint32_t message;
+        const char *text;
+    };
+    const Row rows[] = {
+        {powerOnReset(8), WM_KAL_DSA, "POR alert, posting WM_KAL_DSA"},
+        {status(24), WM_KAL_CPD_STATUSCHANGE, "Posting WM_KAL_CPD_STATUSCHANGE"},
+        {printResync(12), 0, "got Print Resync Alert - consuming it..."},
+        {{}, 0, "Invalid alert data"},
+    };
+    for (const Row &row : rows) {
+        const CpdVerdict verdict = verdictOn(row.alert);
+        EXPECT_EQ(verdict.message, row.message) << row.text;
+        EXPECT_STREQ(verdict.text, row.text);
+    }
 }
 
 // ------------------------------------------------------------------------------------------------ status window
