@@ -72,7 +72,7 @@ int main() {
     } catch (const std::exception &failure) {
         tool::printError(std::string("kal: ") + failure.what() + "\n");
     } catch (...) {
-        tool::printError("kal: the library raised an exception; `kal doctor` may tell why\n");
+        tool::printError("kal: the library threw an exception; `kal doctor` may show why\n");
     }
     // Reports a failure if output was lost, because of a full disk or a closed pipe.
     if (std::fflush(stdout) != 0 && status == tool::succeeded) {

@@ -88,7 +88,7 @@ void examineLogFile(DoctorReport &report, const LogLocation &location) {
 }
 
 void examineRegistration(DoctorReport &report, const Invocation &invocation) {
-    const char *const remedy = "`kal log show` may tell why; without a registration no call reaches the service";
+    const char *const remedy = "`kal log show` may show why; without a registration no call reaches the service";
     try {
         // The result says whether the registration works only if a server name is passed, even an empty one.
         const int32_t registered = KalRegisterWithRpcServer(toNarrow(invocation.server).c_str());

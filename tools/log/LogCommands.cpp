@@ -25,7 +25,7 @@ std::string namedFile(const std::string &file) {
 
 void explainMissingLog(const std::string &file) {
     if (!fileExists(file)) {
-        throw CommandFailure("there is no log file " + file + "; `kal log status` tells whether one is written");
+        throw CommandFailure("there is no log file " + file + "; `kal log status` shows whether one is written");
     }
 }
 
@@ -54,7 +54,7 @@ int logOn(const LogRequest &request) {
     printOut("Log file: " + location.logFile + "\n");
     printOut("Programs that run already notice within five seconds.\n");
     if (read(logSetting::processId).value_or(0) == 0 || read(logSetting::threadId).value_or(0) == 0) {
-        printOut("With --pid --tid the lines of several programs and threads can be told apart.\n");
+        printOut("Use --pid --tid to distinguish the lines of several programs and threads.\n");
     }
     return succeeded;
 }
@@ -99,9 +99,9 @@ void addOnAndOff(CLI::App &family, Invocation &invocation) {
         ->expected(1)
         ->take_all()
         ->excludes(all);
-    addSwitch(*on, "clock", request->clock, "Begin lines with the time, or no longer");
-    addSwitch(*on, "pid", request->processId, "Begin lines with the process id, or no longer");
-    addSwitch(*on, "tid", request->threadId, "Begin lines with the thread id, or no longer");
+    addSwitch(*on, "clock", request->clock, "Begin lines with the time, or stop doing so");
+    addSwitch(*on, "pid", request->processId, "Begin lines with the process id, or stop doing so");
+    addSwitch(*on, "tid", request->threadId, "Begin lines with the thread id, or stop doing so");
     on->footer("Examples:\n"
                "  kal log on --pid --tid\n"
                "  kal log on --level 8\n"
@@ -152,7 +152,7 @@ int logStatus(bool json) {
 }
 
 void addStatus(CLI::App &family, Invocation &invocation) {
-    auto *const command = family.add_subcommand("status", "Tell whether a log is written, what, and where");
+    auto *const command = family.add_subcommand("status", "Show whether, what and where the library logs");
     const auto json = std::make_shared<bool>(false);
     addJson(*command, *json);
     command->callback([json, &invocation] { invocation.action = [json] { return logStatus(*json); }; });
@@ -195,14 +195,14 @@ void addShow(CLI::App &family, Invocation &invocation) {
     auto *const command = family.add_subcommand("show", "Show the log, calls nested by indentation");
     const auto request = std::make_shared<ShowRequest>();
     auto *const follow = command->add_flag("--follow", request->follow, "Go on showing what is added, until Ctrl-C");
-    addNumber(*command, "--seconds", request->seconds, "With --follow: end after so many seconds", 0xFFFFFF)
+    addNumber(*command, "--seconds", request->seconds, "With --follow: end after this number of seconds", 0xFFFFFF)
         ->needs(follow);
     addNumber(*command, "--pid", request->filter.processId, "Only lines of this process", 0xFFFFFFFF);
     addNumber(*command, "--tid", request->filter.threadId, "Only lines of this thread", 0xFFFFFFFF);
     command->add_option("--component", request->filter.component, "Only lines of this component");
-    command->add_option("--grep", request->filter.text, "Only lines whose text holds this");
+    command->add_option("--grep", request->filter.text, "Only lines that contain this string");
     command->add_option("--file", request->file, "Read this log instead of the library's own");
-    addJson(*command, request->json, "Print one JSON object a line");
+    addJson(*command, request->json, "Print one JSON object per line");
     command->footer("Examples:\n"
                     "  kal log show\n"
                     "  kal log show --follow --component LegacyClient\n"

@@ -52,7 +52,7 @@ class Members {
 
 Timeline::Timeline(Sink sink)
     : document_(std::move(sink),
-                "The log has milliseconds; lines of one millisecond stand one microsecond apart, in their order.") {}
+                "The log has milliseconds; lines of one millisecond are placed one microsecond apart, in order.") {}
 
 void Timeline::add(std::string_view rawLine) {
     const auto line = parseLogLine(rawLine);

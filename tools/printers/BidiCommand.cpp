@@ -47,8 +47,8 @@ std::vector<uint8_t> readData(const BidiRequest &request) {
 
 int exchange(const BidiRequest &request, const std::vector<uint8_t> &data, const Invocation &invocation) {
     if (request.function != rawRequest && data.size() > composedRequestSize - shortestStoredRequest) {
-        throw CommandFailure("the data does not fit behind a stored request, which holds " +
-                             std::to_string(composedRequestSize) + " bytes together; nothing was sent");
+        throw CommandFailure("the data is too long: a stored request and its data have at most " +
+                             std::to_string(composedRequestSize) + " bytes; nothing was sent");
     }
     const Registration registration(invocation);
     std::vector<uint8_t> answer(request.size);
@@ -70,7 +70,7 @@ int exchange(const BidiRequest &request, const std::vector<uint8_t> &data, const
                            {"length", answer.size()},
                            {"bytes", hexBytes(answer)}}));
     } else {
-        printOut(answer.empty() ? "The answer is empty.\n" : hexDump(answer));
+        printOut(answer.empty() ? "The response is empty.\n" : hexDump(answer));
     }
     return succeeded;
 }
@@ -78,23 +78,24 @@ int exchange(const BidiRequest &request, const std::vector<uint8_t> &data, const
 } // namespace
 
 void addBidiCommand(CLI::App &program, Invocation &invocation) {
-    auto *const command = program.add_subcommand("bidi", "Send one request to a printer and show its answer");
+    auto *const command = program.add_subcommand("bidi", "Send one request to a printer and show its response");
     const auto request = std::make_shared<BidiRequest>();
     addHandle(*command, "HANDLE", request->handle);
     addNumber(*command, "CODE", request->function,
-              "Function code of a stored request, 0 to 181; 170 sends the data alone, as it stands", 0xFFFF)
+              "Function code of a stored request, 0 to 181; 170 sends only the data, unchanged", 0xFFFF)
         ->required();
     command->add_option("--data", request->data, "Bytes to send with it: hexadecimal, or @FILE for a file's bytes");
-    addNumber(*command, "--size", request->size, "Room for the answer in bytes", 16 * 1024 * 1024);
+    addNumber(*command, "--size", request->size, "Buffer size for the response, in bytes", 16 * 1024 * 1024);
     auto *const raw =
-        command->add_flag("--raw", request->raw, "Write the answer's bytes as they are instead of a hex dump");
+        command->add_flag("--raw", request->raw, "Write the bytes of the response unchanged instead of a hex dump");
     addJson(*command, request->json)->excludes(raw);
-    command->footer("Examples:\n"
-                    "  kal bidi 3 1\n"
-                    "  kal bidi 3 168 --data \"01 FF\"\n"
-                    "  kal bidi 3 170 --data @request.bin --raw > answer.bin\n"
-                    "\n"
-                    "The answer to a stored request comes without its five-byte head, that to code 170 whole.");
+    command->footer(
+        "Examples:\n"
+        "  kal bidi 3 1\n"
+        "  kal bidi 3 168 --data \"01 FF\"\n"
+        "  kal bidi 3 170 --data @request.bin --raw > answer.bin\n"
+        "\n"
+        "The response to a stored request is shown without its five-byte header, that to code 170 completely.");
     command->callback([request, &invocation] {
         // Read here, so that invalid data is reported as misuse.
         const auto data = readData(*request);

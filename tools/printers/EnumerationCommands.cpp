@@ -65,7 +65,7 @@ void show(const std::vector<FoundPrinter> &printers, bool json) {
     } else if (printers.empty()) {
         printOut("No printers found.\n");
         printError(
-            "kal: an enumeration that fails finds nothing either; `kal doctor` tells whether the service answers\n");
+            "kal: an enumeration that fails also finds nothing; `kal doctor` shows whether the service responds\n");
     } else {
         printOut(tableText(printers));
     }
@@ -134,7 +134,7 @@ void addList(CLI::App &program, Invocation &invocation) {
 }
 
 void addFind(CLI::App &program, Invocation &invocation) {
-    auto *const command = program.add_subcommand("find", "Find the printer behind a port");
+    auto *const command = program.add_subcommand("find", "Find the printer on a port");
     const auto request = std::make_shared<FindRequest>();
     command->add_option("PORT", request->port, "The port's name as the service knows it")->required();
     addNumber(*command, "--types", request->mask,

@@ -200,10 +200,11 @@ void addPrint(CLI::App &program, Invocation &invocation) {
     auto *const command = program.add_subcommand("print", "Send a document to a printer");
     const auto request = std::make_shared<PrintRequest>();
     addHandle(*command, "--printer", request->handle);
-    addNumber(*command, "--port-type", request->portType,
-              "Port type of the handle: 2 IPv4, 512 HBN, 1024 USB, 2048 parallel; 0 and 4095 fit every handle",
-              0xFFFFFFFF);
-    command->add_option("FILE", request->file, "The document, sent as it is")->required();
+    addNumber(
+        *command, "--port-type", request->portType,
+        "Port type of the handle: 2 IPv4, 512 HBN, 1024 USB, 2048 parallel; 0 and 4095 are valid for every handle",
+        0xFFFFFFFF);
+    command->add_option("FILE", request->file, "The document, sent unchanged")->required();
     command->add_flag("--quiet", request->quiet, "No progress and no summary");
     command->add_flag("--wait", request->wait, "Wait until the printer reports the true end of the job");
     addNumber(*command, "--timeout", request->timeout, "Seconds to wait at most, counted from the end of the data",

@@ -57,7 +57,7 @@ int showCache(const PrinterRequest &request, const Invocation &invocation) {
 } // namespace
 
 void addStatusCommands(CLI::App &program, Invocation &invocation) {
-    auto *const status = program.add_subcommand("status", "Tell whether a printer prints");
+    auto *const status = program.add_subcommand("status", "Show whether a printer is printing");
     const auto statusRequest = std::make_shared<PrinterRequest>();
     addHandle(*status, "HANDLE", statusRequest->handle);
     addJson(*status, statusRequest->json);
@@ -71,7 +71,7 @@ void addStatusCommands(CLI::App &program, Invocation &invocation) {
     auto *const cache = program.add_subcommand("cache", "Show a printer's cached data block");
     const auto cacheRequest = std::make_shared<PrinterRequest>();
     addHandle(*cache, "HANDLE", cacheRequest->handle);
-    auto *const raw = cache->add_flag("--raw", cacheRequest->raw, "Write the bytes as they are instead of a hex dump");
+    auto *const raw = cache->add_flag("--raw", cacheRequest->raw, "Write the bytes unchanged instead of a hex dump");
     addJson(*cache, cacheRequest->json)->excludes(raw);
     cache->footer("Examples:\n"
                   "  kal cache 3\n"

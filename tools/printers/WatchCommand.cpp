@@ -158,9 +158,9 @@ void addWatchCommand(CLI::App &program, Invocation &invocation) {
         });
     addNumber(*command, "--mask", request->mask, "Alerts wanted, as a client alert mask; all of them by default",
               0xFFFFFFFF);
-    addNumber(*command, "--count", request->count, "End after so many messages", 0xFFFFFFFF);
-    addNumber(*command, "--seconds", request->seconds, "End after so many seconds", 0xFFFFFF);
-    addJson(*command, request->json, "Print one JSON object a line");
+    addNumber(*command, "--count", request->count, "End after this number of messages", 0xFFFFFFFF);
+    addNumber(*command, "--seconds", request->seconds, "End after this number of seconds", 0xFFFFFF);
+    addJson(*command, request->json, "Print one JSON object per line");
     command->footer("Examples:\n"
                     "  kal watch\n"
                     "  kal watch 0x6001 3 --seconds 60\n"

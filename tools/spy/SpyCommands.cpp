@@ -90,8 +90,8 @@ void addSpyShow(CLI::App &family, Invocation &invocation) {
             return comc::findEntryPoint(name) != nullptr ? std::string() : "comc.dll has no entry point '" + name + "'";
         });
     addNumber(*command, "--tid", request->filter.thread, "Only what happened on this thread", 0xFFFFFFFF);
-    command->add_flag("--failures", request->filter.failures, "Only calls that answered something else than 0");
-    addJson(*command, request->json, "Print one JSON object a line, for each call and callback");
+    command->add_flag("--failures", request->filter.failures, "Only calls whose result is not 0");
+    addJson(*command, request->json, "Print one JSON object per line, for each call and callback");
     command->footer("Examples:\n"
                     "  kal spy show recordings\\kal-20260305-140709-0a3c.jsonl\n"
                     "  kal spy show session.jsonl --failures\n"
@@ -197,9 +197,9 @@ void addSpyCommands(CLI::App &program, Invocation &invocation) {
     auto *const family = program.add_subcommand("spy", "Look at what the spy before comc.dll recorded");
     family->require_subcommand(1);
     family->footer("To record a program:\n"
-                   "  1. beside its kalclient.dll, rename comc.dll to comc-real.dll\n"
-                   "  2. copy comc.dll and comc-recorder.dll of the SDK's folder spy there\n"
-                   "  3. run it: the recording comes to lie in the folder recordings there, one file a process\n"
+                   "  1. in the folder of its kalclient.dll, rename comc.dll to comc-real.dll\n"
+                   "  2. copy comc.dll and comc-recorder.dll from the SDK's folder spy to that folder\n"
+                   "  3. run it: the recording is in the folder recordings there, one file per process\n"
                    "KAL_SPY_FOLDER names another folder; KAL_SPY_REDACT=1 leaves the bytes of documents out.\n"
                    "\n"
                    "Examples:\n"

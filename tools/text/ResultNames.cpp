@@ -18,11 +18,11 @@ struct ResultRow {
 
 constexpr ResultRow rows[] = {
     {KAL_OKAY, "KAL_OKAY", "the operation succeeded"},
-    {KAL_FAIL, "KAL_FAIL", "the operation failed, without a more specific reason; the log may tell it"},
+    {KAL_FAIL, "KAL_FAIL", "the operation failed, without a more specific reason; the log may show it"},
     {DEVERR_INVHANDLE, "DEVERR_INVHANDLE", "the handle is not open or names no printer"},
     {DEVERR_CONNECT, "DEVERR_CONNECT", "the service cannot reach or find the device"},
     {KAL_REGISTRATION_REFUSED, "KAL_REGISTRATION_REFUSED", "the server cannot be reached"},
-    {DEVERR_PROTOCOL, "DEVERR_PROTOCOL", "the port type does not fit the handle, or the device refused the data"},
+    {DEVERR_PROTOCOL, "DEVERR_PROTOCOL", "the port type does not match the handle, or the device refused the data"},
     {KAL_INVALID_FUNCTION, "KAL_INVALID_FUNCTION", "no request has this function code"},
     {DEVERR_READFAIL, "DEVERR_READFAIL", "the device's response could not be read in time"},
     {KAL_MOREDATA, "KAL_MOREDATA", "the answer is larger than the buffer"},
