@@ -109,7 +109,7 @@ nlohmann::json measureAll() {
         FloorWork floor(library, state);
         const auto betweenBlocks = [&] {
             drainMessages();
-            // Both replace the alerts of the block before.
+            // Both replace the alerts of the previous block.
             restartAlertIds();
             floor.restartAlertIds();
             DeleteFileA(library.logPath().c_str()); // both append to a small file

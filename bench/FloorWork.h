@@ -13,9 +13,9 @@
 
 namespace bench {
 
-/// The work that an export cannot do without, written by hand: the required system calls, locks and allocations
-/// (required.json says why each is required, and the ledger holds this to it) and the direct call of the service. What
-/// the library takes is measured against this.
+/// The work that an export requires, written by hand: the system calls, locks and allocations of required.json, and the
+/// direct call of the service. The ledger compares its counts with required.json. Times of the library are compared
+/// with the times of this work.
 class FloorWork {
   public:
     FloorWork(const BenchLibrary &library, LogState state);
@@ -65,7 +65,7 @@ class FloorWork {
         void *bytes = nullptr;
     };
 
-    /// A thread's entry in the indentation map, as large as there.
+    /// As large as the library's entry for a thread in its indentation map.
     struct ThreadDepth {
         ThreadDepth *next;
         void *rest[4];

@@ -123,7 +123,7 @@ std::vector<std::string> offences(const json &required, const json &exports) {
     return found;
 }
 
-/// How many entries of the ledger are as they must be.
+/// Numbers of counts that are equal to the required ones, and that differ from them.
 struct Tally {
     int equal = 0;
     int different = 0;
