@@ -30,7 +30,7 @@ static void occupy(uintptr_t start, uintptr_t end) {
     }
 }
 
-// What is free of a range. `used` is in ascending order.
+// Occupies the free parts of a range. `used` is in ascending order.
 static void occupy_free(struct range range, const struct range *used, size_t count) {
     for (size_t index = 0; index < count && range.start < range.end; ++index) {
         if (used[index].end <= range.start)

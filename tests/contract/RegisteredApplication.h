@@ -44,7 +44,7 @@ class RegisteredApplication : public testing::Test {
     PrivateMachine machine;
 };
 
-/// Every call needs the log off when it is made tens of thousands of times.
+/// Logs only errors, because tens of thousands of logged calls would take too long.
 class QuietApplication : public RegisteredApplication {
   protected:
     QuietApplication() : RegisteredApplication(Log::errorsOnly) {}

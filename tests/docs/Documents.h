@@ -30,7 +30,7 @@ struct ExportComment {
     bool returnsNothing = false;
 };
 
-/// By name of the export.
+/// The comments of the exports, by name.
 const std::map<std::string, ExportComment> &exportComments();
 
 /// The result codes that kal.h defines, by name.

@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char *serviceCodesPage = "docs/reference/service-codes.md";
 
-/// A row of either table: what a code becomes.
+/// A row of one of the two tables: a code and its result.
 struct CodeRow {
     std::optional<uint32_t> code;     ///< none: any other
     std::vector<std::string> exports; ///< none: all of this page

@@ -13,5 +13,5 @@ sources = "\n".join(path.read_text() for path in (ROOT / "tests").rglob("*Test.c
 existing = set(re.findall(r"^TEST(?:_[FP])?\((\w+), (\w+)\)", sources, re.MULTILINE))
 complaints = [f"{'.'.join(each)} is named but does not exist." for each in named if each not in existing]
 complaints += [f"No test is named for: {each}" for each in nameless]
-print("\n".join(complaints) or f"{len(named)} tests: all there.")
+print("\n".join(complaints) or f"{len(named)} tests are named, and all exist.")
 sys.exit(bool(complaints) or not named)

@@ -39,7 +39,7 @@ class FaultBench {
 
     /// The same call made once more right behind one that has raised bad_alloc.
     const Sight &callAgain() const { return again_; }
-    /// The service's side of the latest run's tidying.
+    /// Calls that the service received while the latest run cleaned up.
     const std::vector<std::string> &tidied() const { return tidied_; }
 
     /// A freshly loaded library: nothing of the earlier runs is left. @return what the old one still held when it was

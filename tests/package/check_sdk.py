@@ -80,7 +80,7 @@ parts = {each["name"]: each for each in bill["packages"]}
 for name in ("CLI11", "nlohmann-json", "libstdc++", "libgcc", "mingw-w64-crt", "winpthreads", "doxygen-html", "doxygen-awesome"):
     expect(bool(parts.get(name, {}).get("versionInfo")), f"{name} is not listed with its version")
 
-# What is linked into a binary leaves these traces in it, and what is not leaves none. libgcc leaves no text behind.
+# A binary contains these strings exactly if the library is linked into it. libgcc has no such string.
 TRACES = {"libstdc++": b"St9exception", "winpthreads": b"pthread", "mingw-w64-crt": b"Mingw-w64", "nlohmann-json": b"nlohmann",
           "CLI11": b"N3CLI"}
 names = {each["SPDXID"]: each for each in (*bill["packages"], *bill["files"])}

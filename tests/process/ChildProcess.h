@@ -15,7 +15,7 @@ namespace kal::test {
 
 constexpr DWORD patience = 300000;
 
-/// How many processes a test ends at moments of their own: some in the suite, many in a proof.
+/// Number of processes that a test kills at random moments. The default is for ./dev test; ./dev prove kills more.
 inline int numberOfSuddenEnds() {
     const char *const text = std::getenv("KAL_SUDDEN_ENDS");
     return text == nullptr ? 20 : std::atoi(text);

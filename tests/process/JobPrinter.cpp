@@ -51,7 +51,7 @@ int main(int argumentCount, char **arguments) {
     KalRegisterApp(0);
     if (KalOpen(0, handle, 0) != KAL_OKAY)
         return 101;
-    // Who started this process may want to know that it prints now.
+    // Reports to the process that started this one, if it listens, that printing begins.
     if (const HANDLE ready = OpenSemaphoreA(SEMAPHORE_MODIFY_STATE, FALSE,
                                             kal::test::sharedName("ready", kal::test::parentProcessId()).c_str())) {
         ReleaseSemaphore(ready, 1, nullptr);

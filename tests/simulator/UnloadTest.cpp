@@ -59,7 +59,7 @@ DWORD nextSlot() {
     return slot;
 }
 
-// A client loads the service whenever it is not idle: a thousand times is soon reached.
+// A client loads the library again after each idle time, so a leaked slot per load would soon use up all slots.
 TEST(SimulatorUnload, TakesNoSlotOfThreadLocalStorageWithIt) {
     { LoadedSimulator first; }
     const DWORD before = nextSlot();

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// The slot of thread-local storage that would be given out next.
+/// The slot of thread-local storage that the next TlsAlloc would return.
 DWORD nextSlot() {
     const DWORD slot = TlsAlloc();
     TlsFree(slot);

@@ -14,7 +14,7 @@
 
 #include <process.h>
 
-// The library's memory and its threads are Linux's here, so three of the functions that the driver hooks are not in the
+// Here the library takes memory and threads from Linux, so three of the functions that the driver hooks are not in the
 // import table.
 namespace kal::test {
 

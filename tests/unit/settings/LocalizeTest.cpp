@@ -30,7 +30,7 @@ std::string textThrownByGetInstance() {
     return "nothing thrown";
 }
 
-/// The one instance of this process from before its making on: what each step showed.
+/// What each step showed in the life of the process's only instance, from before its creation.
 struct InstanceHistory {
     InstanceHistory() {
         beforeCreation = textThrownByGetInstance();

@@ -45,7 +45,7 @@ Localize localizeOf(const std::string &fileName) {
     return Localize(GetModuleHandleA(nullptr));
 }
 
-/// The settings of a library of one name on a machine of the test's own.
+/// The settings of a library with this file name, on the test's private machine.
 class SettingsOf {
   public:
     explicit SettingsOf(const std::string &fileName = "kalclient.dll") : localize(localizeOf(fileName)) {}
