@@ -9,7 +9,8 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 
 add_executable(print_example print.c)
-add_executable(status_window WIN32 status_window/Main.cpp status_window/PrinterService.cpp status_window/StatusWindow.cpp
+add_executable(status_window WIN32 status_window/Main.cpp status_window/PrinterService.cpp status_window/StateIcons.cpp
+               status_window/StatusWindow.cpp status_window/StatusWindowContents.cpp
                status_window/StatusWindowLayout.cpp status_window/TestPage.cpp status_window/Texts.cpp
                status_window/status_window.rc)
 target_compile_definitions(status_window PRIVATE UNICODE NOMINMAX) # the names of the system mean its wide functions

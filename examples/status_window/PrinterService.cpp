@@ -4,6 +4,7 @@
 #include "Texts.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -13,13 +14,24 @@ namespace {
 std::mutex foundLock; // guards found
 std::vector<Printer> found;
 
+/// Whether the service responds. An enumeration that finds nothing does not show it: KalEnumPrinters returns KAL_OKAY
+/// even if the service cannot be reached. An open shows it, of any handle: KAL_FAIL does not speak about the printer.
+bool isServiceReachable() {
+    constexpr uint16_t anyHandle = 0;
+    const int32_t result = KalOpen(0, anyHandle, 0);
+    if (result == KAL_OKAY) {
+        KalClose(0, anyHandle);
+    }
+    return result != KAL_FAIL;
+}
+
 void collectPrinter(const PortInfoRecord *record) {
     Printer printer; // a copy: the record is valid during this call only
     printer.handle = record->handle;
     printer.deviceClass = record->deviceClass;
     printer.portType = record->portType;
     // The second name: unlike the first it is never cut short, and goes on behind the record when it is long.
-    printer.port = toWide(reinterpret_cast<const char *>(record) + KAL_SECOND_NAME_OFFSET);
+    printer.port = fromUtf8(reinterpret_cast<const char *>(record) + KAL_SECOND_NAME_OFFSET);
     const std::lock_guard guard(foundLock);
     found.push_back(std::move(printer));
 }
@@ -49,8 +61,15 @@ void PrinterService::cancelPrint() {
 }
 
 void PrinterService::stop() {
+    isStopWanted_ = true;
     cancelPrint();
     post(nullptr);
+}
+
+void PrinterService::endProcess() {
+    constexpr UINT exitCodeWithoutRelease = 2;
+    TerminateProcess(GetCurrentProcess(), exitCodeWithoutRelease);
+    std::abort(); // not reached
 }
 
 /// The life of an application with the library, from its first call to its last.
@@ -59,7 +78,7 @@ void PrinterService::run() {
     // also tells when there is nothing to call. After a refusal no other export may be called, unregistration
     // included.
     if (KalRegisterWithRpcServer(nullptr) != 1) {
-        PostMessageW(window_, MessageRefused, 0, 0);
+        tell(news::RegistrationRefused{});
         while (nextTask()) {
         }
     } else {
@@ -67,16 +86,16 @@ void PrinterService::run() {
         while (const auto task = nextTask()) {
             task();
         }
-        // Give back what was captured, then the registration. This is the last call: from here on an export would
-        // raise a C++ exception. The window has stopped asking for alerts before it told us to stop.
+        // Release what was captured, then the registration. This is the last call: from here on an export would throw a
+        // C++ exception. The window stopped asking for alerts before it called stop().
         releasePrinters();
         KalUnregisterApp(0);
     }
-    PostMessageW(window_, MessageStopped, 0, 0);
+    tell(news::Stopped{});
 }
 
 void PrinterService::capturePrinters() {
-    PostMessageW(window_, MessageSearchBegins, 0, 0);
+    tell(news::SearchBegins{});
     {
         const std::lock_guard guard(foundLock);
         found.clear();
@@ -89,11 +108,14 @@ void PrinterService::capturePrinters() {
         printers.swap(found);
     }
     for (const Printer &printer : printers) {
+        if (isStopWanted_) {
+            break; // many slow printers must not keep a window that is closed
+        }
         // Before the capture, so that the window knows the printer when its first message arrives.
-        postContent(window_, MessagePrinterFound, 0, std::make_unique<Printer>(printer));
+        tell(news::PrinterFound{printer});
         capture(printer);
     }
-    PostMessageW(window_, MessageSearchEnds, 0, result);
+    tell(news::SearchEnds{result, !printers.empty() || isServiceReachable()});
 }
 
 void PrinterService::capture(const Printer &printer) {
@@ -104,7 +126,9 @@ void PrinterService::capture(const Printer &printer) {
     const uint32_t mask = printer.deviceClass == KAL_DEVICE_CLASS_CPD ? alertsOfCpdPrinter : alertsOfBpdPrinter;
     const int32_t result = KalCaptureAlerts(0, printer.handle, &mask, window_);
     if (result != KAL_OKAY) {
-        postState(printer, result == DEVERR_INVHANDLE ? L"Not reachable" : L"No alerts");
+        const bool isUnreachable = result == DEVERR_INVHANDLE;
+        tell(news::StateChanged{printer.handle,
+                                isUnreachable ? PrinterState::unreachable : PrinterState::withoutAlerts});
         return;
     }
     captured_.push_back(printer.handle);
@@ -118,7 +142,7 @@ void PrinterService::capture(const Printer &printer) {
     KalPrinterStatusRecord status = {};
     uint32_t needed = 0;
     if (KalQueryPrinterStatus(0, printer.handle, 0, &status, sizeof status, &needed) == KAL_OKAY) {
-        postState(printer, stateName(status.isPrinting != 0 ? 1 : 0));
+        tell(news::StateChanged{printer.handle, status.isPrinting != 0 ? PrinterState::printing : PrinterState::idle});
     }
 }
 
@@ -152,7 +176,7 @@ void PrinterService::print(const Printer &printer) {
         }
         KalClose(0, printer.handle);
     }
-    PostMessageW(window_, MessagePrintEnds, static_cast<WPARAM>(outcome), result);
+    tell(news::PrintEnds{outcome, result});
 }
 
 int32_t PrinterService::sendDocument(const Printer &printer, std::string_view document) {
@@ -178,13 +202,23 @@ int32_t PrinterService::sendDocument(const Printer &printer, std::string_view do
         }
         futileWrites = 0;
         document.remove_prefix(taken); // fewer than offered is no failure: the rest goes with the next call
-        PostMessageW(window_, MessageProgress, total - document.size(), static_cast<LPARAM>(total));
+        tell(news::Progress{total - document.size(), total});
     }
     return KAL_OKAY;
 }
 
-void PrinterService::postState(const Printer &printer, std::wstring state) {
-    postContent(window_, MessagePrinterState, printer.handle, std::make_unique<std::wstring>(std::move(state)));
+void PrinterService::tell(News news) {
+    {
+        const std::lock_guard guard(newsLock_);
+        news_.push_back(std::move(news));
+    }
+    // When the window's queue is full, the news wait here for the next message.
+    PostMessageW(window_, messageNews, 0, 0);
+}
+
+std::deque<News> PrinterService::takeNews() {
+    const std::lock_guard guard(newsLock_);
+    return std::exchange(news_, {});
 }
 
 void PrinterService::post(std::function<void()> task) {

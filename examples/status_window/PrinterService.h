@@ -2,9 +2,9 @@
 // from registration to unregistration.
 //
 // Two threads share the work. The window's thread shows things and never waits. The service thread makes every call
-// that may wait for the service, one after the other, and posts the results. So calls do not interfere with each other,
-// and no call can be overtaken by the last one, the unregistration. The library does not require this: its exports may
-// be called from any thread. It keeps the window alive while a printer is slow.
+// that may wait for the service, one after the other, and tells the results as news. So calls do not interfere with
+// each other, and no call can be overtaken by the last one, the unregistration. The library does not require this: its
+// exports may be called from any thread. It keeps the window alive while a printer is slow.
 #pragma once
 
 #include "kal.h"
@@ -16,11 +16,11 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <variant>
 #include <vector>
 
 struct PrinterEvent {
@@ -29,49 +29,66 @@ struct PrinterEvent {
     std::wstring details;
 };
 
+enum class PrinterState : uint32_t {
+    idle = 0, // the first three are values of WM_KAL_PRINTERSTATUS
+    printing = 1,
+    error = 3,
+    unknown = 0x10000,
+    unreachable,
+    withoutAlerts,
+};
+
 struct Printer {
     uint16_t handle = 0;
     uint16_t deviceClass = 0;
     uint32_t portType = 0;
     std::wstring port;
-    std::wstring state = L"Unknown";
+    PrinterState state = PrinterState::unknown;
     std::deque<PrinterEvent> events; // the newest first
 };
 
-// What is posted to the window, by the service thread but for one. Above WM_APP, clear of the library's messages and of
-// the controls'.
-enum OwnMessage : UINT {
-    MessageSearchBegins = WM_APP, // nothing
-    MessagePrinterFound,          // lParam: Printer, the receiver's
-    MessagePrinterState,          // wParam: handle; lParam: std::wstring, the receiver's
-    MessageSearchEnds,            // lParam: int32_t result
-    MessageRefused,               // nothing: there is no service to register with
-    MessageEventsArrived,         // nothing; from the window to itself
-    MessageProgress,              // wParam: bytes sent; lParam: bytes in all
-    MessagePrintEnds,             // wParam: PrintOutcome; lParam: int32_t result
-    MessageStopped,               // nothing: all is given back, the last message of the service thread
+enum class PrintOutcome { printed, failed, cancelled };
+
+// News of the service thread, in the order in which they happen.
+namespace news {
+
+struct SearchBegins {};
+struct PrinterFound {
+    Printer printer;
 };
+struct StateChanged {
+    uint16_t handle;
+    PrinterState state;
+};
+struct SearchEnds {
+    int32_t result;
+    bool isServiceReachable;
+};
+struct RegistrationRefused {};
+struct Progress {
+    size_t sent;
+    size_t total;
+};
+struct PrintEnds {
+    PrintOutcome outcome;
+    int32_t result;
+};
+struct Stopped {}; // everything is released; the last news
 
-enum class PrintOutcome : WPARAM { printed, failed, cancelled };
+} // namespace news
 
-/// Hands an object over to the window's thread; it stays here when there is no room in the queue.
-template <class Content>
-void postContent(HWND window, UINT message, WPARAM wParam, std::unique_ptr<Content> content) {
-    if (PostMessageW(window, message, wParam, reinterpret_cast<LPARAM>(content.get()))) {
-        static_cast<void>(content.release());
-    }
-}
+using News = std::variant<news::SearchBegins, news::PrinterFound, news::StateChanged, news::SearchEnds,
+                          news::RegistrationRefused, news::Progress, news::PrintEnds, news::Stopped>;
 
-template <class Content>
-std::unique_ptr<Content> takeContent(LPARAM lParam) {
-    return std::unique_ptr<Content>(reinterpret_cast<Content *>(lParam));
-}
+/// Posted to the window when there is news; the window then calls takeNews(). The message carries nothing, because any
+/// program may post it. Above WM_APP, clear of the library's messages and of the controls'.
+constexpr UINT messageNews = WM_APP;
 
 class PrinterService {
   public:
     explicit PrinterService(HWND window);
 
-    /// After MessageStopped: before that the thread still needs the window.
+    /// Waits for the thread: call it after news::Stopped.
     ~PrinterService();
 
     PrinterService(const PrinterService &) = delete;
@@ -83,6 +100,14 @@ class PrinterService {
 
     /// Ends the thread as soon as it has released everything; a job that is being sent is cancelled.
     void stop();
+
+    /// Ends the process while a call of the library does not return. Such a call cannot be interrupted, and the library
+    /// cannot be unregistered during it. No destructor and no DllMain runs: they could wait for the same call. The
+    /// system releases everything, and the service notices that its client has ended.
+    [[noreturn]] static void endProcess();
+
+    /// Returns the news that came since the last call.
+    [[nodiscard]] std::deque<News> takeNews();
 
     /// Returns an alert's bytes from its offset 5 on; their meaning depends on the printer's model. The library keeps
     /// the last 65536 alerts, so there is no hurry. It does not ask the service, so this does not block.
@@ -98,7 +123,7 @@ class PrinterService {
     /// Sends the complete document, unless a call fails or the job is to be cancelled.
     int32_t sendDocument(const Printer &printer, std::string_view document);
 
-    void postState(const Printer &printer, std::wstring state);
+    void tell(News news);
     void post(std::function<void()> task);
 
     /// Waits for something to do; an empty function means to stop.
@@ -107,8 +132,11 @@ class PrinterService {
     const HWND window_;
     std::vector<uint16_t> captured_; // by the service thread alone
     std::atomic<bool> isCancelWanted_ = false;
+    std::atomic<bool> isStopWanted_ = false;
     std::mutex taskLock_; // guards tasks_
     std::condition_variable taskArrived_;
     std::deque<std::function<void()>> tasks_;
+    std::mutex newsLock_; // guards news_
+    std::deque<News> news_;
     std::thread thread_; // the last member: it uses the others
 };

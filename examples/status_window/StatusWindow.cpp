@@ -10,6 +10,9 @@ namespace {
 
 constexpr size_t mostEventsKept = 500;
 constexpr const wchar_t *windowClassName = L"KalStatusWindow";
+constexpr UINT messageEventsArrived = messageNews + 1; // from the window to itself; it carries nothing
+constexpr UINT_PTR closeTimer = 1;
+constexpr UINT longestCloseMs = 5000;
 
 struct MessageText {
     UINT message;
@@ -82,7 +85,9 @@ LRESULT StatusWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         onCreate();
         return 0;
     case WM_SIZE:
-        layOut();
+        if (wParam != SIZE_MINIMIZED) {
+            layOut();
+        }
         return 0;
     case WM_GETMINMAXINFO:
         reinterpret_cast<MINMAXINFO *>(lParam)->ptMinTrackSize = {leastSize().cx, leastSize().cy};
@@ -107,8 +112,7 @@ LRESULT StatusWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         onCommand(LOWORD(wParam));
         return 0;
     case WM_NOTIFY:
-        onNotify(*reinterpret_cast<const NMHDR *>(lParam));
-        return 0;
+        return onNotify(*reinterpret_cast<NMHDR *>(lParam));
     case WM_CLOSE:
         onClose();
         return 0;
@@ -118,33 +122,17 @@ LRESULT StatusWindow::onMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         PostQuitMessage(0);
         return 0;
 
-    case MessageSearchBegins:
-        onSearchBegins();
+    case WM_TIMER: // the time to close is over
+        if (isClosing_) {
+            PrinterService::endProcess();
+        }
         return 0;
-    case MessagePrinterFound:
-        onPrinterFound(std::move(*takeContent<Printer>(lParam)));
+
+    case messageNews:
+        takeNews();
         return 0;
-    case MessagePrinterState:
-        setState(static_cast<uint16_t>(wParam), *takeContent<std::wstring>(lParam));
-        return 0;
-    case MessageSearchEnds:
-        onSearchEnds(static_cast<int32_t>(lParam));
-        return 0;
-    case MessageRefused:
-        setStatus(L"There is no printer service to register with on this machine.");
-        return 0;
-    case MessageEventsArrived:
+    case messageEventsArrived:
         onEventsArrived();
-        return 0;
-    case MessageProgress:
-        SendMessageW(progress_, PBM_SETPOS, wParam * progressSteps / static_cast<WPARAM>(lParam), 0);
-        return 0;
-    case MessagePrintEnds:
-        onPrintEnds(static_cast<PrintOutcome>(wParam), static_cast<int32_t>(lParam));
-        return 0;
-    case MessageStopped:
-        service_.reset();
-        DestroyWindow(window_);
         return 0;
 
     case WM_KAL_DSA:
@@ -171,8 +159,8 @@ void StatusWindow::onPrinterMessage(UINT message, uint16_t handle, uint16_t valu
     }
     switch (message) {
     case WM_KAL_PRINTERSTATUS:
-        setState(handle, stateName(value));
-        addEvent(*printer, {localTime(), L"Printer state", stateName(value)});
+        setState(handle, PrinterState{value});
+        addEvent(*printer, {localTime(), L"Printer state", stateName(PrinterState{value})});
         break;
     case WM_KAL_ENDOFJOB: // the paper is out, or the service waited long enough: the printer's flag tells
         addEvent(*printer, {localTime(), L"End of job", L"flag " + std::to_wstring(value)});
@@ -184,11 +172,11 @@ void StatusWindow::onPrinterMessage(UINT message, uint16_t handle, uint16_t valu
     }
 }
 
-void StatusWindow::setState(uint16_t handle, const std::wstring &state) {
+void StatusWindow::setState(uint16_t handle, PrinterState state) {
     if (Printer *const printer = findPrinter(handle)) {
         printer->state = state;
         const auto row = static_cast<int>(printer - printers_.data());
-        setCell(printerList_, row, static_cast<int>(std::size(printerColumns)) - 1, state);
+        showState(row);
         if (row == selectedRow()) {
             showHeading();
         }
@@ -201,7 +189,7 @@ void StatusWindow::addEvent(Printer &printer, PrinterEvent event) {
     }
     printer.events.push_front(std::move(event));
     if (&printer == selectedPrinter() && newEvents_++ == 0) {
-        PostMessageW(window_, MessageEventsArrived, 0, 0);
+        PostMessageW(window_, messageEventsArrived, 0, 0);
     }
 }
 
@@ -218,7 +206,18 @@ void StatusWindow::onEventsArrived() {
     }
 }
 
-void StatusWindow::onSearchBegins() {
+/// The message that announces news may come from anywhere, so it is only a reason to look.
+void StatusWindow::takeNews() {
+    if (service_ == nullptr) {
+        return;
+    }
+    std::deque<News> arrived = service_->takeNews();
+    for (News &news : arrived) {
+        std::visit([this](auto &each) { onNews(each); }, news);
+    }
+}
+
+void StatusWindow::onNews(const news::SearchBegins &) {
     if (const Printer *const printer = selectedPrinter()) {
         previousHandle_ = printer->handle;
     }
@@ -229,27 +228,37 @@ void StatusWindow::onSearchBegins() {
     showSelected();
 }
 
-void StatusWindow::onPrinterFound(Printer printer) {
+void StatusWindow::onNews(news::PrinterFound &found) {
+    Printer &printer = found.printer;
     for (Printer &previous : previousPrinters_) {
         if (previous.handle == printer.handle) {
             printer.events = std::move(previous.events);
         }
     }
     const bool isCpd = printer.deviceClass == KAL_DEVICE_CLASS_CPD;
-    addRow(printerList_, static_cast<int>(printers_.size()),
+    const auto row = static_cast<int>(printers_.size());
+    addRow(printerList_, row,
            {printer.port, connectionName(printer.portType), handleText(printer.handle),
-            isCpd ? L"CpdPrinter" : L"BpdPrinter", printer.state});
+            isCpd ? L"CpdPrinter" : L"BpdPrinter"});
     printers_.push_back(std::move(printer));
+    showState(row);
+    fitColumns(printerList_, printerColumns);
 }
 
-void StatusWindow::onSearchEnds(int32_t result) {
+void StatusWindow::onNews(const news::StateChanged &change) {
+    setState(change.handle, change.state);
+}
+
+void StatusWindow::onNews(const news::SearchEnds &end) {
     isSearching_ = false;
     previousPrinters_.clear();
     const Printer *const previous = findPrinter(previousHandle_);
     const auto row = previous ? static_cast<int>(previous - printers_.data()) : 0;
     ListView_SetItemState(printerList_, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
-    if (result != KAL_OKAY) {
-        setStatus(L"The printers cannot be listed: " + resultText(result) + L".");
+    if (end.result != KAL_OKAY) {
+        setStatus(L"The printers cannot be listed: " + resultText(end.result) + L".");
+    } else if (!end.isServiceReachable) {
+        setStatus(L"The printer service cannot be reached. Refresh to try again.");
     } else {
         setStatus(printers_.size() == 1 ? L"1 printer found."
                                         : std::to_wstring(printers_.size()) + L" printers found.");
@@ -257,9 +266,17 @@ void StatusWindow::onSearchEnds(int32_t result) {
     showSelected();
 }
 
-void StatusWindow::onPrintEnds(PrintOutcome outcome, int32_t result) {
+void StatusWindow::onNews(const news::RegistrationRefused &) {
+    setStatus(L"There is no printer service to register with on this machine.");
+}
+
+void StatusWindow::onNews(const news::Progress &progress) {
+    SendMessageW(progress_, PBM_SETPOS, progress.sent * progressSteps / progress.total, 0);
+}
+
+void StatusWindow::onNews(const news::PrintEnds &end) {
     isPrinting_ = false;
-    switch (outcome) {
+    switch (end.outcome) {
     case PrintOutcome::printed:
         // The service has all of it. The paper comes later: WM_KAL_ENDOFJOB tells when, and may be here before us.
         setStatus(isJobOver_ ? L"The test page is printed." : L"The test page is sent; the printer is at work.");
@@ -269,11 +286,16 @@ void StatusWindow::onPrintEnds(PrintOutcome outcome, int32_t result) {
         SendMessageW(progress_, PBM_SETPOS, 0, 0);
         break;
     case PrintOutcome::failed:
-        setStatus(L"The test page was not printed: " + resultText(result) + L".");
+        setStatus(L"The test page was not printed: " + resultText(end.result) + L".");
         SendMessageW(progress_, PBM_SETSTATE, PBST_ERROR, 0);
         break;
     }
     enableControls();
+}
+
+void StatusWindow::onNews(const news::Stopped &) {
+    service_.reset();
+    DestroyWindow(window_);
 }
 
 void StatusWindow::onEndOfJob(uint16_t handle) {
@@ -326,16 +348,20 @@ bool StatusWindow::isCommandEnabled(int id) {
     }
 }
 
-void StatusWindow::onNotify(const NMHDR &notification) {
+LRESULT StatusWindow::onNotify(NMHDR &notification) {
     if (notification.idFrom == IdPrinterList && notification.code == LVN_ITEMCHANGED) {
         const auto &change = reinterpret_cast<const NMLISTVIEW &>(notification);
-        if ((change.uOldState ^ change.uNewState) & LVIS_SELECTED) {
+        if (((change.uOldState ^ change.uNewState) & LVIS_SELECTED) != 0) {
             showSelected();
         }
+    }
+    if (notification.idFrom == IdPrinterList && notification.code == NM_CUSTOMDRAW) {
+        return colourState(reinterpret_cast<NMLVCUSTOMDRAW &>(notification));
     }
     if (notification.idFrom == IdEventList && notification.code == LVN_GETDISPINFOW) {
         tellEvent(reinterpret_cast<const NMLVDISPINFOW &>(notification).item);
     }
+    return 0;
 }
 
 /// The text of one cell of the messages.
@@ -350,81 +376,16 @@ void StatusWindow::tellEvent(const LVITEMW &item) {
     lstrcpynW(item.pszText, cells[item.iSubItem]->c_str(), item.cchTextMax);
 }
 
-/// The window goes when the service thread has given everything back; until then it can still be seen and moved.
+/// The window disappears when the service thread has released everything; until then it can be seen and moved. A
+/// service that does not respond must not keep it: the process ends after a time, or when the user closes the window
+/// again.
 void StatusWindow::onClose() {
-    if (!isClosing_) {
-        isClosing_ = true;
-        setStatus(L"Closing...");
-        enableControls();
-        service_->stop();
+    if (isClosing_) {
+        PrinterService::endProcess();
     }
-}
-
-int StatusWindow::selectedRow() const {
-    return ListView_GetNextItem(printerList_, -1, LVNI_SELECTED);
-}
-
-Printer *StatusWindow::selectedPrinter() {
-    const auto row = static_cast<size_t>(selectedRow());
-    return row < printers_.size() ? &printers_[row] : nullptr;
-}
-
-Printer *StatusWindow::findPrinter(uint16_t handle) {
-    const auto position = std::ranges::find(printers_, handle, &Printer::handle);
-    return position != printers_.end() ? &*position : nullptr;
-}
-
-void StatusWindow::setCell(HWND list, int row, int column, const std::wstring &text) {
-    LVITEMW item = {};
-    item.iSubItem = column;
-    item.pszText = const_cast<wchar_t *>(text.c_str()); // read only, by its contract
-    SendMessageW(list, LVM_SETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
-}
-
-void StatusWindow::addRow(HWND list, int row, std::initializer_list<std::wstring> cells) {
-    LVITEMW item = {};
-    item.iItem = row;
-    SendMessageW(list, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
-    for (int column = 0; const std::wstring &cell : cells) {
-        setCell(list, row, column++, cell);
-    }
-}
-
-/// Has the messages of the selected printer drawn anew.
-void StatusWindow::showEvents() {
-    const Printer *const printer = selectedPrinter();
-    ListView_SetItemCountEx(eventList_, printer ? static_cast<int>(printer->events.size()) : 0, LVSICF_NOSCROLL);
-}
-
-void StatusWindow::showHeading() {
-    const Printer *const printer = selectedPrinter();
-    SetWindowTextW(heading_, printer ? (printer->port + L": " + printer->state).c_str() : L"No printer is selected");
-}
-
-void StatusWindow::showSelected() {
-    showHeading();
-    newEvents_ = 0;
-    ListView_SetItemState(eventList_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
-    showEvents();
+    setStatus(L"Closing: waiting for the printer service. Close again to end at once.");
+    isClosing_ = true;
     enableControls();
-}
-
-void StatusWindow::setStatus(const std::wstring &text) const {
-    SetWindowTextW(statusBar_, text.c_str());
-}
-
-/// A button that goes grey with the focus on it would leave the keyboard without a control: the focus moves on.
-void StatusWindow::enableControls() {
-    const HWND focused = GetFocus();
-    for (const HWND button : {printButton_, cancelButton_, refreshButton_}) {
-        EnableWindow(button, isCommandEnabled(GetDlgCtrlID(button)) ? TRUE : FALSE);
-    }
-    if (focused == printButton_ || focused == cancelButton_ || focused == refreshButton_) {
-        for (const HWND next : {focused, focused == printButton_ ? cancelButton_ : printButton_, printerList_}) {
-            if (IsWindowEnabled(next)) {
-                SetFocus(next);
-                break;
-            }
-        }
-    }
+    SetTimer(window_, closeTimer, longestCloseMs, nullptr);
+    service_->stop();
 }

@@ -48,23 +48,28 @@ class StatusWindow {
     // Messages of the printers
 
     void onPrinterMessage(UINT message, uint16_t handle, uint16_t value);
-    void setState(uint16_t handle, const std::wstring &state);
+    void setState(uint16_t handle, PrinterState state);
     void addEvent(Printer &printer, PrinterEvent event);
     void onEventsArrived();
 
     // News of the service thread
 
-    void onSearchBegins();
-    void onPrinterFound(Printer printer);
-    void onSearchEnds(int32_t result);
-    void onPrintEnds(PrintOutcome outcome, int32_t result);
+    void takeNews();
+    void onNews(const news::SearchBegins &);
+    void onNews(news::PrinterFound &found);
+    void onNews(const news::StateChanged &change);
+    void onNews(const news::SearchEnds &end);
+    void onNews(const news::RegistrationRefused &);
+    void onNews(const news::Progress &progress);
+    void onNews(const news::PrintEnds &end);
+    void onNews(const news::Stopped &);
     void onEndOfJob(uint16_t handle);
 
     // Commands
 
     void onCommand(int id);
     [[nodiscard]] bool isCommandEnabled(int id);
-    void onNotify(const NMHDR &notification);
+    LRESULT onNotify(NMHDR &notification);
     void tellEvent(const LVITEMW &item);
     void onClose();
 
@@ -89,6 +94,8 @@ class StatusWindow {
     [[nodiscard]] Printer *findPrinter(uint16_t handle);
     static void setCell(HWND list, int row, int column, const std::wstring &text);
     static void addRow(HWND list, int row, std::initializer_list<std::wstring> cells);
+    void showState(int row);
+    [[nodiscard]] LRESULT colourState(NMLVCUSTOMDRAW &cell) const;
     void showEvents();
     void showHeading();
     void showSelected();

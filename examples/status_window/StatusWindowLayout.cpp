@@ -1,5 +1,7 @@
 #include "StatusWindow.h"
 
+#include "StateIcons.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -7,6 +9,8 @@ namespace {
 
 constexpr SIZE firstSize = {780, 560}; // at 96 dpi, like every number of the layout
 constexpr SIZE smallestSize = {560, 420};
+constexpr int leastRestWidth = 110; // of a list's last column
+constexpr int controlCount = 9;
 
 } // namespace
 
@@ -25,8 +29,8 @@ SIZE StatusWindow::leastSize() const {
 void StatusWindow::onCreate() {
     auto *const instance = reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(window_, GWLP_HINSTANCE));
     const auto create = [&](const wchar_t *className, const wchar_t *text, DWORD style, int id, DWORD extended = 0) {
-        return CreateWindowExW(extended, className, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, window_,
-                               reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), instance, nullptr);
+        return CreateWindowExW(extended, className, text, WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | style, 0, 0, 0, 0,
+                               window_, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), instance, nullptr);
     };
     // In the order of the Tab key. A label stands right before the list that its underlined letter leads to.
     constexpr DWORD list = WS_TABSTOP | LVS_REPORT | LVS_SHOWSELALWAYS | LVS_SINGLESEL | LVS_NOSORTHEADER;
@@ -36,7 +40,7 @@ void StatusWindow::onCreate() {
     eventLabel_ = create(WC_STATICW, L"Recent &messages", SS_LEFT, IdOther);
     // Asks for the texts that it draws instead of keeping them.
     eventList_ = create(WC_LISTVIEWW, L"Messages", list | LVS_OWNERDATA, IdEventList, WS_EX_CLIENTEDGE);
-    progress_ = create(PROGRESS_CLASSW, L"", PBS_SMOOTH, IdOther);
+    progress_ = create(PROGRESS_CLASSW, L"Progress of the test page", PBS_SMOOTH, IdOther);
     printButton_ = create(WC_BUTTONW, L"Print &test page", WS_TABSTOP | BS_DEFPUSHBUTTON, IdPrint);
     cancelButton_ = create(WC_BUTTONW, L"&Cancel", WS_TABSTOP | BS_PUSHBUTTON, IdCancel);
     refreshButton_ = create(WC_BUTTONW, L"&Refresh", WS_TABSTOP | BS_PUSHBUTTON, IdRefresh);
@@ -93,10 +97,9 @@ void StatusWindow::setResolution(UINT resolution) {
     SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
     LOGFONTW &font = metrics.lfMessageFont;
     font.lfHeight = MulDiv(font.lfHeight, static_cast<int>(resolution), static_cast<int>(systemResolution()));
-    // A list's rows are as high as its images: an empty one gives the text room.
-    for (const HWND list : {printerList_, eventList_}) {
-        ImageList_Destroy(ListView_SetImageList(list, ImageList_Create(1, scaled(20), ILC_COLOR, 1, 0), LVSIL_SMALL));
-    }
+    // A list's rows are as high as its images: an empty one gives the text of the messages room.
+    ImageList_Destroy(ListView_SetImageList(printerList_, makeStateIcons(scaled(20)), LVSIL_SMALL));
+    ImageList_Destroy(ListView_SetImageList(eventList_, ImageList_Create(1, scaled(20), ILC_COLOR, 1, 0), LVSIL_SMALL));
     const HFONT oldFonts[] = {font_, boldFont_};
     font_ = CreateFontIndirectW(&font);
     font.lfWeight = FW_BOLD;
@@ -107,6 +110,9 @@ void StatusWindow::setResolution(UINT resolution) {
     }
     for (const HFONT old : oldFonts) {
         DeleteObject(old);
+    }
+    for (const HWND list : {printerList_, eventList_}) {
+        SetWindowLongPtrW(list, GWLP_USERDATA, 0); // its columns do not fit the new resolution
     }
 }
 
@@ -123,7 +129,16 @@ SIZE StatusWindow::textSize(HWND control) {
     return {area.right, area.bottom};
 }
 
+/// Places all controls at once: one by one, each would be drawn where its neighbour still is.
 void StatusWindow::layOut() {
+    HDWP places = BeginDeferWindowPos(controlCount);
+    const auto move = [&](HWND control, int x, int y, int width, int height) {
+        if (places != nullptr) {
+            // Nothing that was drawn before is copied to the new place: it was drawn for another size.
+            places = DeferWindowPos(places, control, nullptr, x, y, std::max(width, 0), std::max(height, 0),
+                                    SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
+        }
+    };
     SendMessageW(statusBar_, WM_SIZE, 0, 0); // places itself
     RECT client;
     RECT bar;
@@ -143,7 +158,7 @@ void StatusWindow::layOut() {
 
     int top = margin;
     const auto place = [&](HWND control, int height, int space) {
-        MoveWindow(control, left, top, std::max(right - left, 0), std::max(height, 0), TRUE);
+        move(control, left, top, right - left, height);
         top += height + space;
     };
     place(printerLabel_, labelHeight, scaled(4));
@@ -155,23 +170,46 @@ void StatusWindow::layOut() {
     int end = right; // the last row is filled from its right end
     for (const HWND button : {refreshButton_, cancelButton_, printButton_}) {
         const int width = std::max<int>(textSize(button).cx + scaled(28), scaled(88));
-        MoveWindow(button, end - width, top, width, buttonHeight, TRUE);
+        move(button, end - width, top, width, buttonHeight);
         end -= width + gap;
     }
     const int barHeight = scaled(14);
-    MoveWindow(progress_, left, top + (buttonHeight - barHeight) / 2, std::max(end - left, 0), barHeight, TRUE);
+    move(progress_, left, top + (buttonHeight - barHeight) / 2, end - left, barHeight);
+    if (places != nullptr) {
+        EndDeferWindowPos(places);
+    }
     fitColumns(printerList_, printerColumns);
     fitColumns(eventList_, eventColumns);
-    InvalidateRect(window_, nullptr, TRUE);
+    // The window does not draw over its controls, so each control is invalidated too.
+    RedrawWindow(window_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
+/// Fills the list's width with its columns. In a narrow list all columns shrink, so a horizontal scroll bar is not
+/// needed. The vertical one takes width when the rows need it: call this after the rows have changed, too.
 void StatusWindow::fitColumns(HWND list, std::span<const Column> columns) const {
-    RECT client;
-    GetClientRect(list, &client);
-    int rest = client.right;
-    for (int index = 0; const Column &column : columns) {
-        const int width = column.width > 0 ? scaled(column.width) : std::max(rest, scaled(80));
-        ListView_SetColumnWidth(list, index++, width);
-        rest -= width;
+    const auto last = static_cast<int>(columns.size()) - 1;
+    int wanted = scaled(leastRestWidth);
+    for (const Column &column : columns) {
+        wanted += scaled(column.width);
+    }
+    RECT client = {};
+    constexpr int mostRounds = 3; // a scroll bar that disappears makes the list wider
+    for (int round = 0; round < mostRounds; ++round) {
+        const LONG before = client.right;
+        GetClientRect(list, &client);
+        // The list's own number is the width that its columns fill. Columns that the user has moved stay until then.
+        if (client.right == before || client.right == GetWindowLongPtrW(list, GWLP_USERDATA)) {
+            break;
+        }
+        int rest = client.right;
+        ListView_SetColumnWidth(list, last, 0); // room for the others: no scroll bar appears in between
+        for (int index = 0; index < last; ++index) {
+            const int full = scaled(columns[static_cast<size_t>(index)].width);
+            const int width = client.right < wanted ? MulDiv(full, client.right, wanted) : full;
+            ListView_SetColumnWidth(list, index, width);
+            rest -= width;
+        }
+        ListView_SetColumnWidth(list, last, rest);
+        SetWindowLongPtrW(list, GWLP_USERDATA, client.right);
     }
 }

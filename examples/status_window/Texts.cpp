@@ -22,16 +22,22 @@ std::wstring connectionName(uint32_t portType) {
     }
 }
 
-std::wstring stateName(uint16_t state) {
+std::wstring stateName(PrinterState state) {
     switch (state) {
-    case 0:
+    case PrinterState::idle:
         return L"Idle";
-    case 1:
+    case PrinterState::printing:
         return L"Printing";
-    case 3:
+    case PrinterState::error:
         return L"Error";
+    case PrinterState::unknown:
+        return L"Unknown";
+    case PrinterState::unreachable:
+        return L"Not reachable";
+    case PrinterState::withoutAlerts:
+        return L"No alerts";
     default:
-        return L"State " + std::to_wstring(state);
+        return L"State " + std::to_wstring(static_cast<uint32_t>(state));
     }
 }
 
@@ -57,13 +63,13 @@ std::wstring resultText(int32_t result) {
 
 // ------------------------------------------------------------------------------------------------- small things
 
-std::wstring toWide(const char *text) {
-    const int size = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+std::wstring fromUtf8(const char *text) {
+    const int size = MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
     if (size <= 0) {
         return {};
     }
     std::wstring wide(static_cast<size_t>(size), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), size);
+    MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.data(), size);
     wide.pop_back();
     return wide;
 }

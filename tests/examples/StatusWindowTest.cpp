@@ -29,16 +29,34 @@ constexpr const char *printers = R"(
     { "handle": 3, "transport": "USB1", "port": "USB001", "device": "BpdPrinter", "printingMs": 50 },
     { "handle": "0x1001", "transport": "PAR1", "port": "LPT1", "device": "CpdPrinter", "reachable": false } ])";
 
+constexpr const wchar_t *cannotBeReached = L"The printer service cannot be reached. Refresh to try again.";
+
 enum Row { networkPrinter, hostBasedPrinter, usbPrinter, parallelPrinter };
 
 class StatusWindow : public testing::Test {
   protected:
     /// Starts the window in front of the virtual printers and waits until it has found them.
-    void start(const std::string &more = "", const std::filesystem::path &folder = programFolder()) {
-        service_ = std::make_unique<VirtualPrinters>(std::string("{") + printers + more + "}");
+    void start(const std::string &more = "") {
+        startWith(std::string("{") + printers + more + "}", L"4 printers found.");
+    }
+
+    void startWith(const std::string &configuration, const std::wstring &expectedStatus,
+                   const std::filesystem::path &folder = programFolder()) {
+        service_ = std::make_unique<VirtualPrinters>(configuration);
         program_ = std::make_unique<ProgramUnderTest>(folder, L"status_window.exe");
         window_.emplace(program_->processId(), program_->process(), L"KalStatusWindow");
-        ASSERT_TRUE(statusBecomes(folder == programFolder() ? L"4 printers found." : L"0 printers found.")) << status();
+        ASSERT_TRUE(statusBecomes(expectedStatus, 120000)) << status(); // 200 printers on a busy machine
+    }
+
+    void startWithTwoHundredPrinters() {
+        std::string list;
+        for (int number = 1; number <= 200; ++number) {
+            list += (list.empty() ? "" : ",") +
+                    std::string(R"({ "transport": "USB1", "device": "BpdPrinter", "port": "USB)") +
+                    std::to_string(number) + R"(", "handle": )" + std::to_string(number) +
+                    (number % 3 == 0 ? R"(, "reachable": false })" : " }");
+        }
+        startWith(R"({ "printers": [)" + list + "] }", L"200 printers found.");
     }
 
     void TearDown() override {
@@ -52,8 +70,8 @@ class StatusWindow : public testing::Test {
         const std::wstring text = statusText();
         return {text.begin(), text.end()};
     }
-    [[nodiscard]] bool statusBecomes(const std::wstring &text) const {
-        return eventually([&] { return statusText() == text; });
+    [[nodiscard]] bool statusBecomes(const std::wstring &text, DWORD milliseconds = 20000) const {
+        return eventually([&] { return statusText() == text; }, milliseconds);
     }
     [[nodiscard]] HWND printerList() const { return window_->list(L"Printers"); }
     [[nodiscard]] HWND messageList() const { return window_->list(L"Messages"); }
@@ -88,6 +106,21 @@ class StatusWindow : public testing::Test {
     [[nodiscard]] bool printingBegins() const {
         return eventually([&] { return progressPosition() > 0; });
     }
+    /// Has the script around this program take a picture of the screen. @return its bytes as a BMP file
+    [[nodiscard]] static std::string picture(const std::string &name) {
+        const std::string request = pictureRequest();
+        std::ofstream(request + ".new") << name << '\n';
+        std::filesystem::rename(request + ".new", request);
+        if (!eventually([&] { return !std::filesystem::exists(request); })) {
+            ADD_FAILURE() << "no picture was taken";
+        }
+        return readFile(request + ".bmp");
+    }
+    [[nodiscard]] static std::string pictureRequest() {
+        const char *const request = std::getenv("KAL_PICTURE_REQUEST");
+        return request != nullptr ? request : "";
+    }
+
     [[nodiscard]] bool isEnabled(const wchar_t *button) const {
         return IsWindowEnabled(window_->button(button)) != FALSE;
     }
@@ -150,10 +183,39 @@ TEST_F(StatusWindow, WithoutAServiceTheListIsEmpty) {
     for (const char *file : {"status_window.exe", "kalclient.dll"}) {
         std::filesystem::copy_file(programFolder() / file, folder / file);
     }
-    start("", folder.path());
+    startWith(std::string("{") + printers + "}", cannotBeReached, folder.path());
     EXPECT_THAT(window_->rows(printerList()), IsEmpty());
     window_->close();
     EXPECT_EQ(program_->exitCode(), 0u);
+}
+
+TEST_F(StatusWindow, UnreachableServiceIsNotTakenForAServiceWithoutPrinters) {
+    startWith(std::string("{") + printers +
+                  R"(, "entryPoints": { "OrxEnumPrinters": { "code": 1722 }, "OrxOpenPrinter": { "code": 1722 } } })",
+              cannotBeReached);
+}
+
+TEST_F(StatusWindow, ServiceWithoutPrintersIsNotTakenForAnUnreachableOne) {
+    startWith(R"({ "printers": [] })", L"0 printers found.");
+}
+
+TEST_F(StatusWindow, NameInUtf8IsShownAsItIs) {
+    startWith(R"({ "printers": [{ "handle": 3, "transport": "USB1", "port": "B\u00FCro \u2013 \u65E5\u672C",
+                                 "device": "BpdPrinter" }] })",
+              L"1 printer found.");
+    EXPECT_EQ(window_->rows(printerList()).front().front(), L"B\u00FCro \u2013 \u65E5\u672C");
+    EXPECT_NE(window_->control(L"Static", L"B\u00FCro \u2013 \u65E5\u672C: Idle"), nullptr);
+}
+
+TEST_F(StatusWindow, StateHasAPictureOfItsOwn) {
+    start(R"(, "timeline": [{ "printer": "USB001", "from": "registration", "notification": "printingAndError" }])");
+    ASSERT_TRUE(eventually([&] { return window_->rows(printerList())[usbPrinter][4] == L"Error"; }));
+    const int idle = window_->image(printerList(), networkPrinter);
+    const int error = window_->image(printerList(), usbPrinter);
+    const int unreachable = window_->image(printerList(), parallelPrinter);
+    EXPECT_NE(idle, error);
+    EXPECT_NE(idle, unreachable);
+    EXPECT_NE(error, unreachable);
 }
 
 // ------------------------------------------------------------------------------------------------------- messages
@@ -385,7 +447,61 @@ TEST_F(StatusWindow, ClosingUnderAStreamOfAlertsEndsCleanly) {
     EXPECT_EQ(program_->exitCode(), 0u);
 }
 
+TEST_F(StatusWindow, HangingServiceDoesNotKeepTheClosedWindow) {
+    start(R"(, "entryPoints": { "OrxWritePrinter": { "fromCall": 3, "delayMs": 120000 } })");
+    printTestPage();
+    ASSERT_TRUE(printingBegins());
+    window_->close();
+    ASSERT_TRUE(statusBecomes(L"Closing: waiting for the printer service. Close again to end at once."));
+    EXPECT_EQ(program_->exitCode(), 2u);
+}
+
+TEST_F(StatusWindow, SecondCloseDoesNotWaitForTheService) {
+    start(R"(, "entryPoints": { "OrxWritePrinter": { "fromCall": 3, "delayMs": 120000 } })");
+    printTestPage();
+    ASSERT_TRUE(printingBegins());
+    window_->close();
+    window_->close();
+    EXPECT_EQ(program_->exitCode(3000), 2u);
+}
+
+TEST_F(StatusWindow, MessagesOfOtherProgramsDoNoHarm) {
+    start();
+    for (UINT message = WM_APP; message < WM_APP + 32; ++message) {
+        PostMessageW(window_->window(), message, 0, 0);
+        PostMessageW(window_->window(), message, 1, 0);
+        PostMessageW(window_->window(), message, 0x6001, 0x1234);
+    }
+    for (const UINT message : {WM_KAL_DSA, WM_KAL_PRINTERSTATUS, WM_KAL_ENDOFJOB, WM_KAL_WARNINGSEX}) {
+        PostMessageW(window_->window(), message, 0xFFFFFFFF, 0);
+        PostMessageW(window_->window(), message, 0x12346001, 0x1234);
+    }
+    EXPECT_TRUE(window_->answersWithin(10000));
+    EXPECT_FALSE(program_->hasEnded());
+    EXPECT_EQ(window_->rows(printerList()).size(), 4u);
+    printTestPage();
+    EXPECT_TRUE(statusBecomes(L"The test page is printed."));
+}
+
 // --------------------------------------------------------------------------------------------- keyboard and layout
+
+TEST_F(StatusWindow, ListsAndProgressHaveNamesForAScreenReader) {
+    start();
+    EXPECT_EQ(WindowDriver::text(printerList()), L"Printers");
+    EXPECT_EQ(WindowDriver::text(messageList()), L"Messages");
+    EXPECT_EQ(WindowDriver::text(progress()), L"Progress of the test page");
+}
+
+TEST_F(StatusWindow, EnterPressesTheButtonThatHasTheFocus) {
+    start();
+    window_->press(VK_TAB);
+    window_->press(VK_TAB);
+    window_->press(VK_TAB);
+    ASSERT_TRUE(eventually([&] { return window_->focus() == window_->button(L"&Refresh"); }));
+    window_->press(VK_RETURN);
+    EXPECT_TRUE(eventually([&] { return service_->calls("OrxRegisterForAlertsPrinter") == 6; }));
+    EXPECT_EQ(service_->calls("OrxStartJobPrinter"), 0u);
+}
 
 TEST_F(StatusWindow, TabGoesThroughTheControlsInTheirOrder) {
     start();
@@ -495,13 +611,77 @@ TEST_F(StatusWindow, TwiceTheResolutionDoublesTheLayout) {
     EXPECT_EQ(window_->place(printerList()).left, 24);
 }
 
-// -------------------------------------------------------------------------------------------------------- a picture
+// -------------------------------------------------------------------------------------------------------- scroll bars
 
-/// Stands still in the middle of a job and asks the script around this program to look at the screen.
+TEST_F(StatusWindow, NoListHasAHorizontalScrollBar) {
+    startWithTwoHundredPrinters();
+    for (const LONG width : {560, 640, 780, 1000}) {
+        window_->resize(width, 500);
+        for (const HWND list : {printerList(), messageList()}) {
+            EXPECT_EQ(GetWindowLongW(list, GWL_STYLE) & WS_HSCROLL, 0) << width;
+        }
+    }
+    EXPECT_NE(GetWindowLongW(printerList(), GWL_STYLE) & WS_VSCROLL, 0);
+}
+
+TEST_F(StatusWindow, ManyMessagesBringNoHorizontalScrollBar) {
+    start(R"(, "timeline": [{ "printer": "192.0.2.10", "from": "registration", "alert": "tonerLow", "count": 50 }])");
+    ASSERT_TRUE(eventually([&] { return messageCount() == 50; }));
+    ASSERT_NE(GetWindowLongW(messageList(), GWL_STYLE) & WS_VSCROLL, 0);
+    EXPECT_EQ(GetWindowLongW(messageList(), GWL_STYLE) & WS_HSCROLL, 0);
+}
+
+// ----------------------------------------------------------------------------------------------------------- pictures
+
+class StatusWindowPicture : public StatusWindow, public testing::WithParamInterface<UINT> {
+  protected:
+    void SetUp() override {
+        if (pictureRequest().empty()) {
+            GTEST_SKIP() << "no script takes the pictures";
+        }
+    }
+
+    /// Resizes the window, and then has it draw itself from the start: the picture must not change.
+    void expectNothingToRepaint(int width, int height, const std::string &name) {
+        window_->resize(width, height);
+        ASSERT_TRUE(window_->answersWithin(20000));
+        const std::string resized = picture(name);
+        window_->repaint();
+        ASSERT_TRUE(window_->answersWithin(20000));
+        const std::string repainted = picture(name + "-repainted");
+        ASSERT_GT(resized.size(), 1000000u);
+        EXPECT_TRUE(resized == repainted) << name;
+    }
+};
+
+TEST_P(StatusWindowPicture, IsCompleteAfterEveryResize) {
+    startWithTwoHundredPrinters();
+    window_->changeResolution(GetParam(), {0, 0, 850, 640});
+    const std::string name = std::to_string(GetParam()) + "dpi-";
+    const int least = static_cast<int>(560 * GetParam() / 96);
+    expectNothingToRepaint(least, 650, name + "narrow");
+    expectNothingToRepaint(1000, 690, name + "wide");
+    expectNothingToRepaint(least, static_cast<int>(420 * GetParam() / 96), name + "small");
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryResolution, StatusWindowPicture, testing::Values(96u, 144u),
+                         [](const auto &each) { return std::to_string(each.param); });
+
+TEST_F(StatusWindow, StatesAreShownInTheirColours) {
+    if (pictureRequest().empty()) {
+        GTEST_SKIP() << "no script takes the picture";
+    }
+    start(R"(, "timeline": [{ "printer": "USB001", "from": "registration", "notification": "printingAndError" }])");
+    ASSERT_TRUE(eventually([&] { return window_->rows(printerList())[usbPrinter][4] == L"Error"; }));
+    const std::string screen = picture("states");
+    EXPECT_NE(screen.find("\x10\x7C\x10"), std::string::npos) << "green for idle";
+    EXPECT_NE(screen.find("\x1C\x2B\xC4"), std::string::npos) << "red for an error";
+}
+
+/// The picture of the documents, taken during a job.
 TEST_F(StatusWindow, PictureOfAJobIsTaken) {
-    const char *const request = std::getenv("KAL_PICTURE_REQUEST");
-    if (request == nullptr) {
-        GTEST_SKIP() << "nobody is there to take the picture";
+    if (pictureRequest().empty()) {
+        GTEST_SKIP() << "no script takes the picture";
     }
     start(R"(, "entryPoints": { "OrxWritePrinter": [ { "call": 24, "delayMs": 20000 }, { "delayMs": 30 } ] },
              "timeline": [
@@ -513,8 +693,7 @@ TEST_F(StatusWindow, PictureOfAJobIsTaken) {
     window_->press(VK_RETURN); // the focus stays in the list: its selection is seen
     ASSERT_TRUE(eventually([&] { return progressPosition() > 650; }));
     ASSERT_TRUE(messageArrives(L"Printer state", L"Printing"));
-    std::ofstream(request).put('\n');
-    EXPECT_TRUE(eventually([&] { return !std::filesystem::exists(request); }, 15000)) << "no picture was taken";
+    EXPECT_FALSE(picture("").empty());
 }
 
 } // namespace

@@ -127,6 +127,17 @@ std::vector<std::vector<std::wstring>> WindowDriver::rows(HWND list, int mostRow
     return rows;
 }
 
+int WindowDriver::image(HWND list, int row) const {
+    LVITEMW item = {};
+    item.mask = LVIF_IMAGE;
+    item.iItem = row;
+    const RemoteMemory memory(process_, sizeof item);
+    memory.write(item);
+    SendMessageW(list, LVM_GETITEMW, 0, reinterpret_cast<LPARAM>(memory.address()));
+    memory.read(0, item);
+    return item.iImage;
+}
+
 void WindowDriver::select(HWND list, int row) const {
     LVITEMW item = {};
     item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
@@ -181,6 +192,10 @@ void WindowDriver::changeResolution(UINT resolution, const RECT &place) const {
     constexpr UINT resolutionChanged = 0x02E0; // WM_DPICHANGED, which headers for older systems lack
     SendMessageW(window_, resolutionChanged, MAKEWPARAM(resolution, resolution),
                  reinterpret_cast<LPARAM>(memory.address()));
+}
+
+void WindowDriver::repaint() const {
+    RedrawWindow(window_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
 }
 
 bool WindowDriver::answersWithin(UINT milliseconds) const {

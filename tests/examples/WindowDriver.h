@@ -27,6 +27,8 @@ class WindowDriver {
 
     [[nodiscard]] static std::wstring text(HWND control);
     [[nodiscard]] std::vector<std::vector<std::wstring>> rows(HWND list, int mostRows = 1000) const;
+    /// Index of the picture of a row.
+    [[nodiscard]] int image(HWND list, int row) const;
     void select(HWND list, int row) const;
     static void click(HWND button);
     /// Presses a key for the control that has the focus, as the keyboard does.
@@ -39,6 +41,8 @@ class WindowDriver {
     void resize(int width, int height) const;
     /// What the system sends when the window comes to a monitor of another resolution.
     void changeResolution(UINT resolution, const RECT &place) const;
+    /// Has the window and all its controls draw themselves from the start.
+    void repaint() const;
     /// Whether the window's thread takes messages.
     [[nodiscard]] bool answersWithin(UINT milliseconds) const;
     void close() const;

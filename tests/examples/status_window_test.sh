@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the tests of the status window on a screen of their own and keeps a picture of it.
+# Runs the tests of the status window on a screen of their own and takes the pictures that they request.
 # Usage: status_window_test.sh WINE-RUN TEST-PROGRAM PICTURE [arguments of the test program]
 # Ends what it started, by process id, and nothing else.
 set -euo pipefail
@@ -52,9 +52,11 @@ desktop=$!
 while kill -0 "$desktop" 2>/dev/null; do
   if [ -e "$scratch/request" ]; then
     sleep 0.5 # what was asked to be drawn is drawn
+    name=$(tr -d '\r\n' <"$scratch/request") # none for the picture of the documents
     import -window root "$scratch/screen.png"
     mkdir -p "$(dirname "$picture")"
-    convert "$scratch/screen.png" -trim +repage -strip "$picture"
+    convert "$scratch/screen.png" -trim +repage -strip "${picture%.png}${name:+-$name}.png"
+    convert "$scratch/screen.png" -type truecolor "bmp3:$scratch/request.bmp" # for the test to look at
     rm "$scratch/request"
   fi
   sleep 0.1
