@@ -30,7 +30,7 @@ void collectPrinter(const PortInfoRecord *record) {
     printer.handle = record->handle;
     printer.deviceClass = record->deviceClass;
     printer.portType = record->portType;
-    // The second name: unlike the first it is never cut short, and goes on behind the record when it is long.
+    // The second name is never truncated, unlike the first. A long name continues after the end of the record.
     printer.port = fromUtf8(reinterpret_cast<const char *>(record) + KAL_SECOND_NAME_OFFSET);
     const std::lock_guard guard(foundLock);
     found.push_back(std::move(printer));
@@ -133,8 +133,8 @@ void PrinterService::capture(const Printer &printer) {
     }
     captured_.push_back(printer.handle);
 
-    // Notifications: state changes and the true end of jobs. Mode 2 opens the printer once more. When it fails the
-    // window merely hears less; what it leaves open is closed at the release.
+    // Notifications: state changes and the true end of jobs. Mode 2 opens the printer again. If it fails, the window
+    // only receives fewer messages. The release closes what it leaves open.
     KalSetJobControlMode(0, printer.handle, 2);
 
     // Messages tell of changes only: the state to begin with is asked for, and after the registration, so that a
@@ -244,8 +244,8 @@ std::vector<uint8_t> PrinterService::fetchAlert(uint16_t alertId) {
         const int32_t result = KalQueryAlerts(0, alertId, 0, 0, bytes.data(), &size);
         const bool isTooSmall = size > bytes.size();
         bytes.resize(result == KAL_OKAY || isTooSmall ? size : 0);
-        // Too small a buffer is told by the size that is needed, as the result too; an unknown id by KAL_FAIL with
-        // the size as it was. A needed size of 1 looks like KAL_FAIL: the size decides, not the result.
+        // If the buffer is too small, the size and the result are the needed size. If the id is unknown, the result is
+        // KAL_FAIL and the size is unchanged. A needed size of 1 looks like KAL_FAIL, so compare the size.
         if (!isTooSmall) {
             return bytes;
         }
