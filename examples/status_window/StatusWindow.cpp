@@ -246,7 +246,10 @@ void StatusWindow::onNews(news::PrinterFound &found) {
 }
 
 void StatusWindow::onNews(const news::StateChanged &change) {
-    setState(change.handle, change.state);
+    const Printer *const printer = findPrinter(change.handle);
+    if (printer != nullptr && printer->state == PrinterState::unknown) { // a message that came first is newer
+        setState(change.handle, change.state);
+    }
 }
 
 void StatusWindow::onNews(const news::SearchEnds &end) {
