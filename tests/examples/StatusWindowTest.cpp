@@ -633,6 +633,40 @@ TEST_F(StatusWindow, ManyMessagesBringNoHorizontalScrollBar) {
 
 // ----------------------------------------------------------------------------------------------------------- pictures
 
+class StatusWindowPicture : public StatusWindow, public testing::WithParamInterface<UINT> {
+  protected:
+    void SetUp() override {
+        if (pictureRequest().empty()) {
+            GTEST_SKIP() << "no script takes the pictures";
+        }
+    }
+
+    /// Resizes the window, and then has it draw itself from the start: the picture must not change.
+    void expectNothingToRepaint(int width, int height, const std::string &name) {
+        window_->resize(width, height);
+        ASSERT_TRUE(window_->answersWithin(20000));
+        const std::string resized = picture(name);
+        window_->repaint();
+        ASSERT_TRUE(window_->answersWithin(20000));
+        const std::string repainted = picture(name + "-repainted");
+        ASSERT_GT(resized.size(), 1000000u);
+        EXPECT_TRUE(resized == repainted) << name;
+    }
+};
+
+TEST_P(StatusWindowPicture, IsCompleteAfterEveryResize) {
+    startWithTwoHundredPrinters();
+    window_->changeResolution(GetParam(), {0, 0, 850, 640});
+    const std::string name = std::to_string(GetParam()) + "dpi-";
+    const int least = static_cast<int>(560 * GetParam() / 96);
+    expectNothingToRepaint(least, 650, name + "narrow");
+    expectNothingToRepaint(1000, 690, name + "wide");
+    expectNothingToRepaint(least, static_cast<int>(420 * GetParam() / 96), name + "small");
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryResolution, StatusWindowPicture, testing::Values(96u, 144u),
+                         [](const auto &each) { return std::to_string(each.param); });
+
 TEST_F(StatusWindow, StatesAreShownInTheirColours) {
     if (pictureRequest().empty()) {
         GTEST_SKIP() << "no script takes the picture";
