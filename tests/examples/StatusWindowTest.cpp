@@ -208,7 +208,8 @@ TEST_F(StatusWindow, NameInUtf8IsShownAsItIs) {
 }
 
 TEST_F(StatusWindow, StateHasAPictureOfItsOwn) {
-    start(R"(, "timeline": [{ "printer": "USB001", "from": "registration", "notification": "printingAndError" }])");
+    start(R"(, "timeline": [{ "printer": "USB001", "from": "registration", "afterMs": 500,
+              "notification": "printingAndError" }])");
     ASSERT_TRUE(eventually([&] { return window_->rows(printerList())[usbPrinter][4] == L"Error"; }));
     const int idle = window_->image(printerList(), networkPrinter);
     const int error = window_->image(printerList(), usbPrinter);
@@ -671,7 +672,8 @@ TEST_F(StatusWindow, StatesAreShownInTheirColours) {
     if (pictureRequest().empty()) {
         GTEST_SKIP() << "no script takes the picture";
     }
-    start(R"(, "timeline": [{ "printer": "USB001", "from": "registration", "notification": "printingAndError" }])");
+    start(R"(, "timeline": [{ "printer": "USB001", "from": "registration", "afterMs": 500,
+              "notification": "printingAndError" }])");
     ASSERT_TRUE(eventually([&] { return window_->rows(printerList())[usbPrinter][4] == L"Error"; }));
     const std::string screen = picture("states");
     EXPECT_NE(screen.find("\x10\x7C\x10"), std::string::npos) << "green for idle";
