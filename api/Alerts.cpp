@@ -7,7 +7,6 @@
 #include "api/DeviceProperties.h"
 #include "api/kal.h"
 #include "comc/Properties.h"
-#include "platform/MadeAtLoad.h"
 #include "platform/Mutex.h"
 #include "service/OrxClient.h"
 
@@ -44,10 +43,10 @@ class AlertWindowMap {
 
 AlertWindowMap alertWindows;
 AlertStore alertStore;
-MadeAtLoad<Mutex> alertIdLock(false, "", false); ///< held while nextAlertId is read and raised
+ProcessMutex alertIdLock; ///< held while nextAlertId is read and raised
 std::atomic<uint16_t> nextAlertId = 0;
-MadeAtLoad<Mutex> captureLock(false, "", false); ///< guards captureCounts
-std::map<uint16_t, uint32_t> captureCounts;      ///< successful captures that are not released, by printer handle
+ProcessMutex captureLock;                   ///< guards captureCounts
+std::map<uint16_t, uint32_t> captureCounts; ///< successful captures that are not released, by printer handle
 
 uint16_t takeAlertId() {
     const ScopedMutex guard(alertIdLock.get());

@@ -1,10 +1,15 @@
 #include "bench/ImportCounter.h"
 
+#include "tests/support/ImportTable.h"
+
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
 
 namespace bench {
+
+using kal::test::Import;
+using kal::test::ImportTable;
 
 /// A counter, the function behind it, and code that raises the one and jumps to the other.
 struct ImportCounter::Thunk {
@@ -25,13 +30,6 @@ bool isCode(const void *address) {
     return VirtualQuery(address, &information, sizeof information) != 0 && (information.Protect & 0xF0) != 0;
 }
 
-void setSlot(void **slot, void *value) {
-    DWORD protection = 0;
-    VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
-    *slot = value;
-    VirtualProtect(slot, sizeof *slot, protection, &protection);
-}
-
 } // namespace
 
 ImportCounter::ImportCounter(HMODULE module) {
@@ -41,36 +39,28 @@ ImportCounter::ImportCounter(HMODULE module) {
     if (thunks_ == nullptr) {
         throw std::runtime_error("no memory for the import counters");
     }
-    auto *const base = reinterpret_cast<uint8_t *>(module);
-    const auto *const dos = reinterpret_cast<const IMAGE_DOS_HEADER *>(base);
-    const auto *const headers = reinterpret_cast<const IMAGE_NT_HEADERS64 *>(base + dos->e_lfanew);
-    const IMAGE_DATA_DIRECTORY &directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    for (auto *import = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR *>(base + directory.VirtualAddress);
-         import->Name != 0; ++import) {
-        const auto *name = reinterpret_cast<const IMAGE_THUNK_DATA64 *>(base + import->OriginalFirstThunk);
-        auto **slot = reinterpret_cast<void **>(base + import->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-            if (IMAGE_SNAP_BY_ORDINAL64(name->u1.Ordinal) || !isCode(*slot)) {
-                continue;
-            }
-            if (count_ == mostThunks) {
-                throw std::runtime_error("more imports than counters");
-            }
-            Thunk &thunk = thunks_[count_];
-            thunk.function = *slot;
-            std::memcpy(thunk.code, countAndJump, sizeof countAndJump);
-            const auto *const byName = reinterpret_cast<const IMAGE_IMPORT_BY_NAME *>(base + name->u1.AddressOfData);
-            thunkOfName_[byName->Name] = count_;
-            originals_[slot] = *slot;
-            setSlot(slot, thunk.code);
-            ++count_;
+    const ImportTable imports(module);
+    imports.eachFunction([&](const Import &import) {
+        imports.resolve(import);
+        if (!isCode(*import.slot)) {
+            return;
         }
-    }
+        if (count_ == mostThunks) {
+            throw std::runtime_error("more imports than counters");
+        }
+        Thunk &thunk = thunks_[count_];
+        thunk.function = *import.slot;
+        std::memcpy(thunk.code, countAndJump, sizeof countAndJump);
+        thunkOfName_[import.name] = count_;
+        originals_[import.slot] = *import.slot;
+        ImportTable::write(import.slot, thunk.code);
+        ++count_;
+    });
 }
 
 ImportCounter::~ImportCounter() {
     for (const auto &[slot, original] : originals_) {
-        setSlot(slot, original);
+        ImportTable::write(slot, original);
     }
     // The counters stay: a thread may still be on its way through one.
 }

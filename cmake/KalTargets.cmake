@@ -1,11 +1,69 @@
 # Functions that define each kind of target in one place.
 
-# kal_optimise(TARGET): optimises like the library itself, one level below CMake's release default. Most time goes into
-# system calls, and the DLL is a third smaller.
+if(MINGW AND CMAKE_CROSSCOMPILING)
+  find_program(KAL_LLD ld.lld REQUIRED DOC "LLVM's linker")
+  find_program(KAL_DLLTOOL llvm-dlltool REQUIRED DOC "Makes the import libraries from which LLVM's linker can delay imports")
+endif()
+
+# kal_optimise(TARGET): optimises like the library itself, for size. Most time goes into system calls, and loading takes time
+# per page.
 function(kal_optimise target)
   if(NOT MSVC)
-    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O2>)
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Os>)
   endif()
+endfunction()
+
+# kal_link_with_lld(TARGET): links with LLVM's linker where it is found, otherwise with the compiler's own.
+function(kal_link_with_lld target)
+  if(KAL_LLD)
+    target_link_options(${target} PRIVATE "SHELL:-wrapper \"${PROJECT_SOURCE_DIR}/cmake/link-with-lld\"")
+  endif()
+endfunction()
+
+# kal_lean_image(TARGET): few sections, each of which is on pages of its own in the file as in memory. So the system maps
+# the file instead of copying it. KAL_FILE_ALIGNMENT=512 gives the smallest file.
+set(KAL_FILE_ALIGNMENT 4096 CACHE STRING "Alignment of the sections in the shipped files that are linked with LLVM's linker")
+function(kal_lean_image target)
+  kal_link_with_lld(${target})
+  if(KAL_LLD)
+    target_link_options(${target} PRIVATE -Wl,--file-alignment=${KAL_FILE_ALIGNMENT} -Wl,-Xlink=-merge:.pdata=.rdata
+                        -Wl,-Xlink=-merge:.xdata=.rdata -Wl,-Xlink=-merge:.CRT=.rdata -Wl,-Xlink=-merge:.didat=.rdata)
+  endif()
+endfunction()
+
+# kal_delay_imports(TARGET DLL...): the target loads these system DLLs at the first call of one of their functions, by
+# platform/DelayedImports.cpp. GNU's linker cannot do that and imports them as usual.
+function(kal_delay_imports target)
+  if(MSVC)
+    target_link_libraries(${target} PRIVATE kal_delayed_imports)
+    foreach(dll ${ARGN})
+      target_link_options(${target} PRIVATE /DELAYLOAD:${dll}.dll)
+    endforeach()
+  elseif(KAL_LLD)
+    target_link_libraries(${target} PRIVATE kal_delayed_imports)
+    foreach(dll ${ARGN})
+      set(library "${PROJECT_BINARY_DIR}/delayed/lib${dll}.a")
+      if(NOT EXISTS "${library}")
+        kal_import_library(${dll} "${library}")
+      endif()
+      # Options come before every library, so that these names are found here first.
+      target_link_options(${target} PRIVATE "${library}" -Wl,--delayload=${dll}.dll)
+    endforeach()
+  endif()
+endfunction()
+
+# kal_import_library(DLL FILE): LLVM's import library of a system DLL, with the names of GNU's.
+function(kal_import_library dll file)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=lib${dll}.a OUTPUT_VARIABLE original
+                  OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${CMAKE_NM} --defined-only --extern-only "${original}" OUTPUT_VARIABLE symbols ERROR_QUIET
+                  COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL " T [A-Za-z0-9_]+" names "${symbols}")
+  list(TRANSFORM names REPLACE " T " "  ")
+  list(JOIN names "\n" names)
+  cmake_path(GET file PARENT_PATH folder)
+  file(WRITE "${folder}/${dll}.def" "LIBRARY ${dll}.dll\nEXPORTS\n${names}\n")
+  execute_process(COMMAND ${KAL_DLLTOOL} -m i386:x86-64 -d "${folder}/${dll}.def" -l "${file}" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
 # kal_without_exceptions(TARGET): for a module that must not link the C++ runtime. Exceptions of other modules still pass.
@@ -73,10 +131,6 @@ function(kal_stage target)
   endforeach()
 endfunction()
 
-if(MINGW AND CMAKE_CROSSCOMPILING)
-  find_program(KAL_LLD ld.lld DOC "LLVM's linker, which links the test programs")
-endif()
-
 # kal_add_test(NAME ...): add_test, in a lane of the run: one core and one Wine (scripts/test). The time limit is for tests that
 # hang, so it is far above what any test takes on a busy machine.
 function(kal_add_test keyword name)
@@ -98,9 +152,7 @@ function(kal_test_program name)
     # In such a group, the compiler treats each file as a header.
     target_compile_options(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
   endif()
-  if(KAL_LLD)
-    target_link_options(${name} PRIVATE "SHELL:-wrapper \"${PROJECT_SOURCE_DIR}/cmake/link-with-lld\"")
-  endif()
+  kal_link_with_lld(${name})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} kal_compiler gtest_main gmock)
   if(arg_DEPENDS)

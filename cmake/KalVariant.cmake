@@ -41,7 +41,7 @@ function(kal_variant)
       kal_exercise(${target})
     endforeach()
   endforeach()
-  set(library kal_platform kal_thread_local_slot kal_settings_rules kal_settings kal_logging_rules kal_logging kal_service_rules kal_service
+  set(library kal_platform kal_compiler_runtime kal_delayed_imports kal_settings_rules kal_settings kal_logging_rules kal_logging kal_service_rules kal_service
               kal_api_rules kal_api)
   if(KAL_MUTATION)
     foreach(target ${library})

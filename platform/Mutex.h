@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/MadeAtFirstUse.h"
 #include "platform/ScopedHandle.h"
 
 #include <atomic>
@@ -37,6 +38,16 @@ class Mutex {
     std::string name_;
     uint32_t holdCount_ = 0;                ///< touched by the owning thread only
     std::atomic<uint32_t> ownerThread_ = 0; ///< the last thread that acquired; read by others in release()
+};
+
+/// An unnamed Mutex of the process, made when it is first acquired.
+class ProcessMutex {
+  public:
+    /// Throws "Mutex::createMutex() CreateMutex failed"; the next use tries again.
+    [[nodiscard]] Mutex &get() { return mutex_.get(false, "", false); }
+
+  private:
+    MadeAtFirstUse<Mutex> mutex_;
 };
 
 /// Holds an unnamed Mutex for the duration of a block.

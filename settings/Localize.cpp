@@ -1,7 +1,6 @@
 #include "settings/Localize.h"
 
 #include "platform/Exception.h"
-#include "platform/MadeAtLoad.h"
 #include "platform/Mutex.h"
 #include "settings/KeyPaths.h"
 #include "settings/ModulePaths.h"
@@ -12,7 +11,7 @@ namespace kal {
 
 namespace {
 
-MadeAtLoad<Mutex> creation(false, "", false);
+ProcessMutex creation;
 std::atomic<bool> created = false;
 const Localize *instance = nullptr; ///< written under creation, before created is set
 

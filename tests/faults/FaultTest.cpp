@@ -358,6 +358,27 @@ INSTANTIATE_TEST_SUITE_P(Faults, Scenario,
                                           testing::Values(LogState::on, LogState::keyMissing)),
                          testName);
 
+/// A freshly loaded library, to which no alert came yet.
+class LockOfAlerts : public testing::Test {
+  protected:
+    LockOfAlerts() {
+        sharedBench().enter(LogState::keyMissing);
+        sharedBench().renew();
+    }
+    ~LockOfAlerts() override { bench.reset(); }
+
+    static std::string outcome(const std::string &scenario, const Fault &fault) {
+        return sharedBench()
+            .run(*std::ranges::find(sharedBench().scenarios(), scenario, &ExportScenario::name), fault)
+            .outcome;
+    }
+};
+
+TEST_F(LockOfAlerts, ThatCannotBeMadeRefusesTheAlertAndTheNextIsTaken) {
+    EXPECT_EQ(outcome("alert to message", {"CreateMutexA", 1, false}), "1");
+    EXPECT_EQ(outcome("alert to message", {}), "0");
+}
+
 /// Says at the end what was tried, and how often, and which rows of the tables were not: nothing to mind unless all
 /// parts of a thorough run say so.
 class Report : public testing::Environment {

@@ -52,23 +52,6 @@ DWORD countThreads() {
     return count;
 }
 
-/// The slot of thread-local storage that would be given out next.
-DWORD nextSlot() {
-    const DWORD slot = TlsAlloc();
-    TlsFree(slot);
-    return slot;
-}
-
-// A client loads the library again after each idle time, so a leaked slot per load would soon use up all slots.
-TEST(SimulatorUnload, TakesNoSlotOfThreadLocalStorageWithIt) {
-    { LoadedSimulator first; }
-    const DWORD before = nextSlot();
-    for (int load = 0; load < 20; ++load) {
-        LoadedSimulator again;
-    }
-    EXPECT_EQ(nextSlot(), before);
-}
-
 TEST(SimulatorUnload, IdleLibraryIsGoneAtOnce) {
     LoadedSimulator simulator;
     simulator.unload();

@@ -1,66 +1,62 @@
 #include "tests/support/ImportHook.h"
 
+#include "tests/support/ImportTable.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace kal::test {
 
-namespace {
-
-const IMAGE_IMPORT_DESCRIPTOR *firstImport(const char *base) {
-    const auto *dos = reinterpret_cast<const IMAGE_DOS_HEADER *>(base);
-    const auto *headers = reinterpret_cast<const IMAGE_NT_HEADERS64 *>(base + dos->e_lfanew);
-    const auto &entry = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    return reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR *>(base + entry.VirtualAddress);
-}
-
-/// Visits each function that is imported by name, with the location of its address.
-template <class Visit>
-void eachImport(HMODULE module, Visit visit) {
-    auto *base = reinterpret_cast<char *>(module);
-    for (const auto *library = firstImport(base); library->Name != 0; ++library) {
-        const auto *named = reinterpret_cast<const IMAGE_THUNK_DATA64 *>(base + library->OriginalFirstThunk);
-        auto *bound = reinterpret_cast<IMAGE_THUNK_DATA64 *>(base + library->FirstThunk);
-        for (; named->u1.AddressOfData != 0; ++named, ++bound) {
-            if (IMAGE_SNAP_BY_ORDINAL64(named->u1.Ordinal))
-                continue;
-            const auto *import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME *>(base + named->u1.AddressOfData);
-            visit(reinterpret_cast<const char *>(import->Name), reinterpret_cast<void **>(&bound->u1.Function));
-        }
-    }
-}
-
-} // namespace
-
 void **findImport(HMODULE module, const char *name) {
+    const ImportTable table(module);
     void **found = nullptr;
-    eachImport(module, [&](const char *imported, void **place) {
-        if (found == nullptr && std::strcmp(imported, name) == 0)
-            found = place;
+    table.eachFunction([&](const Import &import) {
+        if (found == nullptr && std::strcmp(import.name, name) == 0) {
+            table.resolve(import);
+            found = import.slot;
+        }
     });
     return found;
 }
 
 std::vector<std::string> importedFunctions(HMODULE module) {
     std::vector<std::string> names;
-    eachImport(module, [&](const char *imported, void **) { names.emplace_back(imported); });
+    ImportTable(module).eachFunction([&](const Import &import) { names.emplace_back(import.name); });
+    return names;
+}
+
+std::vector<std::string> delayedFunctions(HMODULE module) {
+    std::vector<std::string> names;
+    ImportTable(module).eachFunction([&](const Import &import) {
+        if (import.isDelayed)
+            names.emplace_back(import.name);
+    });
     return names;
 }
 
 std::vector<std::string> importedLibraries(HMODULE module) {
-    const auto *base = reinterpret_cast<const char *>(module);
     std::vector<std::string> names;
-    for (const auto *library = firstImport(base); library->Name != 0; ++library)
-        names.emplace_back(base + library->Name);
+    ImportTable(module).eachLibrary([&](const char *name, bool) { names.emplace_back(name); });
     return names;
 }
 
+std::vector<std::string> delayedLibraries(HMODULE module) {
+    std::vector<std::string> names;
+    ImportTable(module).eachLibrary([&](const char *name, bool isDelayed) {
+        if (isDelayed)
+            names.emplace_back(name);
+    });
+    return names;
+}
+
+void resolveDelayedImports(HMODULE module) {
+    const ImportTable table(module);
+    table.eachFunction([&](const Import &import) { table.resolve(import); });
+}
+
 void writeImport(void **place, void *address) {
-    DWORD protection = 0;
-    VirtualProtect(place, sizeof *place, PAGE_READWRITE, &protection);
-    *place = address;
-    VirtualProtect(place, sizeof *place, protection, &protection);
+    ImportTable::write(place, address);
 }
 
 void awaitZero(const std::atomic<int> &threadsInside, const char *name) noexcept {

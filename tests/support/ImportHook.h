@@ -14,14 +14,21 @@
 namespace kal::test {
 
 /// The location in a module's import table with the address of the imported function; null if the module does not
-/// import it. Searches all imported libraries.
+/// import it. Searches all imported libraries. A delayed import is resolved first.
 void **findImport(HMODULE module, const char *name);
 
-/// Names of the libraries in the module's import table.
+/// Names of the libraries that the module imports, at load and delayed.
 std::vector<std::string> importedLibraries(HMODULE module);
+/// Those that are loaded at the first call.
+std::vector<std::string> delayedLibraries(HMODULE module);
 
-/// Names of the functions in the module's import table, in table order.
+/// Names of the functions that the module imports, at load and delayed, in table order.
 std::vector<std::string> importedFunctions(HMODULE module);
+/// Those whose library is loaded at the first call.
+std::vector<std::string> delayedFunctions(HMODULE module);
+
+/// Gives each delayed import its address, as the first calls would.
+void resolveDelayedImports(HMODULE module);
 
 /// Writes an address into the import table, whose page is normally read-only.
 void writeImport(void **place, void *address);

@@ -1,5 +1,7 @@
 #include "tests/support/StagedLibrary.h"
 
+#include "tests/support/ImportHook.h"
+
 namespace kal::test {
 
 namespace {
@@ -29,6 +31,7 @@ StagedLibrary::StagedLibrary(ComcFile comc, const std::string &fileName) {
     module_ = LoadLibraryA((folder_ / fileName).string().c_str());
     if (module_ == nullptr)
         throw std::runtime_error("cannot load " + fileName + ": " + std::to_string(GetLastError()));
+    resolveDelayedImports(module_);
 }
 
 StagedLibrary::~StagedLibrary() {

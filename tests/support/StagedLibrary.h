@@ -33,6 +33,8 @@ inline constexpr const char *realComcName = "comc-real.dll";
 /// Puts the selected comc.dll into the folder.
 void stageComc(const TemporaryFolder &folder, ComcFile comc);
 
+/// Its delayed imports have their addresses, so that a test sees the same calls whether the library was used before or
+/// not.
 class StagedLibrary {
   public:
     explicit StagedLibrary(ComcFile comc = ComcFile::recording, const std::string &fileName = "kalclient.dll");

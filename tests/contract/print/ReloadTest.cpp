@@ -1,4 +1,4 @@
-// A program may load and free the library as often as it likes.
+// A program may load and free the library any number of times. tests/reload counts memory and handles.
 
 #include "api/kal.h"
 #include "tests/support/ImportHook.h"
@@ -18,10 +18,10 @@ using testing::ElementsAre;
 
 namespace {
 
-/// The slot of thread-local storage that the next TlsAlloc would return.
+/// The slot of fiber-local storage that the next FlsAlloc would return.
 DWORD nextSlot() {
-    const DWORD slot = TlsAlloc();
-    TlsFree(slot);
+    const DWORD slot = FlsAlloc(nullptr);
+    FlsFree(slot);
     return slot;
 }
 
@@ -34,27 +34,27 @@ void WINAPI deleteSection(CRITICAL_SECTION *section) {
 }
 
 BOOL WINAPI freeSlot(DWORD slot) {
-    callsAtTheEnd.emplace_back("TlsFree");
-    return TlsFree(slot);
+    callsAtTheEnd.emplace_back("FlsFree");
+    return FlsFree(slot);
 }
 
 } // namespace
 
 // The destructors of static objects may still need it.
-TEST(Reload, SlotOfThreadLocalStorageIsFreedAfterEveryStaticObjectIsDestroyed) {
+TEST(Reload, SlotOfFiberLocalStorageIsFreedAfterEveryStaticObjectIsDestroyed) {
     std::optional<StagedLibrary> library(std::in_place);
     EXPECT_ANY_THROW(library->function<decltype(KalClose)>("KalClose")(0, 5)); // takes the slot
     // No hook that is restored at its end: by then the library is gone.
     writeImport(findImport(library->module(), "DeleteCriticalSection"), reinterpret_cast<void *>(&deleteSection));
-    writeImport(findImport(library->module(), "TlsFree"), reinterpret_cast<void *>(&freeSlot));
+    writeImport(findImport(library->module(), "FlsFree"), reinterpret_cast<void *>(&freeSlot));
     callsAtTheEnd.clear();
     library.reset();
     EXPECT_THAT(callsAtTheEnd, testing::Contains("DeleteCriticalSection"));
-    EXPECT_THAT(callsAtTheEnd, testing::Contains("TlsFree").Times(1));
-    EXPECT_EQ(callsAtTheEnd.back(), "TlsFree");
+    EXPECT_THAT(callsAtTheEnd, testing::Contains("FlsFree").Times(1));
+    EXPECT_EQ(callsAtTheEnd.back(), "FlsFree");
 }
 
-TEST(Reload, TakesNoSlotOfThreadLocalStorageWithIt) {
+TEST(Reload, TakesNoSlotOfFiberLocalStorageWithIt) {
     { const StagedLibrary first; }
     const DWORD before = nextSlot();
     for (int load = 0; load < 20; ++load) {
@@ -79,7 +79,7 @@ TEST(Reload, WritesIntoNoSlotButTheOneItTook) {
     const DWORD next = nextSlot();
     const StagedLibrary library;
     std::set<DWORD> written;
-    const ImportHook<"TlsSetValue", BOOL(DWORD, void *)> write(library.module(), [&](DWORD slot, void *value) {
+    const ImportHook<"FlsSetValue", BOOL(DWORD, void *)> write(library.module(), [&](DWORD slot, void *value) {
         written.insert(slot);
         return write.original(slot, value);
     });
