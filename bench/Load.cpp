@@ -1,66 +1,122 @@
-// What loading the library costs, against a DLL of the same tool chain that does nothing.
+// One way of loading a library, in a process of its own: system libraries stay loaded after the first time, and would
+// hide what the next one costs. scripts/measure-loading runs it. Nothing but the kernel is imported.
+//
+//   load nothing                         ends at once
+//   load first LIBRARY                   the time of the first load
+//   load cycle LIBRARY ROUNDS EXPORT...  the median time to load, call the exports with 0, and free
+//   load hold LIBRARY                    loads, writes "ready" and waits for the end of its input
+//   load alerts LIBRARY COUNT            the same after so many alerts came to a window
+//
+// Times are printed in microseconds.
 
-#include "bench/Program.h"
-#include "bench/Timing.h"
+#include "api/kal.h"
+#include "comc/comc.h"
 
 #include <windows.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
-#include <initializer_list>
-#include <stdexcept>
-#include <string>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
 
 namespace {
 
-constexpr double blockMicroseconds = 200'000;
+double microseconds() {
+    LARGE_INTEGER count;
+    LARGE_INTEGER frequency;
+    QueryPerformanceCounter(&count);
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(count.QuadPart) * 1e6 / static_cast<double>(frequency.QuadPart);
+}
 
 HMODULE load(const char *name) {
     const HMODULE module = LoadLibraryA(name);
     if (module == nullptr) {
-        throw std::runtime_error(std::string("cannot load ") + name);
+        std::fprintf(stderr, "cannot load %s: %lu\n", name, GetLastError());
+        std::exit(1);
     }
     return module;
 }
 
-/// Loads, looks exports up and calls them, as a program does that begins to use a library, and frees.
-void loadAndCall(const char *name, std::initializer_list<const char *> exports) {
-    const HMODULE module = load(name);
-    for (const char *exported : exports) {
-        // Who takes no argument does not look at it.
-        reinterpret_cast<uint16_t (*)(uint16_t)>(reinterpret_cast<void *>(GetProcAddress(module, exported)))(0);
+template <class Function>
+Function *find(HMODULE module, const char *name) {
+    const FARPROC found = GetProcAddress(module, name);
+    if (found == nullptr) {
+        std::fprintf(stderr, "no export %s\n", name);
+        std::exit(1);
     }
-    FreeLibrary(module);
+    return reinterpret_cast<Function *>(reinterpret_cast<void *>(found));
 }
 
-nlohmann::json describe(const char *what, const bench::Comparison &measured) {
-    std::printf("%-48s %12.2f %12.2f %7.3f %7.3f-%.3f\n", what, measured.floor, measured.subject, measured.ratio,
-                measured.low, measured.high);
-    return {{"what", what},
-            {"floorMicroseconds", measured.floor},
-            {"libraryMicroseconds", measured.subject},
-            {"ratio", measured.ratio},
-            {"lowerQuartile", measured.low},
-            {"upperQuartile", measured.high}};
+int measureFirst(const char *library) {
+    const double begin = microseconds();
+    load(library);
+    std::printf("%.1f\n", microseconds() - begin);
+    return 0;
 }
 
-nlohmann::json measure(const char *what, std::initializer_list<const char *> exports,
-                       std::initializer_list<const char *> floorExports) {
-    return describe(what, bench::compare([=] { loadAndCall("kalclient.dll", exports); },
-                                         [=] { loadAndCall("empty.dll", floorExports); }, [] {}, blockMicroseconds));
+int measureCycle(const char *library, int rounds, char **exports) {
+    std::vector<double> times;
+    for (int round = 0; round < rounds; ++round) {
+        const double begin = microseconds();
+        const HMODULE module = load(library);
+        for (char **name = exports; *name != nullptr; ++name) {
+            find<uint16_t(uint16_t)>(module, *name)(0); // a function without arguments does not look at it
+        }
+        FreeLibrary(module);
+        times.push_back(microseconds() - begin);
+    }
+    std::nth_element(times.begin(), times.begin() + rounds / 2, times.end());
+    std::printf("%.2f\n", times[static_cast<size_t>(rounds) / 2]);
+    return 0;
 }
 
-nlohmann::json measureAll() {
-    // Initialize finds its work done by the loading; what a program pays that registers first is the last row.
-    return {
-        measure("load and free", {}, {}),
-        measure("load, first call (Initialize), free", {"Initialize"}, {"answer"}),
-        measure("load, KalRegisterApp and KalUnregisterApp, free", {"KalRegisterApp", "KalUnregisterApp"},
-                {"answer", "answer"}),
-    };
+int waitReady() {
+    std::puts("ready");
+    std::fflush(stdout);
+    while (std::getchar() != EOF) {
+    }
+    return 0;
+}
+
+int holdAlerts(const char *library, uint32_t count) {
+    const HMODULE module = load(library);
+    find<decltype(KalRegisterApp)>(module, "KalRegisterApp")(0);
+    find<decltype(KalOpen)>(module, "KalOpen")(0, 3, 0);
+    const uint32_t everyAlert = 0xFFFF;
+    find<decltype(KalCaptureAlerts)>(module, "KalCaptureAlerts")(0, 3, &everyAlert, module); // no window of that handle
+    const auto deliver = find<OrxAlertCallback()>(GetModuleHandleA("comc.dll"), "BenchAlertCallback")();
+    static const uint8_t alert[24] = {0xA5, 0, 21, 0, 0xF0, 0x73, 0, 0, 0, 0, 2};
+    for (uint32_t at = 0; at < count; ++at) {
+        if (deliver(3, alert, sizeof alert) != 0) {
+            std::fprintf(stderr, "an alert was refused\n");
+            return 1;
+        }
+    }
+    return waitReady();
 }
 
 } // namespace
 
 int main(int argumentCount, char **arguments) {
-    return bench::runProgram(argumentCount, arguments, measureAll);
+    const char *const mode = argumentCount > 1 ? arguments[1] : "";
+    if (std::strcmp(mode, "nothing") == 0) {
+        return 0;
+    }
+    if (std::strcmp(mode, "first") == 0 && argumentCount == 3) {
+        return measureFirst(arguments[2]);
+    }
+    if (std::strcmp(mode, "cycle") == 0 && argumentCount >= 4) {
+        return measureCycle(arguments[2], std::atoi(arguments[3]), arguments + 4);
+    }
+    if (std::strcmp(mode, "hold") == 0 && argumentCount == 3) {
+        load(arguments[2]);
+        return waitReady();
+    }
+    if (std::strcmp(mode, "alerts") == 0 && argumentCount == 4) {
+        return holdAlerts(arguments[2], static_cast<uint32_t>(std::atoi(arguments[3])));
+    }
+    return 2;
 }
