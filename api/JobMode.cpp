@@ -1,4 +1,4 @@
-#include "api/Alerts.h"
+#include "api/AlertCallbacks.h"
 #include "api/CallFrame.h"
 #include "api/kal.h"
 #include "comc/Properties.h"

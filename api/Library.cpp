@@ -1,6 +1,6 @@
 #include "api/Library.h"
 
-#include "api/Alerts.h"
+#include "api/CapturedAlerts.h"
 #include "api/kal.h"
 #include "platform/CriticalSection.h"
 #include "platform/Exception.h"

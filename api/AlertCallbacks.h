@@ -18,7 +18,4 @@ uint32_t KalNotificationCallback(uint32_t handle, uint32_t category, uint32_t no
 /// @param[out] message     receives the window message to post
 [[nodiscard]] bool statusWindowAlert(const uint8_t *alert, uint32_t length, uint32_t *message) noexcept;
 
-/// Restarts the alert ids at 0.
-void resetAlertIds() noexcept;
-
 } // namespace kal
