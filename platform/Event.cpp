@@ -5,6 +5,12 @@
 
 namespace kal {
 
+namespace {
+
+enum ThrowSite : uint32_t { setFailed = 70, waitFailed = 145 };
+
+} // namespace
+
 Event::Event(bool manualReset, bool initialState, const std::string &name, bool everyoneAccess) : name_(name) {
     if (everyoneAccess) {
         SecurityEveryone everyone(false);
@@ -27,7 +33,7 @@ HANDLE Event::createEvent(SECURITY_ATTRIBUTES *securityAttributes, bool manualRe
 void Event::set() {
     if (!SetEvent(handle_.get())) {
         lastError_ = GetLastError();
-        throw Win32Exception("Event::set() failed", lastError_, ".\\Event", 70);
+        throw Win32Exception("Event::set() failed", lastError_, ".\\Event", setFailed);
     }
 }
 
@@ -36,7 +42,7 @@ bool Event::wait(uint32_t timeoutMilliseconds) {
     case WAIT_OBJECT_0:
         return !cancelled_.exchange(false);
     case WAIT_FAILED:
-        throwLastError("Event::wait() failed", ".\\Event", 145);
+        throwLastError("Event::wait() failed", ".\\Event", waitFailed);
     default:
         return false;
     }

@@ -25,7 +25,7 @@ class Exception {
 
   public:
     std::string file; ///< ".\" and the source's name without extension; may be empty
-    uint32_t line;    ///< 0 if there is none
+    uint32_t line;    ///< fixed identifier of the throw site, not a place in the source (Thread: real line); 0 if none
 };
 
 /// An Exception whose text includes the system's message for its code.

@@ -6,9 +6,15 @@
 
 namespace kal {
 
+namespace {
+
+enum ThrowSite : uint32_t { withoutName = 16 };
+
+} // namespace
+
 InterProcessLock::InterProcessLock(Mutex &mutex) : mutex_(mutex) {
     if (mutex.name().empty()) {
-        throw Win32Exception("InterProcessLock has no name", 0, ".\\InterProcessLock", 16);
+        throw Win32Exception("InterProcessLock has no name", 0, ".\\InterProcessLock", withoutName);
     }
     static_cast<void>(mutex.acquire(waitWithoutTimeout));
 }

@@ -5,6 +5,12 @@
 
 namespace kal {
 
+namespace {
+
+enum ThrowSite : uint32_t { releaseFailed = 70, waitFailed = 103, createFailed = 120 };
+
+} // namespace
+
 Mutex::Mutex(bool initialOwner, const std::string &name, bool everyoneAccess) : name_(name) {
     if (everyoneAccess) {
         SecurityEveryone everyone(false);
@@ -18,7 +24,7 @@ HANDLE Mutex::createMutex(SECURITY_ATTRIBUTES *securityAttributes, bool initialO
     const HANDLE handle =
         CreateMutexA(securityAttributes, initialOwner ? TRUE : FALSE, name.empty() ? nullptr : name.c_str());
     if (handle == nullptr) {
-        throwLastError("Mutex::createMutex() CreateMutex failed", ".\\Mutex", 120);
+        throwLastError("Mutex::createMutex() CreateMutex failed", ".\\Mutex", createFailed);
     }
     if (initialOwner) {
         countHold();
@@ -43,7 +49,7 @@ bool Mutex::acquire(uint32_t timeoutMilliseconds) {
     case WAIT_TIMEOUT:
         return false;
     default:
-        throwLastError("Mutex::acquire() WaitForSingleObject failed", ".\\Mutex", 103);
+        throwLastError("Mutex::acquire() WaitForSingleObject failed", ".\\Mutex", waitFailed);
     }
 }
 
@@ -55,7 +61,7 @@ void Mutex::release() {
     for (uint32_t held = holdCount_; held != 0; --held) {
         --holdCount_;
         if (!ReleaseMutex(handle_.get())) {
-            throwLastError("Mutex::release() ReleaseMutex failed", ".\\Mutex", 70);
+            throwLastError("Mutex::release() ReleaseMutex failed", ".\\Mutex", releaseFailed);
         }
     }
 }

@@ -8,6 +8,8 @@ namespace kal {
 
 namespace {
 
+enum ThrowSite : uint32_t { plainVersionFailed = 234, extendedVersionFailed = 244 };
+
 static_assert(sizeof(OSVERSIONINFOEXA) == 156 && sizeof(OSVERSIONINFOA) == 148);
 
 bool readVersion(OSVERSIONINFOEXA &record) noexcept {
@@ -26,12 +28,13 @@ const MadeAtLoad<OsVersion> madeAtLoad;
 OsVersion::OsVersion() : record_{} {
     record_.dwOSVersionInfoSize = sizeof(OSVERSIONINFOA);
     if (!readVersion(record_)) {
-        throwLastError("OsVersion::OsVersion(): GetVersionEx failed", ".\\OsVersion", 234);
+        throwLastError("OsVersion::OsVersion(): GetVersionEx failed", ".\\OsVersion", plainVersionFailed);
     }
     if (isNt5OrLater()) {
         record_.dwOSVersionInfoSize = sizeof(OSVERSIONINFOEXA);
         if (!readVersion(record_)) {
-            throwLastError("OsVersion::OsVersion(): GetVersionEx failed with OSVERSIONINFOEX", ".\\OsVersion", 244);
+            throwLastError("OsVersion::OsVersion(): GetVersionEx failed with OSVERSIONINFOEX", ".\\OsVersion",
+                           extendedVersionFailed);
         }
     }
 }

@@ -7,6 +7,12 @@
 
 namespace kal {
 
+namespace {
+
+enum ThrowSite : uint32_t { getDaclFailed = 66, setSecurityInfoFailed = 84, setObjectSecurityFailed = 102 };
+
+} // namespace
+
 Security::Security()
     : attributes_{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE}, enabled_(OsVersion::instance().isNtPlatform()) {}
 
@@ -15,7 +21,7 @@ void Security::doApply(HANDLE kernelObject) {
         return;
     }
     if (!SetKernelObjectSecurity(kernelObject, DACL_SECURITY_INFORMATION, attributes_.lpSecurityDescriptor)) {
-        throwLastError("Security::doApply() SetKernelObjectSecurity failed ", ".\\Security", 102);
+        throwLastError("Security::doApply() SetKernelObjectSecurity failed ", ".\\Security", setObjectSecurityFailed);
     }
 }
 
@@ -27,12 +33,13 @@ void Security::doApply(HKEY registryKey) {
     BOOL defaulted = FALSE;
     ACL *list = nullptr;
     if (!GetSecurityDescriptorDacl(attributes_.lpSecurityDescriptor, &present, &list, &defaulted)) {
-        throwLastError("Security::doApply() GetSecurityDescriptorDacl failed ", ".\\Security", 66);
+        throwLastError("Security::doApply() GetSecurityDescriptorDacl failed ", ".\\Security", getDaclFailed);
     }
     const DWORD result =
         SetSecurityInfo(registryKey, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, list, nullptr);
     if (result != ERROR_SUCCESS) {
-        throw Win32Exception("Security::doApply() SetSecurityInfo failed ", result, ".\\Security", 84);
+        throw Win32Exception("Security::doApply() SetSecurityInfo failed ", result, ".\\Security",
+                             setSecurityInfoFailed);
     }
 }
 

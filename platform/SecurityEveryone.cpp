@@ -9,6 +9,16 @@ namespace kal {
 
 namespace {
 
+enum ThrowSite : uint32_t {
+    initializeDescriptorFailed = 60,
+    allocateSidFailed = 79,
+    getAceFailed = 92,
+    sidInvalid = 115,
+    initializeAclFailed = 137,
+    addAceFailed = 143,
+    setDaclFailed = 149
+};
+
 static_assert(sizeof(SECURITY_DESCRIPTOR) == 40 && sizeof(SECURITY_ATTRIBUTES) == 24);
 
 constexpr const char *file = ".\\SecurityEveryone";
@@ -20,7 +30,7 @@ uint32_t accessListSize(std::span<PSID const> sids) {
     uint32_t size = sizeof(ACL);
     for (PSID const sid : sids) {
         if (!IsValidSid(sid)) {
-            throwLastError("SecurityEveryone::SecurityEveryone() IsValidSid failed", file, 115);
+            throwLastError("SecurityEveryone::SecurityEveryone() IsValidSid failed", file, sidInvalid);
         }
         size += static_cast<uint32_t>(sizeof(ACCESS_ALLOWED_ACE) - sizeof(DWORD) + GetLengthSid(sid));
     }
@@ -44,7 +54,7 @@ SecurityEveryone::SecurityEveryone(bool inheritable) {
 void SecurityEveryone::makeDescriptor() {
     descriptor_ = std::make_unique<SECURITY_DESCRIPTOR>();
     if (!InitializeSecurityDescriptor(descriptor_.get(), SECURITY_DESCRIPTOR_REVISION)) {
-        throwLastError(descriptorFailed, file, 60);
+        throwLastError(descriptorFailed, file, initializeDescriptorFailed);
     }
 }
 
@@ -52,7 +62,8 @@ void SecurityEveryone::makeSid() {
     SID_IDENTIFIER_AUTHORITY world = {{0, 0, 0, 0, 0, 1}};
     PSID sid = nullptr;
     if (!AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, &sid)) {
-        throwLastError("SecurityEveryone::setSecurityIdEveryone() AllocateAndInitializeSid failed", file, 79);
+        throwLastError("SecurityEveryone::setSecurityIdEveryone() AllocateAndInitializeSid failed", file,
+                       allocateSidFailed);
     }
     sid_.reset(sid);
 }
@@ -63,20 +74,20 @@ void SecurityEveryone::makeAccessList() {
     acl_ = std::make_unique<std::byte[]>(size);
     ACL *const list = reinterpret_cast<ACL *>(acl_.get());
     if (!InitializeAcl(list, size, ACL_REVISION)) {
-        throwLastError(descriptorFailed, file, 137);
+        throwLastError(descriptorFailed, file, initializeAclFailed);
     }
     if (!AddAccessAllowedAce(list, ACL_REVISION, GENERIC_ALL, sid_.get())) {
-        throwLastError(descriptorFailed, file, 143);
+        throwLastError(descriptorFailed, file, addAceFailed);
     }
     if (!SetSecurityDescriptorDacl(descriptor_.get(), TRUE, list, FALSE)) {
-        throwLastError(descriptorFailed, file, 149);
+        throwLastError(descriptorFailed, file, setDaclFailed);
     }
 }
 
 void SecurityEveryone::makeInheritable() {
     void *entry = nullptr;
     if (!GetAce(reinterpret_cast<ACL *>(acl_.get()), 0, &entry)) {
-        throwLastError(descriptorFailed, file, 92);
+        throwLastError(descriptorFailed, file, getAceFailed);
     }
     ACE_HEADER &header = *static_cast<ACE_HEADER *>(entry);
     header.AceFlags = static_cast<BYTE>(header.AceFlags | CONTAINER_INHERIT_ACE);

@@ -11,6 +11,8 @@ namespace kal {
 
 namespace {
 
+enum ThrowSite : uint32_t { moduleFileNameFailed = 33, localIdFailed = 45 };
+
 ProcessMutex creation;
 std::atomic<bool> created = false;
 const Localize *instance = nullptr; ///< written under creation, before created is set
@@ -44,12 +46,12 @@ const Localize &Localize::getInstance() {
 Localize::Localize(HMODULE module) : module_(module) {
     char buffer[pathBufferSize] = {};
     if (GetModuleFileNameA(module, buffer, sizeof buffer) == 0) {
-        throw Win32Exception("Localize::Localize(): GetModuleFileName failed", 0, ".\\Localize", 33);
+        throw Win32Exception("Localize::Localize(): GetModuleFileName failed", 0, ".\\Localize", moduleFileNameFailed);
     }
     fileName_.assign(buffer, strnlen(buffer, sizeof buffer));
     char brandCode[pathBufferSize] = {};
     if (!brandCodeOfModule(module, brandCode)) {
-        throw Win32Exception("Localize::Localize(): GetLocalId failed", 0, ".\\Localize", 45);
+        throw Win32Exception("Localize::Localize(): GetLocalId failed", 0, ".\\Localize", localIdFailed);
     }
     localId_ = brandCode;
     productRoot_ = productRootOf(localId_);

@@ -8,6 +8,23 @@ namespace kal {
 
 namespace {
 
+enum ThrowSite : uint32_t {
+    childNotListed = 98,
+    valueNotListed = 131,
+    valueNotDeleted = 147,
+    numberNotRead = 200,
+    textSizeNotRead = 234,
+    textNotRead = 251,
+    numberNotSet = 276,
+    textNotSet = 298,
+    keyToDeleteNotOpened = 323,
+    keyNotDeleted = 347,
+    bytesNotRead = 484,
+    bytesNotSet = 513,
+    keyNotOpened = 566,
+    keyNotCreated = 591
+};
+
 constexpr DWORD nameBufferSize = 260;
 
 [[noreturn]] void fail(const char *message, LSTATUS code, uint32_t line) {
@@ -117,7 +134,7 @@ void RegistryKey64::regCreateKeyEx(const std::string &path, HKEY root) {
     const LSTATUS code = RegCreateKeyExA(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, access_,
                                          everyone.securityAttributes(), &opened, nullptr);
     if (code != ERROR_SUCCESS) {
-        fail("RegistryKey64::regCreateKeyEx()", code, 591);
+        fail("RegistryKey64::regCreateKeyEx()", code, keyNotCreated);
     }
     handle_ = opened;
 }
@@ -133,7 +150,7 @@ void RegistryKey64::open(const std::string &path, bool createIfMissing, HKEY roo
         return;
     }
     if (!createIfMissing) {
-        fail("RegistryKey64::regOpenKeyEx()", code, 566);
+        fail("RegistryKey64::regOpenKeyEx()", code, keyNotOpened);
     }
     regCreateKeyEx(path, root);
 }
@@ -150,17 +167,18 @@ bool RegistryKey64::getValue(const std::string &name, uint32_t &value) const {
     }
     // A longer value of another type does not fit into the number. The wrong type is the error to report.
     if ((code == ERROR_SUCCESS || code == ERROR_MORE_DATA) && type != REG_DWORD) {
-        failWrongType(message, code, 200);
+        failWrongType(message, code, numberNotRead);
     }
     if (code != ERROR_SUCCESS) {
-        fail(message, code, 200);
+        fail(message, code, numberNotRead);
     }
     value = number;
     return true;
 }
 
 bool RegistryKey64::getValue(const std::string &name, std::string &value) const {
-    constexpr ReadFailure failure = {"RegistryKey64::getValue() ", 234, "RegistryKey64::getValue(string) ", 251};
+    constexpr ReadFailure failure = {"RegistryKey64::getValue() ", textSizeNotRead, "RegistryKey64::getValue(string) ",
+                                     textNotRead};
     std::vector<uint8_t> bytes;
     if (!readBytes(handle_, name, REG_SZ, REG_EXPAND_SZ, failure, bytes)) {
         return false;
@@ -173,7 +191,7 @@ bool RegistryKey64::getValue(const std::string &name, std::string &value) const 
 
 bool RegistryKey64::getValue(const std::string &name, std::vector<uint8_t> &value) const {
     constexpr const char *message = "RegistryKey64::getValue(binary)";
-    constexpr ReadFailure failure = {message, 484, message, 484};
+    constexpr ReadFailure failure = {message, bytesNotRead, message, bytesNotRead};
     std::vector<uint8_t> bytes;
     if (!readBytes(handle_, name, REG_BINARY, REG_BINARY, failure, bytes)) {
         return false;
@@ -186,7 +204,7 @@ void RegistryKey64::setValue(const std::string &name, uint32_t value) const {
     const LSTATUS code =
         RegSetValueExA(handle_, name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE *>(&value), sizeof value);
     if (code != ERROR_SUCCESS) {
-        fail("RegistryKey64::setValue(ulong): Unable to set ", code, 276);
+        fail("RegistryKey64::setValue(ulong): Unable to set ", code, numberNotSet);
     }
 }
 
@@ -194,7 +212,7 @@ void RegistryKey64::setValue(const std::string &name, const std::string &value) 
     const LSTATUS code = RegSetValueExA(handle_, name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE *>(value.c_str()),
                                         static_cast<DWORD>(value.size() + 1));
     if (code != ERROR_SUCCESS) {
-        fail("RegistryKey64::setValue(string): Unable to set ", code, 298);
+        fail("RegistryKey64::setValue(string): Unable to set ", code, textNotSet);
     }
 }
 
@@ -202,28 +220,30 @@ void RegistryKey64::setValue(const std::string &name, const uint8_t *bytes, uint
     const LSTATUS code = RegSetValueExA(handle_, name.c_str(), 0, REG_BINARY, bytes, count);
     if (code != ERROR_SUCCESS) {
         // Deliberately the message of the string setter; the line number differs.
-        fail("RegistryKey64::setValue(string): Unable to set ", code, 513);
+        fail("RegistryKey64::setValue(string): Unable to set ", code, bytesNotSet);
     }
 }
 
 void RegistryKey64::deleteValue(const std::string &name) const {
     const LSTATUS code = RegDeleteValueA(handle_, name.c_str());
     if (code != ERROR_SUCCESS) {
-        fail("RegistryKey64::deleteValue()", code, 147);
+        fail("RegistryKey64::deleteValue()", code, valueNotDeleted);
     }
 }
 
 std::vector<std::string> RegistryKey64::getChildrenNames(size_t limit) const {
-    return namesByIndex("RegistryKey64::getChildrenNames()", 98, limit, [&](DWORD index, char *name, DWORD *size) {
-        return RegEnumKeyExA(handle_, index, name, size, nullptr, nullptr, nullptr, nullptr);
-    });
+    return namesByIndex("RegistryKey64::getChildrenNames()", childNotListed, limit,
+                        [&](DWORD index, char *name, DWORD *size) {
+                            return RegEnumKeyExA(handle_, index, name, size, nullptr, nullptr, nullptr, nullptr);
+                        });
 }
 
 std::vector<std::string> RegistryKey64::getValueNames() const {
     // The single colon is deliberate: released libraries have it.
-    return namesByIndex("RegistryKey64:getValueNames()", 131, SIZE_MAX, [&](DWORD index, char *name, DWORD *size) {
-        return RegEnumValueA(handle_, index, name, size, nullptr, nullptr, nullptr, nullptr);
-    });
+    return namesByIndex("RegistryKey64:getValueNames()", valueNotListed, SIZE_MAX,
+                        [&](DWORD index, char *name, DWORD *size) {
+                            return RegEnumValueA(handle_, index, name, size, nullptr, nullptr, nullptr, nullptr);
+                        });
 }
 
 void RegistryKey64::recurseDeleteKey(const std::string &subkey, HKEY container) {
@@ -236,7 +256,7 @@ void RegistryKey64::recurseDeleteKey(const std::string &subkey, HKEY container) 
             return;
         }
         if (code != ERROR_SUCCESS) {
-            fail("RegistryKey64::recurseDeleteKey() RegOpenKey()", code, 323);
+            fail("RegistryKey64::recurseDeleteKey() RegOpenKey()", code, keyToDeleteNotOpened);
         }
         // The index stays the same as long as children can be deleted. It increases past a child that remains:
         // "SOFTWARE", a link without a target, or a name that the code page cannot express.
@@ -261,7 +281,7 @@ void RegistryKey64::recurseDeleteKey(const std::string &subkey, HKEY container) 
     }
     const LSTATUS code = RegDeleteKeyA(container, subkey.c_str());
     if (code != ERROR_SUCCESS) {
-        fail("RegistryKey64::recurseDeleteKey() RegDeleteKey()", code, 347);
+        fail("RegistryKey64::recurseDeleteKey() RegDeleteKey()", code, keyNotDeleted);
     }
 }
 
