@@ -7,7 +7,7 @@ namespace recording {
 
 namespace {
 
-constexpr size_t mostTextBytes = 32 * 1024;
+constexpr size_t mostTextBytes = size_t{32} * 1024;
 
 const char *at(uint64_t address) {
     return reinterpret_cast<const char *>(static_cast<uintptr_t>(address));

@@ -38,7 +38,7 @@ struct CaptureHost {
 using PieceSink = std::function<void(std::string_view argument, uint64_t offset, std::string hex)>;
 
 /// Larger buffers are recorded in chunks of this size, so that lines and memory use stay limited.
-inline constexpr size_t mostInlineBytes = 32 * 1024;
+inline constexpr size_t mostInlineBytes = size_t{32} * 1024;
 
 /// JSON form of values that are neither numbers nor strings:
 ///

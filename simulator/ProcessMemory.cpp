@@ -18,7 +18,7 @@ ProcessMemory::ProcessMemory(uint64_t identity) {
     wchar_t name[64];
     std::swprintf(name, sizeof name / sizeof *name, L"Local\\comc-simulator-%lu", GetCurrentProcessId());
     const HANDLE section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Content), name);
-    const bool isNew = section && GetLastError() != ERROR_ALREADY_EXISTS;
+    const bool isNew = section != nullptr && GetLastError() != ERROR_ALREADY_EXISTS;
     content_ =
         section ? static_cast<Content *>(MapViewOfFile(section, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(Content))) : nullptr;
     // The first handle is never closed, so that the section exists until the process exits.
@@ -46,7 +46,7 @@ uint32_t ProcessMemory::countCall(std::string_view entryPoint) noexcept {
 
 bool ProcessMemory::isFirstReport() noexcept {
     const std::lock_guard hold(lock_);
-    return !content_ || content_->isReported++ == 0;
+    return content_ == nullptr || content_->isReported++ == 0;
 }
 
 } // namespace simulator

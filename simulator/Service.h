@@ -73,7 +73,7 @@ class Service {
     [[nodiscard]] uint32_t findJob(uint32_t handle, std::shared_ptr<PrintJob> &job);
     /// Removes the job from the handle, unless the handle has another job by now.
     void dropJob(uint32_t handle, const std::shared_ptr<PrintJob> &job);
-    void reportEnd(const PrinterConfiguration &printer);
+    void reportEnd(const PrinterConfiguration &found);
 
     const LoadedConfiguration loaded_;
     Log log_;

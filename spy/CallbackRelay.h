@@ -20,6 +20,6 @@ struct RelayedCallback {
 
 /// Records a callback and calls the client's function. Each relay calls this; Recorder.cpp defines it.
 uint64_t relayCallback(uint32_t number, comc::ArgumentKind kind, AnyFunction *function,
-                       const uint64_t (&words)[comc::mostWords]);
+                       const uint64_t (&arguments)[comc::mostWords]);
 
 } // namespace spy

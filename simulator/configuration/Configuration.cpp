@@ -7,6 +7,7 @@
 #include "simulator/configuration/NotificationNames.h"
 
 #include <algorithm>
+#include <array>
 
 namespace simulator {
 
@@ -30,7 +31,8 @@ BidiRule readBidiRule(const Reader &reader, const JsonValue &value) {
     const auto *answer = members.find("answer");
     const auto *text = members.find("answerText");
     const auto *whole = members.find("response");
-    if ((answer != nullptr) + (text != nullptr) + (whole != nullptr) > 1) {
+    const auto given = std::array{answer, text, whole};
+    if (std::count(given.begin(), given.end(), nullptr) < 2) {
         members.fail("a bidi answer has one of \"answer\", \"answerText\" and \"response\"");
     }
     if (answer) {

@@ -19,7 +19,7 @@ std::string printable(const fs::path &path) {
 }
 
 fs::path pathOf(const std::string &utf8) {
-    return fs::path(std::u8string(utf8.begin(), utf8.end()));
+    return {std::u8string(utf8.begin(), utf8.end())};
 }
 
 std::optional<std::string> readText(const fs::path &file) {

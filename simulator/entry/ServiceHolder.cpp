@@ -11,7 +11,7 @@ Lock lock; // guards the service
 /// Never destroyed: at process exit the service's threads no longer run and may have left its locks held.
 union Holder {
     Holder() noexcept : service() {}
-    ~Holder() {}
+    ~Holder() {} // NOLINT(modernize-use-equals-default): a defaulted one would be deleted
     std::shared_ptr<Service> service;
 } holder;
 

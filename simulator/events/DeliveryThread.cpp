@@ -22,7 +22,7 @@ struct Scheduled {
 
 constexpr DWORD journalIntervalMs = 50;
 constexpr DWORD intervalWithoutEventMs = 10;
-constexpr uint64_t longestJournalDelayMs = 24 * 60 * 60 * 1000; // limits what a wrong clock or line can cause
+constexpr uint64_t longestJournalDelayMs = uint64_t{24} * 60 * 60 * 1000; // limits what a wrong clock or line can cause
 
 /// The system's tick count is too coarse: its steps are as long as the intervals of a fast burst.
 uint64_t steadyMs() noexcept {
@@ -113,7 +113,7 @@ void DeliveryThread::post(PrinterEvent event, uint32_t afterMs, uint32_t count, 
 void DeliveryThread::start() {
     const std::lock_guard hold(startLock_);
     if (!thread_ && !state_->isStopping) {
-        const auto module = referenceThisModule();
+        auto *const module = referenceThisModule();
         auto argument = std::make_unique<std::shared_ptr<State>>(state_);
         thread_ = Handle(CreateThread(nullptr, 0, &DeliveryThread::run, argument.get(), 0, nullptr));
         if (thread_) {

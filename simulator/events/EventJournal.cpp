@@ -34,7 +34,8 @@ void EventJournal::append(const PrinterEvent &event, uint32_t afterMs) noexcept 
             file.close();
             // Start again with an empty file. Readers notice that it is shorter and read it from the start.
             Handle(CreateFileW(file_.c_str(), GENERIC_WRITE, shareAll, nullptr, TRUNCATE_EXISTING,
-                               FILE_ATTRIBUTE_NORMAL, nullptr));
+                               FILE_ATTRIBUTE_NORMAL, nullptr))
+                .close();
             file = Handle(CreateFileW(file_.c_str(), FILE_APPEND_DATA, shareAll, nullptr, OPEN_ALWAYS,
                                       FILE_ATTRIBUTE_NORMAL, nullptr));
         }

@@ -77,7 +77,7 @@ std::vector<EventLine> EventLineReader::take(std::string_view piece) {
     unfinished_ += piece;
     std::vector<EventLine> lines;
     std::string_view rest = unfinished_;
-    for (auto end = rest.find('\n'); end != rest.npos; end = rest.find('\n')) {
+    for (auto end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
         if (auto line = readEventLine(rest.substr(0, end))) {
             lines.push_back(std::move(*line));
         }

@@ -82,7 +82,7 @@ uint32_t RawTcpConnection::connect() {
 }
 
 /// Reads and ignores what the printer sends. @return whether the connection is still open.
-bool RawTcpConnection::isTaken() noexcept {
+bool RawTcpConnection::isTaken() const noexcept {
     for (;;) {
         char ignored[512];
         const int received = recv(socket_, ignored, sizeof ignored, 0);

@@ -26,7 +26,7 @@ class RawTcpConnection {
     void abort() noexcept;
 
   private:
-    [[nodiscard]] bool isTaken() noexcept;
+    [[nodiscard]] bool isTaken() const noexcept;
     void close() noexcept;
 
     RawTcpTarget target_;
