@@ -85,7 +85,8 @@ bool takeComponent(std::string_view &line, std::string_view &component) {
     }
     // A name longer than the column is not truncated. In both cases one space follows.
     const size_t column = std::max(length, componentWidth);
-    if (line.size() <= column || line.substr(length, column + 1 - length).find_first_not_of(' ') != line.npos) {
+    if (line.size() <= column ||
+        line.substr(length, column + 1 - length).find_first_not_of(' ') != std::string_view::npos) {
         return false;
     }
     component = line.substr(0, length);
@@ -95,7 +96,7 @@ bool takeComponent(std::string_view &line, std::string_view &component) {
 
 std::string_view trimmed(std::string_view text) {
     const size_t begin = text.find_first_not_of(' ');
-    if (begin == text.npos) {
+    if (begin == std::string_view::npos) {
         return {};
     }
     return text.substr(begin, text.find_last_not_of(" ,") + 1 - begin);
@@ -179,7 +180,7 @@ std::optional<CallText> matchExit(std::string_view exitText, std::string_view en
 CallText splitExit(std::string_view exitText) {
     exitText.remove_prefix(exitText.starts_with('-') ? 1 : 0);
     const size_t label = exitText.rfind(resultLabel);
-    if (label == exitText.npos) {
+    if (label == std::string_view::npos) {
         return {exitText, std::nullopt};
     }
     return {exitText.substr(0, label), exitText.substr(label + resultLabel.size())};
@@ -194,12 +195,12 @@ std::string_view callName(std::string_view description) {
 std::vector<CallArgument> callArguments(std::string_view description) {
     std::vector<CallArgument> arguments;
     const size_t parenthesis = description.find("()");
-    if (parenthesis == description.npos) {
+    if (parenthesis == std::string_view::npos) {
         return arguments;
     }
     const std::string_view text = description.substr(parenthesis + 2);
     size_t valueBegin = 0;
-    for (size_t equals = text.find('='); equals != text.npos; equals = text.find('=', equals + 1)) {
+    for (size_t equals = text.find('='); equals != std::string_view::npos; equals = text.find('=', equals + 1)) {
         size_t labelEnd = 0;
         const size_t begin = labelBegin(text, equals, labelEnd);
         // Not a label, so this equals sign is part of a value ("key=a=b").
@@ -241,7 +242,7 @@ bool isFailure(const LogLine &line) {
         break;
     }
     for (const std::string_view sign : {"failed", "exception", "orxClient=NULL", " = NULL", "KAL_FAIL"}) {
-        if (line.text.find(sign) != line.text.npos) {
+        if (line.text.find(sign) != std::string_view::npos) {
             return true;
         }
     }

@@ -22,7 +22,7 @@ constexpr size_t deepestIndentation = 100;
 bool LogFilter::accepts(const LogLine &line) const {
     return (!processId || line.processId == processId) && (!threadId || line.threadId == threadId) &&
            (component.empty() || kal::equalIgnoringCase(line.component, component)) &&
-           (text.empty() || line.text.find(text) != line.text.npos);
+           (text.empty() || line.text.find(text) != std::string_view::npos);
 }
 
 std::string LogView::show(std::string_view rawLine) {

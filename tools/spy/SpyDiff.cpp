@@ -95,7 +95,7 @@ using Match = std::pair<size_t, size_t>;
 /// The longest common subsequence, by dynamic programming, without the equal beginning and end. If the table would be
 /// too large, elements at equal positions are compared.
 std::vector<Match> matchesOf(const std::vector<size_t> &left, const std::vector<size_t> &right) {
-    constexpr size_t largestTable = 64 * 1024 * 1024;
+    constexpr size_t largestTable = size_t{64} * 1024 * 1024;
     std::vector<Match> matches;
     size_t begin = 0;
     while (begin < std::min(left.size(), right.size()) && left[begin] == right[begin]) {

@@ -3,7 +3,7 @@
 namespace tool {
 
 void LineSplitter::feed(std::string_view block) {
-    for (size_t lineEnd = block.find('\n'); lineEnd != block.npos; lineEnd = block.find('\n')) {
+    for (size_t lineEnd = block.find('\n'); lineEnd != std::string_view::npos; lineEnd = block.find('\n')) {
         if (rest_.empty()) {
             handOut(block.substr(0, lineEnd));
         } else {
