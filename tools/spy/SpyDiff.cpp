@@ -145,6 +145,7 @@ std::vector<Match> matchesOf(const std::vector<size_t> &left, const std::vector<
 
 std::vector<size_t> hashesOf(const std::vector<ComparedItem> &items) {
     std::vector<size_t> hashes;
+    hashes.reserve(items.size());
     for (const auto &item : items) {
         hashes.push_back(std::hash<std::string>{}(item.name + jsonLine(item.content)));
     }
