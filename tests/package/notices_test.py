@@ -3,6 +3,7 @@
 
 For each shipped binary the map says which parts of which Debian packages are in it. kal.spdx.json names exactly these, and
 THIRD-PARTY-NOTICES.txt leads from each to the notice of its package, word for word."""
+import functools
 import json
 import pathlib
 import re
@@ -11,12 +12,13 @@ import sys
 import unittest
 import urllib.parse
 
+COMPILER = "x86_64-w64-mingw32-g++-posix"
 # The map of each shipped binary, in BUILD_DIR/link-maps.
 MAPS = {"bin/kalclient.dll": "kalclient", "bin/kal.exe": "kal", "simulator/comc.dll": "comc_simulator",
         "spy/comc.dll": "spy_front", "spy/comc-recorder.dll": "spy_recorder"}
 # Which part a linked file belongs to, by the file's name; the first that fits.
 PARTS_OF_FILES = [(r"libstdc\+\+\.a", "libstdc++"), (r"libgcc(_eh)?\.a|crt(begin|end)\.o", "libgcc"),
-                  (r"lib(win)?pthread\.a", "winpthreads"), (r"dllcrt2\.o|crt2\.o|lib\w+\.a", "mingw-w64-crt")]
+                  (r"lib(win)?pthread\.a", "winpthreads"), (r"dllcrt2\.o|crt2\.o|lib[\w-]+\.a", "mingw-w64-crt")]
 # Packages that are headers only leave sections with their names in the project's own object files.
 NAMESPACES = {"N8nlohmann": "nlohmann-json", "N3CLI": "CLI11"}
 # Where headers come from: the compiler, Windows and its C library, and those packages.
@@ -24,14 +26,33 @@ HEADER_FOLDERS = {"/usr/lib/gcc/x86_64-w64-mingw32", "/usr/share/mingw-w64/inclu
 NOT_SHIPPED = ("tests/", "bench/", "googletest/")
 
 
+@functools.cache
+def archive_of_member() -> dict[str, str]:
+    """The archive of each object file in the compiler's and Windows' libraries; of the first that has a file of this name."""
+    folders = [pathlib.Path(subprocess.run([COMPILER, f"-print-file-name={library}"], capture_output=True, text=True,
+                                           check=True).stdout.strip()).parent for library in ("libstdc++.a", "libkernel32.a")]
+    archives = {}
+    for archive in [path for folder in folders for path in sorted(folder.glob("*.a"))]:
+        members = subprocess.run([COMPILER.replace("g++-posix", "ar"), "t", archive], capture_output=True, text=True).stdout
+        for member in members.splitlines():
+            archives.setdefault(member, str(archive))
+    return archives
+
+
 class LinkMap:
-    """The sections that the linker put into one binary."""
+    """The sections that GNU's or LLVM's linker put into one binary."""
 
     def __init__(self, path: pathlib.Path):
-        _, found, placed = path.read_text().partition("\nLinker script and memory map\n")
-        assert found, f"{path} is not a map of GNU's linker"
-        self.sections = [(name, file) for name, size, file in
-                         re.findall(r"^ (\S+)\s+0x[0-9a-f]+ +0x([0-9a-f]+) (\S.*)$", placed, re.MULTILINE) if int(size, 16)]
+        text = path.read_text()
+        _, is_gnu, placed = text.partition("\nLinker script and memory map\n")
+        row = (r"^ (?P<section>\S+)\s+0x[0-9a-f]+ +0x(?P<size>[0-9a-f]+) (?P<file>\S.*)$" if is_gnu
+               else r"^[0-9a-f]{8} (?P<size>[0-9a-f]{8}) +\d+ +(?P<file>\S.*):\((?P<section>[^()]+)\)$")
+        self.sections = [(each["section"], each["file"]) for each in re.finditer(row, placed if is_gnu else text, re.MULTILINE)
+                         if int(each["size"], 16)]
+        assert self.sections, f"{path} is not a map of either linker"
+        if not is_gnu:  # names a member of an archive without the archive
+            self.sections = [(section, file if file.endswith((".obj", ".res")) else archive_of_member().get(file, f"/{file}")
+                              if not file.startswith("/") else file) for section, file in self.sections]
 
     def linked_files(self) -> set[str]:
         """Files of the machine; those of this project have relative names."""
