@@ -5,7 +5,7 @@
 //   load first LIBRARY                   the time of the first load
 //   load cycle LIBRARY ROUNDS EXPORT...  the median time to load, call the exports with 0, and free
 //   load hold LIBRARY                    loads, writes "ready" and waits for the end of its input
-//   load alerts LIBRARY COUNT            the same after so many alerts came to a window
+//   load alerts LIBRARY COUNT            the same after a window received COUNT alerts
 //
 // Times are printed in microseconds.
 

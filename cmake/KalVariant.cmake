@@ -1,5 +1,5 @@
 # Passed to cmake as CMAKE_PROJECT_kal_INCLUDE by builds of instrumented libraries. With KAL_COVERAGE, the code of
-# kalclient.dll counts executed lines and branches. With KAL_MUTATION, it may contain code that nobody would write. The
+# kalclient.dll counts executed lines and branches. With KAL_MUTATION, it contains code that was changed on purpose. The
 # target kal_exercise consists of all test programs that run the library's own code. Programs that only load the library
 # are copied from KAL_ORDINARY_BUILD to the folder of this build's library.
 

@@ -74,9 +74,9 @@ void PrinterService::endProcess() {
 
 /// The life of an application with the library, from its first call to its last.
 void PrinterService::run() {
-    // Register. KalRegisterApp would do as well, but always answers 1; this one, with no name for "this machine",
-    // also tells when there is nothing to call. After a refusal no other export may be called, unregistration
-    // included.
+    // Register. KalRegisterApp would do as well, but always returns 1. This one, called without a name for "this
+    // machine", also reports that there is no binding. After a refusal no other export may be called, not even
+    // unregistration.
     if (KalRegisterWithRpcServer(nullptr) != 1) {
         tell(news::RegistrationRefused{});
         while (nextTask()) {
@@ -137,8 +137,8 @@ void PrinterService::capture(const Printer &printer) {
     // only receives fewer messages. The release closes what it leaves open.
     KalSetJobControlMode(0, printer.handle, 2);
 
-    // Messages tell of changes only: the state to begin with is asked for, and after the registration, so that a
-    // change in between is not lost.
+    // Messages report changes only. The first state is queried after the registration, so that a change in between
+    // is not lost.
     KalPrinterStatusRecord status = {};
     uint32_t needed = 0;
     if (KalQueryPrinterStatus(0, printer.handle, 0, &status, sizeof status, &needed) == KAL_OKAY) {
@@ -201,7 +201,7 @@ int32_t PrinterService::sendDocument(const Printer &printer, std::string_view do
             continue;
         }
         futileWrites = 0;
-        document.remove_prefix(taken); // fewer than offered is no failure: the rest goes with the next call
+        document.remove_prefix(taken); // taking fewer bytes is not a failure: the next call sends the rest
         tell(news::Progress{total - document.size(), total});
     }
     return KAL_OKAY;

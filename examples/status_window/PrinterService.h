@@ -2,7 +2,7 @@
 // from registration to unregistration.
 //
 // Two threads share the work. The window's thread shows things and never waits. The service thread makes every call
-// that may wait for the service, one after the other, and tells the results as news. So calls do not interfere with
+// that may wait for the service, one after the other, and reports the results as news. So calls do not interfere with
 // each other, and no call can be overtaken by the last one, the unregistration. The library does not require this: its
 // exports may be called from any thread. It keeps the window alive while a printer is slow.
 #pragma once
